@@ -1,0 +1,29 @@
+# Shared by the scripts of this folder: where things are, what is said, how root is reached.
+# Sourced, not run.
+
+set -euo pipefail
+
+ROOT_DIR="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+BUILD_ROOT="${TESSALY_BUILD_ROOT:-$ROOT_DIR/build}"
+# What is fetched once and serves every build: a cache of ours, never committed.
+CACHE_DIR="${TESSALY_CACHE_DIR:-$ROOT_DIR/.cache}"
+
+say() { printf '\n== %s\n' "$*"; }
+
+fail() {
+    printf '\nStopped: %s\n' "$*" >&2
+    exit 1
+}
+
+# Runs a command as root: directly when we are root, else through sudo.
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null 2>&1; then
+        sudo -n "$@" 2>/dev/null || sudo "$@"
+    else
+        fail "this needs root rights and there is no sudo: $*"
+    fi
+}
+
+jobs_count() { nproc 2>/dev/null || echo 2; }

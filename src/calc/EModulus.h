@@ -1,0 +1,117 @@
+#pragma once
+
+#include <QObject>
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tessaly {
+
+class VQDReader;
+struct VQDMetadata;
+
+/// A look-up table as read from its file: rows of projected area, deformation and Young's modulus, and the conditions
+/// for which they hold.
+struct EModulusLut {
+    std::vector<double> area;     ///< um^2
+    std::vector<double> deform;   ///< dimensionless
+    std::vector<double> emodulus; ///< kPa at the reference conditions
+    double channelWidth = 20.0;   ///< um
+    double flowRate = 0.16;       ///< uL/s
+    double viscosity = 1.002;     ///< mPa s
+};
+
+/// Delaunay triangulation of a table in coordinates normalised to the unit square, with a grid that tells which
+/// triangles a cell touches.
+struct EModulusMesh {
+    static constexpr int GridSize = 100;
+
+    std::vector<double> x; ///< (area - xMin) / xRange
+    std::vector<double> y; ///< (deform - yMin) / yRange
+    std::vector<double> z; ///< modulus, as in the table
+    double xMin = 0.0, xMax = 0.0, yMin = 0.0, yMax = 0.0;
+    double xRange = 0.0, yRange = 0.0;
+    std::vector<std::array<std::int32_t, 3>> triangles; ///< counter-clockwise node indices
+    /// GridSize x GridSize cells, row * GridSize + column: triangles whose bounding box touches the cell, ascending.
+    std::vector<std::vector<std::int32_t>> grid;
+};
+
+/// Everything that a computation of Young's moduli needs to know.
+struct EModulusParams {
+    std::int32_t lutId = 0;
+    std::int32_t viscosityModel = 0;    ///< 0 Herold-2017, 1 Kestin-1978, 2 power law, 3 manual
+    std::int32_t medium = 1;            ///< 0 Sorvex, 1 SorvexB, 2 water, 3 0.83% methylcellulose in PBS, 4 other
+    double temperature = 23.0;          ///< degrees Celsius
+    std::int32_t temperatureSource = 2; ///< 0 manual, 1 per event, 2 metadata
+    double viscosity = 0.0;             ///< mPa s, for the manual model
+    double channelWidth = 20.0;         ///< um
+    double flowRate = 0.04;             ///< uL/s
+    double pixelSize = 0.34;            ///< um
+    std::string deformFeature = "deform";
+    bool pixelationCorrection = true;
+
+    bool operator==(const EModulusParams&) const = default;
+};
+
+/// A line of equal modulus over area and measured deformation.
+struct IsoelasticLine {
+    double value = 0.0;                            ///< kPa at the measurement's conditions
+    std::vector<std::pair<double, double>> points; ///< (area in um^2, deformation)
+};
+
+/// The parameters that a dataset's metadata give, with defaults where a value is absent or does not parse.
+/// @param allowEvent       take the temperature per event ("temp" exists and the user chose so)
+/// @param manualViscosity  mPa s, for media without a viscosity model of their own
+EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent, double manualViscosity);
+
+/// Viscosity of the medium in mPa s. Pure.
+/// Sources: Herold, arXiv:1704.00572 (2017); Kestin et al., J. Phys. Chem. Ref. Data 7 (1978).
+double viscosity(const EModulusParams& params, double temperature);
+
+/// Deformation less the bias that the camera's pixels add to it. Pure.
+/// @param area  um^2;  @param pixelSize  um
+double pixelationCorrected(double deform, double area, double pixelSize);
+
+/// Modulus at a point of the table's plane, linear within each triangle; NaN outside the table.
+double interpolate(const EModulusMesh& mesh, double area, double deform);
+
+/// Young's moduli from area and deformation through a finite-element look-up table. Tables and triangulations are built
+/// on first use and kept. Takes no lock: one job at a time.
+class EModulus : public QObject {
+    Q_OBJECT
+
+public:
+    explicit EModulus(QObject* parent = nullptr);
+    ~EModulus() override;
+
+    /// Folder of the executable, from which the table's file is sought. For tests; empty for the program's own.
+    void setSearchDirectory(const std::string& directory);
+
+    void loadLut(int lutId);
+    void triangulate(int lutId);
+    /// The table or mesh of a number, or null if there is none.
+    const EModulusLut* lut(int lutId) const;
+    const EModulusMesh* mesh(int lutId) const;
+
+    /// Adds the feature "emodulus" to the reader: kPa, NaN for events outside the table. Runs on a worker thread.
+    /// @return false, leaving the reader as it was, without table, area or deformation column
+    bool compute(VQDReader* reader, const EModulusParams& params);
+
+    /// Lines of equal modulus at the measurement's conditions, in the order of their levels; empty without a table.
+    /// Kept from call to call as long as the parameters stay the same.
+    std::vector<IsoelasticLine> isoelastics(const EModulusParams& params);
+
+signals:
+    void progressChanged(int percent);
+
+private:
+    std::map<std::int32_t, EModulusLut> luts_;
+    std::map<std::int32_t, EModulusMesh> meshes_;
+    std::string searchDirectory_;
+};
+
+} // namespace Tessaly

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tessaly {
+
+/// A polygon gate that the instrument applied during the measurement.
+struct PolygonFilterDef {
+    std::string xFeature;
+    std::string yFeature;
+    std::vector<std::pair<double, double>> vertices; ///< data units
+
+    bool operator==(const PolygonFilterDef&) const = default;
+};
+
+/// The settings of a measurement as text, by section. Keys are without the section's name.
+struct VQDMetadata {
+    using Section = std::map<std::string, std::string>;
+
+    Section experiment;
+    Section setup;
+    Section imaging;
+    Section online_contour;
+    Section online_filter;
+    Section offline_filter;
+    Section fluorescence;
+    Section exportSection; ///< section "export" of the file
+    /// Every attribute that could be read, by its full name "section:key", sectioned or not.
+    Section allAttributes;
+    /// Gates stored by the instrument, in attribute order.
+    std::vector<PolygonFilterDef> polygonFilters;
+
+    bool operator==(const VQDMetadata&) const = default;
+};
+
+/// The value under a key, or the empty text.
+std::string metadataValue(const VQDMetadata::Section& section, const std::string& key);
+
+} // namespace Tessaly

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "core/VQDMetadata.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Tessaly {
+
+/// Guards every call into the file library and the column cache of all readers: the library's build must be assumed not
+/// to be thread-safe. Recursive, because locked operations call each other.
+std::recursive_mutex& hdf5Mutex();
+
+/// Prepares the file library for the process: no clean-up at exit, no error stacks printed. Must be the first call into
+/// the library; further calls do nothing.
+void initializeHdf5();
+
+/// Settings of the filters behind trace aliases.
+struct TraceProcessing {
+    bool hampel1 = true;
+    int hampel1HalfWindow = 5;
+    float hampel1Threshold = 3.0F;
+    bool hampel2 = true;
+    int hampel2HalfWindow = 11;
+    float hampel2Threshold = 3.0F;
+    bool median = false;
+    int medianHalfWindow = 3;
+    bool movingMean = false;
+    int movingMeanHalfWindow = 3;
+    bool savitzkyGolay = true;
+    int savitzkyGolayHalfWindow = 3;
+
+    bool operator==(const TraceProcessing&) const = default;
+};
+
+/// The only door to a measurement file: lists what it holds, turns attributes into text, serves feature columns as
+/// doubles from a cache, and reads images, masks and traces one event at a time.
+///
+/// No exception of the file library leaves it: failures give a neutral result (false, empty, zero) and one line on the
+/// standard error stream. Operations that touch the file or the cache hold hdf5Mutex() for their whole length and may be
+/// called from any thread; the plain queries read fields that are stable after open().
+class VQDReader {
+public:
+    VQDReader();
+    ~VQDReader();
+    VQDReader(const VQDReader&) = delete;
+    VQDReader& operator=(const VQDReader&) = delete;
+
+    /// Opens a file read-only and lists its contents. Any file that the library can open counts as opened.
+    bool open(const std::string& path);
+    void close();
+    bool isOpen() const;
+    std::string path() const;
+
+    /// Reads the attributes of the file anew; empty if it is not open. Also decides isInstrumentData().
+    VQDMetadata readMetadata();
+    /// Whether the file comes from the maker's instrument. Meaningful only after readMetadata().
+    bool isInstrumentData() const;
+
+    /// Length of the first feature in name order; 0 without features.
+    std::uint64_t eventCount() const;
+    /// Names of stored and computed features, ascending bytewise.
+    const std::vector<std::string>& featureNames();
+    bool hasFeature(const std::string& name) const;
+    bool isComputedFeature(const std::string& name) const;
+    /// A feature's column, from the cache or the file. A shared empty vector if there is nothing to give.
+    /// The reference stays valid until the name is replaced by setFeature() or the reader is closed.
+    const std::vector<double>& getFeature(const std::string& name);
+    /// Adds or replaces a computed feature, in memory only.
+    void setFeature(const std::string& name, std::vector<double>&& values);
+    /// Reads every scalar column into the cache; takes the lock once per column. Runs on a background thread.
+    void cacheAllFeatures();
+
+    bool hasImage() const;
+    bool hasMask() const;
+    bool hasTraces() const;
+
+    /// One camera frame, row by row, 8-bit grey. Empty for an index out of range or on failure; then width and height
+    /// are left alone.
+    std::vector<std::uint8_t> getImage(std::size_t index, int* width, int* height);
+    /// One segmentation mask; non-zero is inside. As getImage().
+    std::vector<std::uint8_t> getMask(std::size_t index, int* width, int* height);
+    /// Names of stored traces and aliases, ascending.
+    std::vector<std::string> traceNames() const;
+    /// Samples per event of the first trace listed.
+    std::uint64_t traceLength() const;
+    /// One event's samples of a trace. Empty for an index out of range or on failure.
+    std::vector<float> getTrace(const std::string& name, std::size_t index);
+
+    /// Label of a feature for this file, see Tessaly::featureLabel().
+    std::string featureLabel(const std::string& key) const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace Tessaly
