@@ -1,0 +1,47 @@
+#pragma once
+
+#include "calc/Contours.h"
+#include "session/PlotSettings.h"
+
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+namespace Tessaly {
+
+class Session;
+struct DatasetEntry;
+
+/// What the plot shows: finished vectors, finite in every coordinate, and the way back to events.
+struct PlotFrame {
+    std::vector<double> x;
+    std::vector<double> y;
+    std::vector<double> color; ///< empty for no colour
+    /// Event index of each plotted point, rising; empty if every event is plotted in file order.
+    std::vector<int> visibleIndices;
+    /// visibleIndices is in force: a filter or the cleaning has left events out (perhaps all of them).
+    bool reduced = false;
+    QString xLabel;
+    QString yLabel;
+    QString colorLabel;
+    int xNotOnLogAxis = 0; ///< points at or below zero if the X axis is logarithmic, else 0
+    int yNotOnLogAxis = 0;
+    bool filterInForce = false; ///< the effective filter is enabled and has rules
+
+    /// Event index of a plot index.
+    int eventAt(int plotIndex) const;
+    /// Plot index of an event, -1 if it is not plotted.
+    int plotIndexOf(int event) const;
+};
+
+/// The refresh of the plot up to the finished vectors: read, filter, colour, clean, count.
+/// @return nullopt if the X or Y column can't be read
+/// O(events), plus the density if one is asked for. User interface thread.
+std::optional<PlotFrame> buildPlotFrame(const Session& session, const DatasetEntry& dataset,
+                                        const PlotSettings& settings);
+
+/// The two contour lines of a frame, the inner fraction first; empty with contours off or fewer than 4 points.
+std::vector<ContourLevel> contoursOf(const PlotFrame& frame, const PlotSettings& settings);
+
+} // namespace Tessaly

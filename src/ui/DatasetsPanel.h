@@ -1,0 +1,73 @@
+#pragma once
+
+#include <QWidget>
+
+#include <vector>
+
+class QComboBox;
+class QSpinBox;
+class QStackedWidget;
+
+namespace Tessaly {
+
+class DatasetListWidget;
+class DatasetTreeWidget;
+
+/// One row of the dataset list, as text.
+struct DatasetRow {
+    int id = -1;
+    QString html;
+    QString filePath;
+};
+
+/// Content of the "Datasets" dock: the flat list and the folder tree over the same rows. Knows datasets only by id.
+class DatasetsPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    /// Reads view mode and depth from the settings.
+    explicit DatasetsPanel(QWidget* parent = nullptr);
+
+    /// Shows these rows in list and tree, keeping the current one by id. Emits nothing.
+    void setRows(const std::vector<DatasetRow>& rows);
+    /// Replaces the text of one row.
+    void setRowText(int id, const QString& html);
+    /// Makes a dataset current in list and tree; -1 for none. Emits nothing.
+    void setCurrentId(int id);
+    /// The list's current row, -1 for none.
+    int currentRow() const;
+
+    /// Whether the folder tree is shown.
+    bool folderViewActive() const;
+    /// Folder levels that the tree shows, 1 to 4.
+    int folderDepth() const;
+
+    DatasetListWidget* list() const { return list_; }
+    DatasetTreeWidget* tree() const { return tree_; }
+
+signals:
+    /// The user has chosen a dataset in list or tree.
+    void datasetChosen(int id);
+    void duplicateRequested();
+    void removeRequested();
+    /// The user has dragged a row: take it out and put it in before what stands at toRow.
+    void reorderRequested(int fromRow, int toRow);
+
+private:
+    void rebuildTree();
+    void selectInTree(int id);
+    void showContextMenu(QWidget* view, const QPoint& position);
+    void setMode(int index);
+    void setDepth(int depth);
+    int rowOf(int id) const;
+
+    std::vector<DatasetRow> rows_;
+    QComboBox* modeCombo_;
+    QWidget* depthRow_;
+    QSpinBox* depthSpin_;
+    QStackedWidget* stack_;
+    DatasetListWidget* list_;
+    DatasetTreeWidget* tree_;
+};
+
+} // namespace Tessaly
