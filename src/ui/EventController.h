@@ -1,0 +1,50 @@
+#pragma once
+
+#include "session/PlotFrame.h"
+
+#include <QObject>
+
+namespace Tessaly {
+
+struct DatasetEntry;
+struct MainPanels;
+class Session;
+
+/// Which event is looked at: carries a choice in the plot or the spin box to picture, traces and table. The plot speaks
+/// in plot indices, everything else in event indices.
+class EventController : public QObject {
+    Q_OBJECT
+
+public:
+    EventController(Session& session, const MainPanels& panels, QObject* parent = nullptr);
+
+    /// Prepares the controls for a dataset that is about to be shown.
+    void setDataset(DatasetEntry& dataset);
+    /// Nothing to show; with or without a dataset. The spin box keeps its range but can't be used.
+    void clear();
+    /// Clears and takes the spin box back to its empty range.
+    void reset();
+
+    /// Places the selection anew after a refresh of the plot. An event that has dropped out gives way to the first
+    /// plotted one.
+    void placeSelection(const PlotFrame& frame);
+    /// Shows the dataset's current event, which need not be plotted.
+    void showCurrentEvent();
+
+private:
+    void onPointClicked(int plotIndex);
+    void onEventNumberChanged(int event);
+    void onMaskToggled();
+    void choose(int event, int plotIndex);
+    void setEventNumber(int event);
+    void showEvent(DatasetEntry& dataset, int event);
+    void showPicture(DatasetEntry& dataset, int event);
+    void showTraces(DatasetEntry& dataset, int event);
+    void showValues(DatasetEntry& dataset, int event);
+
+    Session& session_;
+    const MainPanels& panels_;
+    PlotFrame const* frame_ = nullptr; ///< of the last refresh; owned by the plot controller
+};
+
+} // namespace Tessaly

@@ -1,0 +1,150 @@
+#include "ui/MainPanels.h"
+
+#include "plot/ScatterPlot.h"
+#include "ui/CalculationsDockWidget.h"
+#include "ui/DatasetsPanel.h"
+#include "ui/EventPanel.h"
+#include "ui/FilterDockWidget.h"
+#include "ui/MetadataPanel.h"
+#include "ui/PlotSettingsPanel.h"
+#include "ui/StatisticsDockWidget.h"
+
+#include <QCoreApplication>
+#include <QDockWidget>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QScrollArea>
+#include <QSpinBox>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+namespace Tessaly {
+
+namespace {
+
+constexpr char StatusStyle[] = "QLabel { padding: 5px; background-color: #eceef1; border: 1px solid #dcdee2; "
+                               "border-radius: 5px; color: #23262e; }";
+
+QString tr(const char* text) {
+    return QCoreApplication::translate("Tessaly::MainWindow", text);
+}
+
+enum class TitleBar { Normal, None };
+
+QDockWidget* addDock(QMainWindow& window, const char* name, const QString& title, QWidget* content,
+                     Qt::DockWidgetArea area, TitleBar titleBar) {
+    auto* dock = new QDockWidget(title, &window);
+    dock->setObjectName(QLatin1String(name));
+    dock->setAccessibleName(title);
+    dock->setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
+    dock->setFeatures(QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable);
+    if (titleBar == TitleBar::None) {
+        dock->setTitleBarWidget(new QWidget(dock));
+    }
+    dock->setWidget(content);
+    window.addDockWidget(area, dock);
+    return dock;
+}
+
+void buildDocks(QMainWindow& window, MainPanels& panels) {
+    panels.datasets = new DatasetsPanel;
+    panels.filters = new FilterDockWidget;
+    panels.statistics = new StatisticsDockWidget;
+    panels.calculations = new CalculationsDockWidget;
+    panels.metadata = new MetadataPanel;
+    panels.datasets->setMinimumWidth(200);
+    panels.filters->setMinimumWidth(300);
+    panels.filters->setMaximumWidth(500);
+    panels.statistics->setMinimumWidth(250);
+    panels.calculations->setMinimumWidth(200);
+    panels.metadata->setMinimumWidth(200);
+
+    const auto right = Qt::RightDockWidgetArea;
+    panels.datasetsDock =
+        addDock(window, "datasetsDock", tr("Datasets"), panels.datasets, Qt::LeftDockWidgetArea, TitleBar::Normal);
+    panels.filtersDock = addDock(window, "filtersDock", tr("Filters"), panels.filters, right, TitleBar::None);
+    panels.statisticsDock =
+        addDock(window, "statisticsDock", tr("Plot Statistics"), panels.statistics, right, TitleBar::Normal);
+    panels.calculationsDock =
+        addDock(window, "calculationsDock", tr("Calculations"), panels.calculations, right, TitleBar::None);
+    panels.metadataDock = addDock(window, "metadataDock", tr("Metadata"), panels.metadata, right, TitleBar::None);
+
+    window.setTabPosition(right, QTabWidget::North);
+    window.tabifyDockWidget(panels.filtersDock, panels.calculationsDock);
+    window.tabifyDockWidget(panels.calculationsDock, panels.metadataDock);
+    panels.filtersDock->raise();
+    window.resizeDocks({panels.filtersDock, panels.statisticsDock}, {600, 200}, Qt::Vertical);
+}
+
+QLayout* buildRenameRow(MainPanels& panels) {
+    auto* row = new QHBoxLayout;
+    panels.rename = new QLineEdit;
+    panels.rename->setObjectName(QStringLiteral("renameEdit"));
+    panels.rename->setAccessibleName(tr("Dataset Name"));
+    panels.rename->setPlaceholderText(tr("Rename dataset..."));
+    panels.rename->setEnabled(false);
+    row->addWidget(panels.rename);
+    auto* label = new QLabel(tr("Dataset Name"));
+    label->setBuddy(panels.rename);
+    row->addWidget(label);
+    return row;
+}
+
+QLayout* buildEventRow(MainPanels& panels) {
+    auto* row = new QHBoxLayout;
+    auto* label = new QLabel(tr("Event:"));
+    panels.eventNumber = new QSpinBox;
+    panels.eventNumber->setObjectName(QStringLiteral("eventSpinBox"));
+    panels.eventNumber->setAccessibleName(tr("Event"));
+    panels.eventNumber->setMinimumWidth(100);
+    panels.eventNumber->setRange(0, 0);
+    panels.eventNumber->setEnabled(false);
+    label->setBuddy(panels.eventNumber);
+    row->addWidget(label);
+    row->addWidget(panels.eventNumber);
+    row->addStretch();
+    return row;
+}
+
+QWidget* buildCentre(MainPanels& panels) {
+    auto* centre = new QWidget;
+    auto* layout = new QVBoxLayout(centre);
+    panels.status = new QLabel(tr("No file loaded. Drag and drop a .vqd file or use File > Open."));
+    panels.status->setObjectName(QStringLiteral("statusLabel"));
+    panels.status->setStyleSheet(QLatin1String(StatusStyle));
+    panels.status->setTextFormat(Qt::PlainText);
+    // A long dataset name must not widen the window.
+    panels.status->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    layout->addWidget(panels.status);
+    layout->addLayout(buildRenameRow(panels));
+
+    panels.plotSettings = new PlotSettingsPanel;
+    layout->addWidget(panels.plotSettings);
+    layout->addLayout(buildEventRow(panels));
+
+    panels.plot = new ScatterPlot;
+    panels.event = new EventPanel;
+    auto* splitter = new QSplitter(Qt::Horizontal);
+    splitter->setObjectName(QStringLiteral("plotSplitter"));
+    splitter->addWidget(panels.plot);
+    splitter->addWidget(panels.event);
+    splitter->setStretchFactor(0, 1);
+    splitter->setStretchFactor(1, 0);
+    splitter->setSizes({600, 260});
+    splitter->setChildrenCollapsible(false);
+    layout->addWidget(splitter, 1);
+    return centre;
+}
+
+} // namespace
+
+MainPanels buildMainPanels(QMainWindow& window) {
+    MainPanels panels;
+    window.setCentralWidget(buildCentre(panels));
+    buildDocks(window, panels);
+    return panels;
+}
+
+} // namespace Tessaly

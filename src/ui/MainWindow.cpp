@@ -1,0 +1,170 @@
+#include "ui/MainWindow.h"
+
+#include "plot/ScatterPlot.h"
+#include "session/DatasetOpening.h"
+#include "ui/DatasetsPanel.h"
+#include "ui/MetadataPanel.h"
+
+#include <QActionGroup>
+#include <QDockWidget>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QSettings>
+#include <QTimer>
+
+#include <array>
+#include <functional>
+
+namespace Tessaly {
+
+namespace {
+
+constexpr char ColorMapKey[] = "settings/colorMapIndex";
+constexpr std::array ColorMapNames = {"Viridis", "Jet", "Jet+", "Plasma", "Quorin", "Grayscale"};
+
+// What a menu holds, line by line; a line without text is a separator.
+struct MenuLine {
+    const char* name;
+    QString text;
+    QKeySequence shortcut;
+    std::function<void()> run;
+};
+
+void addLines(QMenu* menu, const std::vector<MenuLine>& lines) {
+    for (const MenuLine& line : lines) {
+        if (line.text.isEmpty()) {
+            menu->addSeparator();
+            continue;
+        }
+        QAction* action = menu->addAction(line.text, menu, line.run);
+        action->setObjectName(QLatin1String(line.name));
+        action->setShortcut(line.shortcut);
+    }
+}
+
+} // namespace
+
+MainWindow::MainWindow(QWidget* parent)
+    : QMainWindow(parent),
+      panels_(buildMainPanels(*this)),
+      events_(session_, panels_),
+      plot_(session_, emodulus_, events_, panels_, this),
+      loader_(session_, this),
+      datasets_(session_, loader_, plot_, panels_, this) {
+    setObjectName(QStringLiteral("mainWindow"));
+    buildMenus();
+    connectDocks();
+    plot_.updateApplyPlotButton();
+    setWindowTitle(tr("Tessaly - VQD Data Analysis"));
+    resize(1400, 900);
+    setAcceptDrops(true);
+}
+
+MainWindow::~MainWindow() = default;
+
+bool MainWindow::datasetFolderViewActive() const {
+    return panels_.datasets->folderViewActive();
+}
+
+int MainWindow::datasetFolderDepth() const {
+    return panels_.datasets->folderDepth();
+}
+
+void MainWindow::buildMenus() {
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    addLines(file, {
+                       {"openAction", tr("&Open..."), QKeySequence::Open, [this] { datasets_.openFile(); }},
+                       {},
+                       {"clearSessionAction", tr("&Clear Session"), {}, [this] { datasets_.clearSession(); }},
+                       {},
+                       {"exitAction", tr("E&xit"), QKeySequence::Quit, [this] { close(); }},
+                   });
+
+    QMenu* view = menuBar()->addMenu(tr("&View"));
+    for (QDockWidget* dock : {panels_.datasetsDock, panels_.filtersDock, panels_.calculationsDock, panels_.metadataDock,
+                              panels_.statisticsDock}) {
+        view->addAction(dock->toggleViewAction());
+    }
+
+    buildColorMapMenu(menuBar()->addMenu(tr("&Settings")));
+}
+
+void MainWindow::buildColorMapMenu(QMenu* settingsMenu) {
+    const int stored = QSettings().value(QLatin1String(ColorMapKey), 0).toInt();
+    colorMapIndex_ = stored >= 0 && stored < static_cast<int>(ColorMapNames.size()) ? stored : 0;
+    plot_.setColorMapIndex(colorMapIndex_);
+
+    QMenu* menu = settingsMenu->addMenu(tr("Color &Map"));
+    menu->setObjectName(QStringLiteral("colorMapMenu"));
+    auto* group = new QActionGroup(menu);
+    for (int i = 0; i < static_cast<int>(ColorMapNames.size()); ++i) {
+        QAction* action = menu->addAction(tr(ColorMapNames[static_cast<std::size_t>(i)]));
+        action->setCheckable(true);
+        action->setChecked(i == colorMapIndex_);
+        action->setData(i);
+        group->addAction(action);
+    }
+    connect(group, &QActionGroup::triggered, this,
+            [this](const QAction* action) { setColorMapIndex(action->data().toInt()); });
+}
+
+void MainWindow::setColorMapIndex(int index) {
+    colorMapIndex_ = index;
+    QSettings().setValue(QLatin1String(ColorMapKey), index);
+    plot_.setColorMapIndex(index);
+}
+
+void MainWindow::connectDocks() {
+    // The receivers are not the window itself: docks still report while the window's widgets are being destroyed.
+    ScatterPlot* plot = panels_.plot;
+    for (QDockWidget* dock : {panels_.filtersDock, panels_.calculationsDock, panels_.metadataDock}) {
+        connect(dock, &QDockWidget::visibilityChanged, plot, [plot](bool visible) {
+            if (visible) {
+                // The layout settles first; painting at once would leave a stale strip beside the plot.
+                QTimer::singleShot(0, plot, [plot] { plot->update(); });
+            }
+        });
+    }
+    // The tree costs nothing until somebody looks at it.
+    connect(panels_.metadataDock, &QDockWidget::visibilityChanged, &plot_, [this](bool visible) {
+        if (visible) {
+            plot_.fillMetadata();
+        }
+    });
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasUrls()) {
+        event->acceptProposedAction();
+    }
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    if (!event->mimeData()->hasUrls()) {
+        return;
+    }
+    const QStringList paths = collectMeasurementFiles(event->mimeData()->urls());
+    if (paths.isEmpty()) {
+        QMessageBox::warning(this, tr("Invalid File"), tr("Please drop .vqd file(s) or folders containing them."));
+        return;
+    }
+    datasets_.openPaths(paths);
+    event->acceptProposedAction();
+}
+
+void MainWindow::onUnhandledException(const QString& title, const QString& message) {
+    if (exceptionDialogOpen_) {
+        return;
+    }
+    exceptionDialogOpen_ = true;
+    QMessageBox box(QMessageBox::Critical, title, tr("An unexpected error occurred:\n\n%1").arg(message),
+                    QMessageBox::NoButton, this);
+    box.addButton(tr("Close"), QMessageBox::RejectRole);
+    box.exec();
+    exceptionDialogOpen_ = false;
+}
+
+} // namespace Tessaly
