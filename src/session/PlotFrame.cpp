@@ -1,0 +1,175 @@
+#include "session/PlotFrame.h"
+
+#include "core/DatasetEntry.h"
+#include "core/FeatureCatalogue.h"
+#include "core/ScaleMath.h"
+#include "io/VQDReader.h"
+#include "session/Session.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <ranges>
+#include <span>
+
+namespace Tessaly {
+
+namespace {
+
+using Column = std::vector<double>;
+
+const double missingValue = std::numeric_limits<double>::quiet_NaN();
+
+/// A column of the dataset, or an empty one. Pictures are not columns.
+const Column& columnOf(VQDReader& reader, const std::string& feature) {
+    static const Column none;
+    return isScalarFeature(feature) ? reader.getFeature(feature) : none;
+}
+
+/// The values of a column at the plotted events, each written once. An event that a short column does not reach has no
+/// value there.
+Column valuesAt(const Column& column, std::size_t events, const PlotFrame& frame) {
+    const auto valueAt = [&column](std::size_t event) -> const double& {
+        return event < column.size() ? column[event] : missingValue;
+    };
+    if (frame.reduced) {
+        const auto values = frame.visibleIndices | std::views::transform([&](int event) -> const double& {
+                                return valueAt(static_cast<std::size_t>(event));
+                            });
+        return Column(values.begin(), values.end());
+    }
+    if (column.size() >= events)
+        return Column(column.begin(), column.begin() + static_cast<std::ptrdiff_t>(events));
+    Column values;
+    values.reserve(events);
+    values.assign(column.begin(), column.end());
+    values.resize(events, missingValue);
+    return values;
+}
+
+/// The plotted coordinates in axis space: `values` itself on a linear axis, else mapped into `mapped`.
+std::span<const double> inAxisSpace(const Column& values, int mode, Column& mapped) {
+    if (mode == ScaleMode::Linear)
+        return values;
+    mapped = transformValues(values, mode);
+    return mapped;
+}
+
+Column densityOf(const PlotFrame& frame, const PlotSettings& settings) {
+    Column mappedX;
+    Column mappedY;
+    return computeDensity(inAxisSpace(frame.x, settings.scaleX, mappedX),
+                          inAxisSpace(frame.y, settings.scaleY, mappedY), densityMethodOf(settings.colorFeature));
+}
+
+void colorPoints(PlotFrame& frame, VQDReader& reader, const PlotSettings& settings, std::size_t events) {
+    if (settings.colorFeature.empty())
+        return;
+    if (isDensitySelector(settings.colorFeature)) {
+        frame.color = densityOf(frame, settings);
+        frame.colorLabel = QCoreApplication::translate("Tessaly::PlotFrame", "Density");
+        return;
+    }
+    const Column& column = columnOf(reader, settings.colorFeature);
+    if (column.empty())
+        return;
+    frame.color = valuesAt(column, events, frame);
+    frame.colorLabel = QString::fromStdString(reader.featureLabel(settings.colorFeature));
+}
+
+/// Leaves out the points that have no finite place or colour. Moves nothing as long as all of them have.
+void clean(PlotFrame& frame) {
+    const std::size_t count = frame.x.size();
+    const bool colored = !frame.color.empty();
+    const auto isDrawable = [&](std::size_t i) {
+        return std::isfinite(frame.x[i]) && std::isfinite(frame.y[i]) && (!colored || std::isfinite(frame.color[i]));
+    };
+    std::size_t kept = 0;
+    while (kept < count && isDrawable(kept))
+        ++kept;
+    if (kept == count)
+        return;
+    if (!frame.reduced) {
+        frame.visibleIndices.resize(count);
+        std::ranges::copy(std::views::iota(0, static_cast<int>(count)), frame.visibleIndices.begin());
+        frame.reduced = true;
+    }
+    for (std::size_t i = kept + 1; i < count; ++i) {
+        if (!isDrawable(i))
+            continue;
+        frame.x[kept] = frame.x[i];
+        frame.y[kept] = frame.y[i];
+        if (colored)
+            frame.color[kept] = frame.color[i];
+        frame.visibleIndices[kept] = frame.visibleIndices[i];
+        ++kept;
+    }
+    frame.x.resize(kept);
+    frame.y.resize(kept);
+    if (colored)
+        frame.color.resize(kept);
+    frame.visibleIndices.resize(kept);
+}
+
+int notOnLogAxis(const Column& values, int mode) {
+    if (mode != ScaleMode::Log)
+        return 0;
+    return static_cast<int>(std::ranges::count_if(values, [](double value) { return value <= 0.0; }));
+}
+
+} // namespace
+
+int PlotFrame::eventAt(int plotIndex) const {
+    if (plotIndex < 0 || static_cast<std::size_t>(plotIndex) >= x.size())
+        return -1;
+    return reduced ? visibleIndices[static_cast<std::size_t>(plotIndex)] : plotIndex;
+}
+
+int PlotFrame::plotIndexOf(int event) const {
+    if (!reduced)
+        return event >= 0 && static_cast<std::size_t>(event) < x.size() ? event : -1;
+    const auto found = std::ranges::lower_bound(visibleIndices, event);
+    return found != visibleIndices.end() && *found == event ? static_cast<int>(found - visibleIndices.begin()) : -1;
+}
+
+std::optional<PlotFrame> buildPlotFrame(const Session& session, const DatasetEntry& dataset,
+                                        const PlotSettings& settings) {
+    if (!dataset.reader)
+        return std::nullopt;
+    VQDReader& reader = *dataset.reader;
+    const Column& xColumn = columnOf(reader, settings.xFeature);
+    const Column& yColumn = columnOf(reader, settings.yFeature);
+    if (xColumn.empty() || yColumn.empty())
+        return std::nullopt;
+
+    PlotFrame frame;
+    if (auto passing = session.passingEvents(dataset)) {
+        frame.visibleIndices = std::move(*passing);
+        frame.reduced = true;
+        frame.filterInForce = true;
+    }
+    const std::size_t events = std::max(xColumn.size(), yColumn.size());
+    frame.x = valuesAt(xColumn, events, frame);
+    frame.y = valuesAt(yColumn, events, frame);
+    frame.xLabel = QString::fromStdString(reader.featureLabel(settings.xFeature));
+    frame.yLabel = QString::fromStdString(reader.featureLabel(settings.yFeature));
+    colorPoints(frame, reader, settings, events);
+    clean(frame);
+    frame.xNotOnLogAxis = notOnLogAxis(frame.x, settings.scaleX);
+    frame.yNotOnLogAxis = notOnLogAxis(frame.y, settings.scaleY);
+    return frame;
+}
+
+std::vector<ContourLevel> contoursOf(const PlotFrame& frame, const PlotSettings& settings) {
+    if (settings.contourMode == ContourMode::Off || frame.x.size() < 4)
+        return {};
+    const std::array fractions{std::min(settings.contourFraction1, settings.contourFraction2),
+                               std::max(settings.contourFraction1, settings.contourFraction2)};
+    return computeContours(frame.x, frame.y, fractions, settings.scaleX, settings.scaleY);
+}
+
+} // namespace Tessaly
