@@ -1,0 +1,71 @@
+#include "PolygonOverlay.h"
+
+#include "PointSeries.h"
+
+#include <QPainter>
+#include <QPainterPath>
+#include <QPen>
+#include <qwt_clipper.h>
+#include <qwt_scale_map.h>
+
+#include <cmath>
+#include <vector>
+
+namespace Tessaly {
+
+namespace {
+
+double pixelOf(const QwtScaleMap& map, double value) {
+    const QwtTransform* transform = map.transformation();
+    return map.transform(transform ? transform->bounded(value) : value);
+}
+
+} // namespace
+
+PolygonOverlay::PolygonOverlay(const QPolygonF& polygon, bool ruleEnabled) : vertices_(polygon) {
+    QPainterPath path;
+    path.addPolygon(polygon);
+    path.closeSubpath();
+    setShape(path);
+
+    static constexpr int OutlineAlpha = 180;
+    static constexpr int FillAlpha = 30;
+    static constexpr int FillAlphaDisabled = 25;
+    const int grey = 160;
+    const QColor outline = ruleEnabled ? QColor(255, 0, 0, OutlineAlpha) : QColor(grey, grey, grey, OutlineAlpha);
+    QColor fill = outline;
+    fill.setAlpha(ruleEnabled ? FillAlpha : FillAlphaDisabled);
+    setPen(QPen(outline, 2.0, ruleEnabled ? Qt::SolidLine : Qt::DashLine, Qt::SquareCap, Qt::BevelJoin));
+    setBrush(fill);
+    setRenderHint(RenderAntialiased, true);
+    setZ(50.0);
+}
+
+QRectF PolygonOverlay::boundingRect() const {
+    std::vector<double> x;
+    std::vector<double> y;
+    for (const QPointF& vertex : vertices_) {
+        x.push_back(vertex.x());
+        y.push_back(vertex.y());
+    }
+    return drawableBounds(PlotPoints(std::move(x), std::move(y), {}), *this);
+}
+
+void PolygonOverlay::draw(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
+                          const QRectF& canvasRect) const {
+    QPolygonF pixels;
+    for (const QPointF& vertex : vertices_) {
+        const QPointF pixel(pixelOf(xMap, vertex.x()), pixelOf(yMap, vertex.y()));
+        if (std::isfinite(pixel.x()) && std::isfinite(pixel.y())) {
+            pixels.append(pixel);
+        }
+    }
+    // Edges that clipping adds must stay out of sight.
+    const double margin = 2.0 * pen().widthF();
+    pixels = QwtClipper::clippedPolygonF(canvasRect.adjusted(-margin, -margin, margin, margin), pixels, true);
+    painter->setPen(pen());
+    painter->setBrush(brush());
+    painter->drawPolygon(pixels);
+}
+
+} // namespace Tessaly
