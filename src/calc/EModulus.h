@@ -5,6 +5,8 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -64,6 +66,7 @@ struct IsoelasticLine {
 };
 
 /// The parameters that a dataset's metadata give, with defaults where a value is absent or does not parse.
+/// The temperature of the metadata counts when it is above 0; a temperature per event leaves it at its default.
 /// @param allowEvent       take the temperature per event ("temp" exists and the user chose so)
 /// @param manualViscosity  mPa s, for media without a viscosity model of their own
 EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent, double manualViscosity);
@@ -76,11 +79,13 @@ double viscosity(const EModulusParams& params, double temperature);
 /// @param area  um^2;  @param pixelSize  um
 double pixelationCorrected(double deform, double area, double pixelSize);
 
-/// Modulus at a point of the table's plane, linear within each triangle; NaN outside the table.
+/// Modulus at a point of the table's plane, linear within each triangle; NaN outside the table. The first triangle of
+/// the point's cell that holds it within 1e-10 decides, so that nodes and shared edges have one value.
 double interpolate(const EModulusMesh& mesh, double area, double deform);
 
 /// Young's moduli from area and deformation through a finite-element look-up table. Tables and triangulations are built
-/// on first use and kept. Takes no lock: one job at a time.
+/// on first use and kept; a table that is missing is sought again on every call. One job at a time; lines may be asked
+/// for on the interface thread while a job runs.
 class EModulus : public QObject {
     Q_OBJECT
 
@@ -91,7 +96,9 @@ public:
     /// Folder of the executable, from which the table's file is sought. For tests; empty for the program's own.
     void setSearchDirectory(const std::string& directory);
 
+    /// Reads the table of a number (only number 0 has one) unless that was done before.
     void loadLut(int lutId);
+    /// Builds the mesh of a number unless it exists; tables of fewer than 3 rows get none. Quadratic in the rows.
     void triangulate(int lutId);
     /// The table or mesh of a number, or null if there is none.
     const EModulusLut* lut(int lutId) const;
@@ -109,9 +116,19 @@ signals:
     void progressChanged(int percent);
 
 private:
-    std::map<std::int32_t, EModulusLut> luts_;
-    std::map<std::int32_t, EModulusMesh> meshes_;
+    struct Table; // a table with its mesh and look-up index, all or none of the latter two
+
+    /// The table, read and triangulated if need be; null if there is none.
+    const Table* prepared(std::int32_t lutId);
+    void loadLocked(std::int32_t lutId);
+    void triangulateLocked(std::int32_t lutId);
+
+    mutable std::mutex tablesMutex_; // guards the map; its entries never change once they are triangulated
+    std::map<std::int32_t, std::unique_ptr<Table>> tables_;
     std::string searchDirectory_;
+
+    EModulusParams isoelasticsParams_;
+    std::vector<IsoelasticLine> isoelastics_; // of isoelasticsParams_; empty for none yet
 };
 
 } // namespace Tessaly

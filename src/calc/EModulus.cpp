@@ -1,0 +1,147 @@
+#include "EModulus.h"
+
+#include "calc/EModulusLut.h"
+#include "calc/EModulusMesh.h"
+#include "calc/EModulusTable.h"
+#include "io/VQDReader.h"
+
+#include <QCoreApplication>
+
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <span>
+
+namespace Tessaly {
+
+namespace {
+
+/// Viscosity for each event's temperature, or one for all.
+class ViscositySource {
+public:
+    ViscositySource(const EModulusParams& params, std::span<const double> temperatures)
+        : params_(params),
+          temperatures_(temperatures),
+          common_(temperatures.empty() ? viscosity(params, params.temperature) : 0.0) {}
+
+    double at(std::size_t event) const {
+        return temperatures_.empty() ? common_ : viscosity(params_, temperatures_[event]);
+    }
+
+private:
+    const EModulusParams& params_;
+    std::span<const double> temperatures_;
+    double common_;
+};
+
+} // namespace
+
+EModulus::EModulus(QObject* parent) : QObject(parent) {}
+
+EModulus::~EModulus() = default;
+
+void EModulus::setSearchDirectory(const std::string& directory) {
+    searchDirectory_ = directory;
+}
+
+void EModulus::loadLut(int lutId) {
+    const std::lock_guard lock(tablesMutex_);
+    loadLocked(lutId);
+}
+
+void EModulus::triangulate(int lutId) {
+    const std::lock_guard lock(tablesMutex_);
+    triangulateLocked(lutId);
+}
+
+const EModulusLut* EModulus::lut(int lutId) const {
+    const std::lock_guard lock(tablesMutex_);
+    const auto found = tables_.find(lutId);
+    return found == tables_.end() ? nullptr : &found->second->lut;
+}
+
+const EModulusMesh* EModulus::mesh(int lutId) const {
+    const std::lock_guard lock(tablesMutex_);
+    const auto found = tables_.find(lutId);
+    return found == tables_.end() || !found->second->mesh ? nullptr : &*found->second->mesh;
+}
+
+void EModulus::loadLocked(std::int32_t lutId) {
+    if (tables_.contains(lutId))
+        return;
+    const std::string directory =
+        searchDirectory_.empty() ? QCoreApplication::applicationDirPath().toStdString() : searchDirectory_;
+    const std::string name = lutFileName(lutId);
+    const std::string path = findLutFile(directory, name);
+    if (path.empty()) {
+        std::cerr << "EModulus: LUT file not found: " << name << " (searched from " << directory << ")" << std::endl;
+        return;
+    }
+    if (auto lut = readLutFile(path)) {
+        auto table = std::make_unique<Table>();
+        table->lut = *std::move(lut);
+        tables_[lutId] = std::move(table);
+    }
+}
+
+void EModulus::triangulateLocked(std::int32_t lutId) {
+    loadLocked(lutId);
+    const auto found = tables_.find(lutId);
+    if (found == tables_.end() || found->second->mesh || found->second->lut.area.size() < 3)
+        return;
+    Table& table = *found->second;
+    table.mesh = buildMesh(table.lut);
+    table.lookup.emplace(*table.mesh);
+}
+
+const EModulus::Table* EModulus::prepared(std::int32_t lutId) {
+    const std::lock_guard lock(tablesMutex_);
+    triangulateLocked(lutId);
+    const auto found = tables_.find(lutId);
+    return found == tables_.end() || !found->second->mesh ? nullptr : found->second.get();
+}
+
+bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
+    if (reader == nullptr || !reader->hasFeature("area_um") || !reader->hasFeature(params.deformFeature))
+        return false;
+    const Table* table = prepared(params.lutId);
+    if (table == nullptr) {
+        std::cerr << "EModulus: failed to build LUT triangulation" << std::endl;
+        return false;
+    }
+    const std::vector<double>& area = reader->getFeature("area_um");
+    const std::vector<double>& deform = reader->getFeature(params.deformFeature);
+    const std::size_t count = area.size();
+    if (count == 0 || deform.size() != count)
+        return false;
+    std::span<const double> temperatures;
+    if (params.temperatureSource == 1 && reader->hasFeature("temp")) {
+        const std::vector<double>& stored = reader->getFeature("temp");
+        if (stored.size() == count)
+            temperatures = stored;
+    }
+
+    const ViscositySource viscosities(params, temperatures);
+    const double s = table->lut.channelWidth / params.channelWidth;
+    const double areaFactor = s * s;
+    const double modulusFactor = s * s * s * params.flowRate / table->lut.flowRate;
+    const EModulusLookup& lookup = *table->lookup;
+    std::vector<double> modulus(count, std::numeric_limits<double>::quiet_NaN());
+    constexpr std::size_t progressStep = 256;
+    for (std::size_t begin = 0; begin < count; begin += progressStep) {
+        emit progressChanged(static_cast<int>(begin * 100 / count));
+        const std::size_t end = std::min(begin + progressStep, count);
+        for (std::size_t i = begin; i < end; ++i) {
+            const double d =
+                params.pixelationCorrection ? pixelationCorrected(deform[i], area[i], params.pixelSize) : deform[i];
+            const double e = lookup(area[i] * areaFactor, d);
+            if (!std::isnan(e))
+                modulus[i] = viscosities.at(i) / table->lut.viscosity * e * modulusFactor;
+        }
+    }
+    emit progressChanged(100);
+    reader->setFeature("emodulus", std::move(modulus));
+    return true;
+}
+
+} // namespace Tessaly

@@ -1,0 +1,105 @@
+#include "EModulusLut.h"
+
+#include "calc/EModulus.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QString>
+#include <QStringList>
+#include <QTextStream>
+
+#include <array>
+#include <cmath>
+
+namespace Tessaly {
+
+namespace {
+
+void applyMetadata(QString text, EModulusLut& lut) {
+    static const QRegularExpression commentMark(QStringLiteral("^#\\s*"), QRegularExpression::MultilineOption);
+    text.remove(commentMark);
+    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
+    if (!document.isObject())
+        return;
+    const QJsonObject object = document.object();
+    const auto take = [&object](const char* key, double& target) {
+        const QJsonValue value = object.value(QLatin1String(key));
+        if (value.isDouble())
+            target = value.toDouble();
+    };
+    take("channel_width", lut.channelWidth);
+    take("flow_rate", lut.flowRate);
+    take("fluid_viscosity", lut.viscosity);
+}
+
+void appendRow(const QString& line, EModulusLut& lut) {
+    static const QRegularExpression whiteSpace(QStringLiteral("\\s+"));
+    const QStringList pieces = line.split(whiteSpace, Qt::SkipEmptyParts);
+    if (pieces.size() < 3)
+        return;
+    std::array<double, 3> row{};
+    for (int i = 0; i < 3; ++i) {
+        bool ok = false;
+        row[static_cast<std::size_t>(i)] = pieces[i].toDouble(&ok);
+        // "nan" and "inf" convert, but are no node of a mesh.
+        if (!ok || !std::isfinite(row[static_cast<std::size_t>(i)]))
+            return;
+    }
+    lut.area.push_back(row[0]);
+    lut.deform.push_back(row[1]);
+    lut.emodulus.push_back(row[2]);
+}
+
+} // namespace
+
+std::string lutFileName(int lutId) {
+    return lutId == 0 ? "LUT_LE_2D_FEM.txt" : std::string();
+}
+
+std::string findLutFile(const std::string& directory, const std::string& fileName) {
+    if (fileName.empty())
+        return {};
+    for (const char* suffix : {"/data/", "/../Resources/data/", "/../data/", "/../../data/", "/../../../data/"}) {
+        std::string path = directory + suffix + fileName;
+        if (QFileInfo::exists(QString::fromStdString(path)))
+            return path;
+    }
+    return {};
+}
+
+std::optional<EModulusLut> readLutFile(const std::string& path) {
+    QFile file(QString::fromStdString(path));
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return std::nullopt;
+
+    EModulusLut lut;
+    QTextStream stream(&file);
+    QString line;
+    QString metadata;
+    bool inMetadata = false;
+    bool headerSeen = false;
+    while (stream.readLineInto(&line)) {
+        if (line.contains(QLatin1String("BEGIN METADATA"))) {
+            inMetadata = true;
+            metadata.clear();
+        } else if (line.contains(QLatin1String("END METADATA"))) {
+            inMetadata = false;
+            applyMetadata(metadata, lut);
+        } else if (inMetadata) {
+            metadata += line.startsWith(QLatin1Char('#')) ? line.mid(1) : line;
+            metadata += QLatin1Char('\n');
+        } else if (line.startsWith(QLatin1Char('#')) || line.trimmed().isEmpty()) {
+            continue;
+        } else if (!headerSeen && (line.contains(QLatin1String("area")) || line.contains(QLatin1String("deform")))) {
+            headerSeen = true;
+        } else {
+            appendRow(line, lut);
+        }
+    }
+    return lut;
+}
+
+} // namespace Tessaly
