@@ -22,12 +22,13 @@ public:
     EModulusParams emodulusParamsFor(const VQDMetadata& metadata) const;
 
 private:
-    QLabel* medium_;
-    QLabel* viscosity_;
-    QLabel* temperature_;
-    QLabel* channelWidth_;
-    QLabel* flowRate_;
-    QLabel* pixelSize_;
+    QLabel* medium_ = nullptr;
+    QLabel* viscosityModel_ = nullptr;
+    QLabel* viscosity_ = nullptr;
+    QLabel* temperature_ = nullptr;
+    QLabel* channelWidth_ = nullptr;
+    QLabel* flowRate_ = nullptr;
+    QLabel* pixelSize_ = nullptr;
 };
 
 } // namespace Tessaly

@@ -7,11 +7,13 @@
 class QComboBox;
 class QSpinBox;
 class QStackedWidget;
+class QTreeWidgetItem;
 
 namespace Tessaly {
 
 class DatasetListWidget;
 class DatasetTreeWidget;
+struct DatasetFolderNode;
 
 /// One row of the dataset list, as text.
 struct DatasetRow {
@@ -54,20 +56,27 @@ signals:
     void reorderRequested(int fromRow, int toRow);
 
 private:
+    QWidget* buildModeRow();
+    void buildViews();
     void rebuildTree();
+    void addNodes(const std::vector<DatasetFolderNode>& nodes, QTreeWidgetItem* parent);
     void selectInTree(int id);
-    void showContextMenu(QWidget* view, const QPoint& position);
+    void showListMenu(const QPoint& position);
+    void showTreeMenu(const QPoint& position);
+    void showContextMenu(QWidget* viewport, const QPoint& position);
     void setMode(int index);
     void setDepth(int depth);
     int rowOf(int id) const;
+    int currentListId() const;
 
     std::vector<DatasetRow> rows_;
-    QComboBox* modeCombo_;
-    QWidget* depthRow_;
-    QSpinBox* depthSpin_;
-    QStackedWidget* stack_;
-    DatasetListWidget* list_;
-    DatasetTreeWidget* tree_;
+    QComboBox* modeCombo_ = nullptr;
+    QWidget* depthRow_ = nullptr;
+    QSpinBox* depthSpin_ = nullptr;
+    QStackedWidget* stack_ = nullptr;
+    DatasetListWidget* list_ = nullptr;
+    DatasetTreeWidget* tree_ = nullptr;
+    bool updatingTree_ = false; ///< the tree's selection changes by the program, not by the user
 };
 
 } // namespace Tessaly

@@ -9,10 +9,19 @@
 
 class QCheckBox;
 class QComboBox;
+class QFrame;
+class QGridLayout;
+class QHBoxLayout;
+class QLabel;
 class QPushButton;
 class QSpinBox;
 
 namespace Tessaly {
+
+/// Sheets of feature selectors: the usual one, and the one that draws attention to a selector.
+inline constexpr char PlainSelectorSheet[] = "QComboBox { padding: 2px 6px; min-height: 0; }";
+inline constexpr char WarningSelectorSheet[] =
+    "QComboBox { padding: 2px 6px; min-height: 0; background-color: #fff8e1; border: 1px solid #f9a825; }";
 
 /// A feature as the combo boxes list it.
 struct FeatureItem {
@@ -46,7 +55,11 @@ public:
     bool isoelasticsChecked() const;
     bool isoelasticLabelsChecked() const;
 
+    /// @param highlighted  whether other datasets are plotted differently; shows only on an enabled button
     void setApplyButton(bool enabled, bool highlighted);
+
+    /// The width at which the overlay controls still fit below each other.
+    QSize minimumSizeHint() const override;
 
 signals:
     void featuresChanged();
@@ -56,18 +69,47 @@ signals:
     void isoelasticsChanged();
     void applyToAllRequested();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
 private:
-    QComboBox* xFeature_;
-    QComboBox* yFeature_;
-    QComboBox* colorFeature_;
-    QComboBox* xScale_;
-    QComboBox* yScale_;
-    QComboBox* contourMode_;
-    QSpinBox* innerFraction_;
-    QSpinBox* outerFraction_;
-    QCheckBox* isoelastics_;
-    QCheckBox* isoelasticLabels_;
-    QPushButton* applyToAll_;
+    /// How the right half is laid out: in three columns as high as the left half, or in one, for narrow windows.
+    enum class Arrangement { Wide, Narrow };
+
+    void buildAxisControls();
+    void buildOverlayControls();
+    void connectControls();
+    void fillLeftHalf();
+    void arrangeRightHalf(Arrangement arrangement);
+    int requiredWidth(Arrangement arrangement) const;
+    void updateWidths();
+    void updateArrangement();
+    void showIsoelasticControls();
+    QComboBox* makeFeatureCombo(const QString& name, const QString& accessibleName);
+    QComboBox* makeScaleCombo(const QString& name, const QString& toolTip);
+
+    QComboBox* xFeature_ = nullptr;
+    QComboBox* yFeature_ = nullptr;
+    QComboBox* colorFeature_ = nullptr;
+    QComboBox* xScale_ = nullptr;
+    QComboBox* yScale_ = nullptr;
+    QLabel* contourLabel_ = nullptr;
+    QComboBox* contourMode_ = nullptr;
+    QLabel* innerLabel_ = nullptr;
+    QSpinBox* innerFraction_ = nullptr;
+    QLabel* outerLabel_ = nullptr;
+    QSpinBox* outerFraction_ = nullptr;
+    QCheckBox* isoelastics_ = nullptr;
+    QCheckBox* isoelasticLabels_ = nullptr;
+    QPushButton* applyToAll_ = nullptr;
+
+    QHBoxLayout* halves_ = nullptr;
+    QGridLayout* left_ = nullptr;
+    QGridLayout* right_ = nullptr;
+    QFrame* line_ = nullptr;
+    Arrangement arrangement_ = Arrangement::Wide;
+    bool isoelasticsOffered_ = false;
 };
 
 } // namespace Tessaly

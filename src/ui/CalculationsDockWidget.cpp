@@ -1,0 +1,120 @@
+#include "ui/CalculationsDockWidget.h"
+
+#include "core/VQDMetadata.h"
+
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QVBoxLayout>
+
+#include <array>
+#include <optional>
+
+namespace Tessaly {
+
+namespace {
+
+constexpr double ManualViscosity = 1.0;
+constexpr double DefaultTemperature = 23.0;
+constexpr double DefaultChannelWidth = 20.0;
+constexpr double DefaultFlowRate = 0.04;
+constexpr std::array<const char*, 4> MediumNames = {"Sorvex", "SorvexB", "Water", "0.83% MC-PBS"};
+
+QString noValue() {
+    return QStringLiteral("—");
+}
+
+std::optional<double> positiveNumber(const VQDMetadata::Section& section, const std::string& key) {
+    bool ok = false;
+    const double value = QString::fromStdString(metadataValue(section, key)).toDouble(&ok);
+    return ok && value > 0.0 ? std::optional(value) : std::nullopt;
+}
+
+QString withUnit(std::optional<double> value, const QString& unit) {
+    return value ? QString::number(*value) + QLatin1Char(' ') + unit : noValue();
+}
+
+QString mediumText(const VQDMetadata& metadata, std::int32_t medium) {
+    if (medium >= 0 && medium < static_cast<std::int32_t>(MediumNames.size())) {
+        return QString::fromLatin1(MediumNames[static_cast<std::size_t>(medium)]);
+    }
+    const QString text = QString::fromStdString(metadataValue(metadata.setup, "medium"));
+    return CalculationsDockWidget::tr("%1 (unknown)").arg(text.isEmpty() ? noValue() : text);
+}
+
+QString viscosityModelText(std::int32_t model) {
+    switch (model) {
+    case 0:
+        return QStringLiteral("Herold-2017");
+    case 1:
+        return QStringLiteral("Kestin-1978");
+    default:
+        return CalculationsDockWidget::tr("Manual");
+    }
+}
+
+QLabel* addValue(QFormLayout* form, const QString& caption, const char* name) {
+    auto* value = new QLabel(noValue());
+    value->setObjectName(QLatin1String(name));
+    value->setAccessibleName(caption);
+    value->setTextFormat(Qt::PlainText);
+    value->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    value->setWordWrap(true);
+    form->addRow(caption, value);
+    return value;
+}
+
+} // namespace
+
+CalculationsDockWidget::CalculationsDockWidget(QWidget* parent) : QWidget(parent) {
+    setObjectName(QStringLiteral("calculationsPanel"));
+    auto* box = new QGroupBox(tr("Measurement Conditions"));
+    box->setObjectName(QStringLiteral("conditionsBox"));
+    auto* form = new QFormLayout(box);
+    medium_ = addValue(form, tr("Medium:"), "mediumLabel");
+    viscosityModel_ = addValue(form, tr("Viscosity:"), "viscosityModelLabel");
+    viscosity_ = addValue(form, tr("η [mPa·s]:"), "viscosityLabel");
+    temperature_ = addValue(form, tr("Temperature:"), "temperatureLabel");
+    channelWidth_ = addValue(form, tr("Channel Width:"), "channelWidthLabel");
+    flowRate_ = addValue(form, tr("Flow Rate:"), "flowRateLabel");
+    pixelSize_ = addValue(form, tr("Pixel Size:"), "pixelSizeLabel");
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(4, 4, 4, 4);
+    layout->addWidget(box);
+    layout->addStretch();
+}
+
+EModulusParams CalculationsDockWidget::emodulusParamsFor(const VQDMetadata& metadata) const {
+    return Tessaly::emodulusParamsFor(metadata, false, ManualViscosity);
+}
+
+void CalculationsDockWidget::setDatasetMetadata(const VQDMetadata* metadata) {
+    temperature_->setToolTip(QString());
+    if (!metadata) {
+        for (QLabel* label :
+             {medium_, viscosityModel_, viscosity_, temperature_, channelWidth_, flowRate_, pixelSize_}) {
+            label->setText(noValue());
+        }
+        return;
+    }
+    const std::optional<double> width = positiveNumber(metadata->setup, "channel width");
+    const std::optional<double> flow = positiveNumber(metadata->setup, "flow rate");
+    const std::optional<double> temperature = positiveNumber(metadata->setup, "temperature");
+    EModulusParams params = emodulusParamsFor(*metadata);
+    params.channelWidth = width.value_or(DefaultChannelWidth);
+    params.flowRate = flow.value_or(DefaultFlowRate);
+
+    const double celsius = temperature.value_or(DefaultTemperature);
+    medium_->setText(mediumText(*metadata, params.medium));
+    viscosityModel_->setText(viscosityModelText(params.viscosityModel));
+    viscosity_->setText(tr("%1 mPa·s").arg(viscosity(params, celsius), 0, 'f', 3));
+    temperature_->setText(tr("%1 °C").arg(celsius, 0, 'f', 1));
+    if (!temperature) {
+        temperature_->setToolTip(tr("Assumed: the file names no temperature."));
+    }
+    channelWidth_->setText(withUnit(width, QStringLiteral("µm")));
+    flowRate_->setText(withUnit(flow, QStringLiteral("µL/s")));
+    pixelSize_->setText(withUnit(positiveNumber(metadata->imaging, "pixel size"), QStringLiteral("µm")));
+}
+
+} // namespace Tessaly

@@ -1,0 +1,270 @@
+#include "ui/DatasetsPanel.h"
+
+#include "session/DatasetFolderTree.h"
+#include "ui/DatasetListWidget.h"
+#include "ui/DatasetTreeWidget.h"
+#include "ui/HtmlItemDelegate.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QScopedValueRollback>
+#include <QSettings>
+#include <QSignalBlocker>
+#include <QSpinBox>
+#include <QStackedWidget>
+#include <QTextDocumentFragment>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace Tessaly {
+
+namespace {
+
+constexpr char ModeKey[] = "datasetView/mode";
+constexpr char DepthKey[] = "datasetView/depth";
+constexpr int FolderMode = 1;
+constexpr int DefaultDepth = 2;
+constexpr int MaxDepth = 4;
+
+QString plainText(const QString& html) {
+    return QTextDocumentFragment::fromHtml(html).toPlainText();
+}
+
+} // namespace
+
+DatasetsPanel::DatasetsPanel(QWidget* parent) : QWidget(parent) {
+    setObjectName(QStringLiteral("datasetsPanel"));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(4, 4, 4, 4);
+    layout->setSpacing(4);
+    layout->addWidget(buildModeRow());
+    buildViews();
+    layout->addWidget(stack_, 1);
+
+    const QSettings settings;
+    depthSpin_->setValue(std::clamp(settings.value(QLatin1String(DepthKey), DefaultDepth).toInt(), 1, MaxDepth));
+    const bool folders = settings.value(QLatin1String(ModeKey), 0).toInt() == FolderMode;
+    modeCombo_->setCurrentIndex(folders ? FolderMode : 0);
+    stack_->setCurrentIndex(modeCombo_->currentIndex());
+    depthRow_->setVisible(folders);
+
+    connect(modeCombo_, &QComboBox::currentIndexChanged, this, &DatasetsPanel::setMode);
+    connect(depthSpin_, &QSpinBox::valueChanged, this, &DatasetsPanel::setDepth);
+}
+
+QWidget* DatasetsPanel::buildModeRow() {
+    modeCombo_ = new QComboBox;
+    modeCombo_->setObjectName(QStringLiteral("datasetModeCombo"));
+    modeCombo_->setAccessibleName(tr("Dataset view"));
+    modeCombo_->addItems({tr("List"), tr("Folders")});
+
+    depthSpin_ = new QSpinBox;
+    depthSpin_->setObjectName(QStringLiteral("folderDepthSpinBox"));
+    depthSpin_->setAccessibleName(tr("Folder depth"));
+    depthSpin_->setRange(1, MaxDepth);
+    depthSpin_->setValue(DefaultDepth);
+    depthSpin_->setToolTip(tr("Number of parent folder levels to show"));
+    auto* depthLabel = new QLabel(tr("Depth:"));
+    depthLabel->setBuddy(depthSpin_);
+    depthLabel->setToolTip(depthSpin_->toolTip());
+    depthRow_ = new QWidget;
+    auto* depthLayout = new QHBoxLayout(depthRow_);
+    depthLayout->setContentsMargins(0, 0, 0, 0);
+    depthLayout->addWidget(depthLabel);
+    depthLayout->addWidget(depthSpin_);
+
+    auto* row = new QWidget;
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(modeCombo_);
+    layout->addStretch();
+    layout->addWidget(depthRow_);
+    return row;
+}
+
+void DatasetsPanel::buildViews() {
+    list_ = new DatasetListWidget;
+    list_->setObjectName(QStringLiteral("datasetList"));
+    list_->setAccessibleName(tr("Datasets"));
+    list_->setItemDelegate(new HtmlItemDelegate(list_));
+    list_->setContextMenuPolicy(Qt::CustomContextMenu);
+    tree_ = new DatasetTreeWidget;
+    tree_->setObjectName(QStringLiteral("datasetTree"));
+    tree_->setAccessibleName(tr("Datasets by folder"));
+    tree_->setItemDelegate(new HtmlItemDelegate(tree_));
+    tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    stack_ = new QStackedWidget;
+    stack_->addWidget(list_);
+    stack_->addWidget(tree_);
+
+    connect(list_, &QListWidget::currentRowChanged, this, [this](int row) {
+        if (row >= 0) {
+            emit datasetChosen(currentListId());
+        }
+    });
+    connect(tree_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
+        const int id = DatasetTreeWidget::idOf(item);
+        if (!updatingTree_ && id >= 0) {
+            emit datasetChosen(id);
+        }
+    });
+    connect(list_, &DatasetListWidget::internalReorderRequested, this, &DatasetsPanel::reorderRequested);
+    connect(tree_, &DatasetTreeWidget::internalReorderRequested, this, [this](int sourceId, int targetId, bool after) {
+        const int fromRow = rowOf(sourceId);
+        const int targetRow = rowOf(targetId);
+        if (fromRow >= 0 && targetRow >= 0) {
+            emit reorderRequested(fromRow, targetRow + (after ? 1 : 0));
+        }
+    });
+    connect(list_, &QWidget::customContextMenuRequested, this, &DatasetsPanel::showListMenu);
+    connect(tree_, &QWidget::customContextMenuRequested, this, &DatasetsPanel::showTreeMenu);
+}
+
+void DatasetsPanel::setRows(const std::vector<DatasetRow>& rows) {
+    const int current = currentListId();
+    rows_ = rows;
+    {
+        const QSignalBlocker blocker(list_);
+        list_->clear();
+        for (const DatasetRow& row : rows_) {
+            auto* item = new QListWidgetItem(row.html, list_);
+            item->setData(Qt::UserRole, row.id);
+            item->setData(Qt::AccessibleTextRole, plainText(row.html));
+            item->setToolTip(row.filePath);
+            item->setFlags(item->flags() & ~Qt::ItemIsDropEnabled);
+        }
+        list_->setCurrentRow(rowOf(current));
+    }
+    if (folderViewActive()) {
+        rebuildTree();
+    }
+}
+
+void DatasetsPanel::setRowText(int id, const QString& html) {
+    const int row = rowOf(id);
+    if (row < 0) {
+        return;
+    }
+    rows_[static_cast<std::size_t>(row)].html = html;
+    const QSignalBlocker blocker(list_);
+    list_->item(row)->setText(html);
+    list_->item(row)->setData(Qt::AccessibleTextRole, plainText(html));
+    if (folderViewActive()) {
+        rebuildTree();
+    }
+}
+
+void DatasetsPanel::setCurrentId(int id) {
+    {
+        const QSignalBlocker blocker(list_);
+        list_->setCurrentRow(rowOf(id));
+    }
+    if (folderViewActive()) {
+        selectInTree(id);
+    }
+}
+
+int DatasetsPanel::currentRow() const {
+    return list_->currentRow();
+}
+
+bool DatasetsPanel::folderViewActive() const {
+    return stack_->currentIndex() == FolderMode;
+}
+
+int DatasetsPanel::folderDepth() const {
+    return depthSpin_->value();
+}
+
+void DatasetsPanel::setMode(int index) {
+    QSettings().setValue(QLatin1String(ModeKey), index == FolderMode ? FolderMode : 0);
+    stack_->setCurrentIndex(index);
+    depthRow_->setVisible(index == FolderMode);
+    if (folderViewActive()) {
+        rebuildTree();
+    }
+}
+
+void DatasetsPanel::setDepth(int depth) {
+    QSettings().setValue(QLatin1String(DepthKey), depth);
+    rebuildTree();
+}
+
+void DatasetsPanel::rebuildTree() {
+    const QScopedValueRollback updating(updatingTree_, true);
+    tree_->clear();
+    QStringList paths;
+    for (const DatasetRow& row : rows_) {
+        paths.append(row.filePath);
+    }
+    addNodes(buildDatasetFolderTree(paths, folderDepth()), tree_->invisibleRootItem());
+    tree_->expandAll();
+    selectInTree(currentListId());
+}
+
+void DatasetsPanel::addNodes(const std::vector<DatasetFolderNode>& nodes, QTreeWidgetItem* parent) {
+    for (const DatasetFolderNode& node : nodes) {
+        auto* item = new QTreeWidgetItem(parent);
+        if (node.datasetIndex < 0) {
+            item->setText(0, node.label.toHtmlEscaped());
+            item->setData(0, Qt::AccessibleTextRole, node.label);
+            item->setFlags(item->flags() & ~(Qt::ItemIsSelectable | Qt::ItemIsDragEnabled));
+            addNodes(node.children, item);
+            continue;
+        }
+        const DatasetRow& row = rows_[static_cast<std::size_t>(node.datasetIndex)];
+        item->setText(0, row.html);
+        item->setData(0, Qt::UserRole, row.id);
+        item->setData(0, Qt::AccessibleTextRole, plainText(row.html));
+        item->setToolTip(0, row.filePath);
+        item->setFlags((item->flags() | Qt::ItemIsDragEnabled) & ~Qt::ItemIsDropEnabled);
+    }
+}
+
+void DatasetsPanel::selectInTree(int id) {
+    const QScopedValueRollback updating(updatingTree_, true);
+    QTreeWidgetItem* item = id < 0 ? nullptr : tree_->itemOfId(id);
+    tree_->setCurrentItem(item);
+    if (!item) {
+        tree_->clearSelection();
+    }
+}
+
+void DatasetsPanel::showListMenu(const QPoint& position) {
+    if (list_->itemAt(position)) {
+        showContextMenu(list_->viewport(), position);
+    }
+}
+
+void DatasetsPanel::showTreeMenu(const QPoint& position) {
+    QTreeWidgetItem* item = tree_->itemAt(position);
+    if (DatasetTreeWidget::idOf(item) < 0) {
+        return;
+    }
+    tree_->setCurrentItem(item);
+    showContextMenu(tree_->viewport(), position);
+}
+
+void DatasetsPanel::showContextMenu(QWidget* viewport, const QPoint& position) {
+    auto* menu = new QMenu(this);
+    connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
+    menu->setObjectName(QStringLiteral("datasetMenu"));
+    menu->addAction(tr("Duplicate Dataset"), this, &DatasetsPanel::duplicateRequested);
+    menu->addAction(tr("Remove Dataset"), this, &DatasetsPanel::removeRequested);
+    menu->popup(viewport->mapToGlobal(position));
+}
+
+int DatasetsPanel::rowOf(int id) const {
+    const auto found = std::find_if(rows_.begin(), rows_.end(), [id](const DatasetRow& row) { return row.id == id; });
+    return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
+}
+
+int DatasetsPanel::currentListId() const {
+    const QListWidgetItem* item = list_->currentItem();
+    return item ? item->data(Qt::UserRole).toInt() : -1;
+}
+
+} // namespace Tessaly

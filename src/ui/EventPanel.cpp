@@ -1,0 +1,90 @@
+#include "ui/EventPanel.h"
+
+#include "plot/ImageViewer.h"
+#include "plot/TracePlot.h"
+
+#include <QHeaderView>
+#include <QSplitter>
+#include <QTableWidget>
+
+#include <algorithm>
+
+namespace Tessaly {
+
+namespace {
+
+constexpr int ValueWidth = 90;
+
+QTableWidgetItem* itemAt(QTableWidget* table, int row, int column) {
+    QTableWidgetItem* item = table->item(row, column);
+    if (!item) {
+        item = new QTableWidgetItem;
+        table->setItem(row, column, item);
+    }
+    return item;
+}
+
+} // namespace
+
+EventPanel::EventPanel(QWidget* parent)
+    : QTabWidget(parent),
+      imageViewer_(new ImageViewer),
+      tracePlot_(new TracePlot),
+      table_(new QTableWidget(0, 2)) {
+    setObjectName(QStringLiteral("eventPanel"));
+    setAccessibleName(tr("Event"));
+    if (imageViewer_->objectName().isEmpty()) {
+        imageViewer_->setObjectName(QStringLiteral("imageViewer"));
+    }
+    if (tracePlot_->objectName().isEmpty()) {
+        tracePlot_->setObjectName(QStringLiteral("tracePlot"));
+    }
+    auto* splitter = new QSplitter(Qt::Vertical);
+    splitter->setObjectName(QStringLiteral("imageTraceSplitter"));
+    splitter->addWidget(imageViewer_);
+    splitter->addWidget(tracePlot_);
+    splitter->setStretchFactor(0, 3);
+    splitter->setStretchFactor(1, 1);
+    splitter->setChildrenCollapsible(false);
+    addTab(splitter, tr("Image"));
+
+    table_->setObjectName(QStringLiteral("eventTable"));
+    table_->setAccessibleName(tr("Event Data"));
+    table_->setHorizontalHeaderLabels({tr("Feature"), tr("Value")});
+    table_->setAlternatingRowColors(true);
+    table_->verticalHeader()->hide();
+    table_->horizontalHeader()->setStretchLastSection(true);
+    table_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table_->setWordWrap(false);
+    // Tab leaves the table instead of walking through hundreds of cells.
+    table_->setTabKeyNavigation(false);
+    addTab(table_, tr("Event Data"));
+}
+
+void EventPanel::setValues(const std::vector<EventValue>& values) {
+    const bool otherRows = table_->rowCount() != static_cast<int>(values.size());
+    table_->setUpdatesEnabled(false);
+    table_->setRowCount(static_cast<int>(values.size()));
+    for (int row = 0; row < table_->rowCount(); ++row) {
+        const EventValue& value = values[static_cast<std::size_t>(row)];
+        QTableWidgetItem* label = itemAt(table_, row, 0);
+        label->setText(value.label);
+        label->setToolTip(value.key);
+        itemAt(table_, row, 1)->setText(value.value);
+    }
+    if (otherRows) {
+        // The labels get what they need as long as the values stay in sight.
+        table_->resizeColumnToContents(0);
+        const int room = std::max(table_->viewport()->width() - ValueWidth, ValueWidth);
+        table_->setColumnWidth(0, std::min(table_->columnWidth(0), room));
+    }
+    table_->setUpdatesEnabled(true);
+}
+
+void EventPanel::clearValues() {
+    table_->setRowCount(0);
+}
+
+} // namespace Tessaly

@@ -1,0 +1,59 @@
+#include "ui/StatisticsDockWidget.h"
+
+#include "stats/DistributionStats.h"
+
+#include <QHeaderView>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace Tessaly {
+
+StatisticsDockWidget::StatisticsDockWidget(QWidget* parent) : QWidget(parent), table_(new QTreeWidget) {
+    setObjectName(QStringLiteral("statisticsPanel"));
+    table_->setObjectName(QStringLiteral("statisticsTable"));
+    table_->setAccessibleName(tr("Plot Statistics"));
+    table_->setColumnCount(3);
+    table_->setRootIsDecorated(false);
+    table_->setAlternatingRowColors(true);
+    table_->header()->setStretchLastSection(true);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(4, 4, 4, 4);
+    layout->addWidget(table_);
+    clearStatistics();
+}
+
+void StatisticsDockWidget::clearStatistics() {
+    table_->clear();
+    table_->setHeaderLabels({tr("Statistic"), tr("X"), tr("Y")});
+}
+
+void StatisticsDockWidget::updateStatistics(const std::vector<double>& x, const std::vector<double>& y,
+                                            const QString& xLabel, const QString& yLabel) {
+    table_->clear();
+    table_->setHeaderLabels({tr("Statistic"), xLabel, yLabel});
+    for (int column = 1; column < 3; ++column) {
+        table_->headerItem()->setToolTip(column, table_->headerItem()->text(column));
+    }
+    if (x.empty() || y.empty()) {
+        return;
+    }
+    const auto addRow = [this](const QString& name, const QString& xText, const QString& yText) {
+        auto* row = new QTreeWidgetItem(table_, {name, xText, yText});
+        row->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
+        row->setTextAlignment(2, Qt::AlignRight | Qt::AlignVCenter);
+    };
+    const auto number = [](double value) { return QString::number(value, 'g', 6); };
+    const DistributionStats xStats = computeDistributionStats(x);
+    const DistributionStats yStats = computeDistributionStats(y);
+    const QString count = QString::number(x.size());
+    addRow(tr("N"), count, count);
+    addRow(tr("Mean"), number(xStats.mean), number(yStats.mean));
+    addRow(tr("SD"), number(xStats.sd), number(yStats.sd));
+    addRow(tr("Q1"), number(xStats.q1), number(yStats.q1));
+    addRow(tr("Median"), number(xStats.median), number(yStats.median));
+    addRow(tr("Q3"), number(xStats.q3), number(yStats.q3));
+    addRow(tr("IQR"), number(xStats.iqr), number(yStats.iqr));
+    table_->resizeColumnToContents(0);
+}
+
+} // namespace Tessaly
