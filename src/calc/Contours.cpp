@@ -1,5 +1,6 @@
 #include "calc/Contours.h"
 
+#include "calc/OrderStatistics.h"
 #include "core/ScaleMath.h"
 
 #include <algorithm>
@@ -12,23 +13,21 @@ namespace {
 
 using Point = std::pair<double, double>;
 
-/// The part of a line within one square of the grid.
-struct Segment {
-    std::array<Point, 2> points;
-    std::array<std::size_t, 2> edges; ///< where the points lie
-};
-
-/// The density below which a share of the values lies; 0 unless the share is strictly between 0 and 1.
-double densityAtFraction(std::vector<double> density, double fraction) {
-    if (density.empty() || !(fraction > 0.0 && fraction < 1.0))
-        return 0.0;
-    const auto count = static_cast<double>(density.size());
-    const auto index = std::min(static_cast<std::size_t>(std::floor(count * fraction)), density.size() - 1);
-    const auto nth = density.begin() + static_cast<std::ptrdiff_t>(index);
-    std::nth_element(density.begin(), nth, density.end(), [](double a, double b) {
-        return a < b || (std::isnan(b) && !std::isnan(a)); // NaN last: an order even then
-    });
-    return *nth;
+/// The densities below which given shares of the values lie; 0 for a share that is not strictly between 0 and 1.
+std::vector<double> densitiesAtFractions(std::span<const double> density, std::span<const double> fractions) {
+    const auto isShare = [](double fraction) { return fraction > 0.0 && fraction < 1.0; };
+    std::vector<std::size_t> places;
+    for (const double fraction : fractions) {
+        const double place = std::floor(static_cast<double>(density.size()) * fraction);
+        if (isShare(fraction))
+            places.push_back(std::min(static_cast<std::size_t>(place), density.size() - 1));
+    }
+    const std::vector<double> found = orderStatistics(density, places);
+    std::vector<double> levels;
+    auto next = found.begin();
+    for (const double fraction : fractions)
+        levels.push_back(isShare(fraction) ? *next++ : 0.0);
+    return levels;
 }
 
 Point crossing(double level, double p, Point from, double q, Point to) {
@@ -36,82 +35,131 @@ Point crossing(double level, double p, Point from, double q, Point to) {
     return {from.first + part * (to.first - from.first), from.second + part * (to.second - from.second)};
 }
 
-/// Walks through the squares of a grid and collects the segments of one level in row order.
-class SegmentCollector {
+/// One end of a segment, or none.
+struct SegmentEnd {
+    int segment = -1;
+    int end = 0;
+};
+
+/// The part of a line within one square of the grid, and what it meets in the neighbouring squares.
+struct Segment {
+    std::array<Point, 2> points;
+    std::array<SegmentEnd, 2> neighbours;
+};
+
+/// The edges at which a segment starts and ends: 0 low, 1 right, 2 high, 3 left; -1 for no segment.
+struct EdgePair {
+    int from = -1;
+    int to = -1;
+};
+
+/// Segments by the corners of a square that reach the level: bit 0 low left, 1 low right, 2 high right, 3 high left.
+/// Opposite corners (5 and 10) are paired here for a mean that does not reach the level.
+using EdgePairs = std::array<EdgePair, 2>;
+constexpr std::array<EdgePairs, 16> edgePairs{
+    EdgePairs{},
+    EdgePairs{{{3, 0}, {}}},
+    EdgePairs{{{0, 1}, {}}},
+    EdgePairs{{{3, 1}, {}}},
+    EdgePairs{{{1, 2}, {}}},
+    EdgePairs{{{0, 1}, {3, 2}}},
+    EdgePairs{{{0, 2}, {}}},
+    EdgePairs{{{3, 2}, {}}},
+    EdgePairs{{{3, 2}, {}}},
+    EdgePairs{{{0, 2}, {}}},
+    EdgePairs{{{0, 3}, {1, 2}}},
+    EdgePairs{{{1, 2}, {}}},
+    EdgePairs{{{3, 1}, {}}},
+    EdgePairs{{{0, 1}, {}}},
+    EdgePairs{{{3, 0}, {}}},
+    EdgePairs{},
+};
+
+/// Goes through the squares of a grid row by row and joins each segment to those on the other side of its edges. An
+/// edge that a line crosses belongs to one segment on either side.
+class SegmentTable {
 public:
-    SegmentCollector(const DensityGrid& grid, double level) : grid_(grid), level_(level) {}
-
-    std::vector<Segment> collect() {
-        for (int row = 0; row + 1 < grid_.size; ++row) {
-            for (int column = 0; column + 1 < grid_.size; ++column)
-                visit(row, column);
+    SegmentTable(const DensityGrid& grid, double level)
+        : grid_(grid),
+          level_(level),
+          width_(static_cast<std::size_t>(grid.size)),
+          below_(width_) {
+        std::vector<unsigned char> low(width_);
+        std::vector<unsigned char> high(width_);
+        compare(0, high);
+        for (int row = 0; row + 1 < grid.size; ++row) {
+            low.swap(high);
+            compare(row + 1, high);
+            for (std::size_t c = 0; c + 1 < width_; ++c) {
+                const int code = low[c] | low[c + 1] << 1 | high[c + 1] << 2 | high[c] << 3;
+                if (code != 0 && code != 15)
+                    visit(row, static_cast<int>(c), code);
+            }
+            left_ = {};
         }
-        return std::move(segments_);
     }
 
-    /// Number of different edge keys.
-    static std::size_t edgeCount(int size) {
-        return 2 * static_cast<std::size_t>(size) * static_cast<std::size_t>(size);
-    }
+    std::vector<Segment> takeSegments() { return std::move(segments_); }
 
 private:
+    /// Which corners of a row reach the level.
+    void compare(int row, std::vector<unsigned char>& reached) const {
+        const double* values = grid_.values.data() + static_cast<std::size_t>(row) * width_;
+        for (std::size_t c = 0; c < width_; ++c)
+            reached[c] = values[c] >= level_ ? 1 : 0;
+    }
+
     double value(int row, int column) const {
-        return grid_.values[static_cast<std::size_t>(row) * static_cast<std::size_t>(grid_.size) +
-                            static_cast<std::size_t>(column)];
+        return grid_.values[static_cast<std::size_t>(row) * width_ + static_cast<std::size_t>(column)];
     }
 
     Point position(int row, int column) const {
         return {(column + 0.5) * grid_.xStep + grid_.xOrigin, (row + 0.5) * grid_.yStep + grid_.yOrigin};
     }
 
-    void visit(int row, int column) {
-        const double a = value(row, column);
-        const double b = value(row, column + 1);
-        const double d = value(row + 1, column + 1);
-        const double e = value(row + 1, column);
-        const int code = (a >= level_ ? 1 : 0) | (b >= level_ ? 2 : 0) | (d >= level_ ? 4 : 0) | (e >= level_ ? 8 : 0);
-        switch (code) {
-        case 1:
-        case 14:
-            return add(row, column, 3, 0);
-        case 2:
-        case 13:
-            return add(row, column, 0, 1);
-        case 3:
-        case 12:
-            return add(row, column, 3, 1);
-        case 4:
-        case 11:
-            return add(row, column, 1, 2);
-        case 6:
-        case 9:
-            return add(row, column, 0, 2);
-        case 7:
-        case 8:
-            return add(row, column, 3, 2);
-        case 5:
-        case 10: {
-            const bool high = (a + b + d + e) * 0.25 >= level_;
-            if (high == (code == 5)) {
-                add(row, column, 0, 3);
-                add(row, column, 1, 2);
-            } else {
-                add(row, column, 0, 1);
-                add(row, column, 3, 2);
-            }
-            return;
+    void visit(int row, int column, int code) {
+        if (code == 5 || code == 10) {
+            const double sum =
+                value(row, column) + value(row, column + 1) + value(row + 1, column + 1) + value(row + 1, column);
+            if (sum * 0.25 >= level_)
+                code = 15 - code;
         }
-        default:
-            return;
+        SegmentEnd right; // not yet left_, which a second segment of this square may need
+        for (const EdgePair& pair : edgePairs[static_cast<std::size_t>(code)]) {
+            if (pair.from < 0)
+                break;
+            const int segment = static_cast<int>(segments_.size());
+            segments_.push_back({{pointOn(row, column, pair.from), pointOn(row, column, pair.to)}, {}});
+            join({segment, 0}, pair.from, column, right);
+            join({segment, 1}, pair.to, column, right);
         }
+        left_ = right;
     }
 
-    void add(int row, int column, int firstEdge, int secondEdge) {
-        segments_.push_back({{pointOn(row, column, firstEdge), pointOn(row, column, secondEdge)},
-                             {edgeKey(row, column, firstEdge), edgeKey(row, column, secondEdge)}});
+    void join(SegmentEnd end, int edge, int column, SegmentEnd& right) {
+        SegmentEnd& open = below_[static_cast<std::size_t>(column)];
+        if (edge == 0)
+            link(end, open);
+        else if (edge == 1)
+            right = end;
+        else if (edge == 2)
+            open = end;
+        else
+            link(end, left_);
     }
 
-    /// Edges of a square: 0 low, 1 right, 2 high, 3 left.
+    void link(SegmentEnd end, SegmentEnd other) {
+        if (other.segment < 0)
+            return; // the grid's rim
+        neighbourOf(end) = other;
+        neighbourOf(other) = end;
+    }
+
+    SegmentEnd& neighbourOf(SegmentEnd end) {
+        return segments_[static_cast<std::size_t>(end.segment)].neighbours[static_cast<std::size_t>(end.end)];
+    }
+
+    /// Both squares that share an edge go along it in the same direction, and so get the same point.
     Point pointOn(int row, int column, int edge) const {
         const int fromRow = edge == 2 ? row + 1 : row;
         const int fromColumn = edge == 1 ? column + 1 : column;
@@ -121,81 +169,49 @@ private:
                         position(toRow, toColumn));
     }
 
-    /// The same for both squares that share the edge: the edge's first corner and direction.
-    std::size_t edgeKey(int row, int column, int edge) const {
-        const int fromRow = edge == 2 ? row + 1 : row;
-        const int fromColumn = edge == 1 ? column + 1 : column;
-        const std::size_t corner = static_cast<std::size_t>(fromRow) * static_cast<std::size_t>(grid_.size) +
-                                   static_cast<std::size_t>(fromColumn);
-        return 2 * corner + static_cast<std::size_t>(edge % 2);
-    }
-
     const DensityGrid& grid_;
     double level_;
+    std::size_t width_;
+    std::vector<SegmentEnd> below_; ///< by column: the last end on a high edge, which is this row's low edge
+    SegmentEnd left_;               ///< the last end on a right edge, which is this square's left edge
     std::vector<Segment> segments_;
 };
 
-/// Joins segments that share an edge. An edge belongs to at most two squares, so to at most two segments.
-class SegmentChainer {
-public:
-    SegmentChainer(std::vector<Segment> segments, std::size_t edgeCount)
-        : segments_(std::move(segments)),
-          used_(segments_.size(), false),
-          touching_(edgeCount, {-1, -1}) {
-        for (std::size_t s = 0; s < segments_.size(); ++s) {
-            for (const std::size_t edge : segments_[s].edges) {
-                auto& pair = touching_[edge];
-                pair[pair[0] < 0 ? 0 : 1] = static_cast<int>(s);
-            }
-        }
+/// Follows the segments from one end until the line leaves the grid or comes back to a used one.
+void walk(const std::vector<Segment>& segments, SegmentEnd from, std::vector<bool>& used, Polyline& line) {
+    const auto neighbour = [&segments](SegmentEnd end) {
+        return segments[static_cast<std::size_t>(end.segment)].neighbours[static_cast<std::size_t>(end.end)];
+    };
+    SegmentEnd next = neighbour(from);
+    while (next.segment >= 0 && !used[static_cast<std::size_t>(next.segment)]) {
+        used[static_cast<std::size_t>(next.segment)] = true;
+        const SegmentEnd far{next.segment, 1 - next.end};
+        line.push_back(segments[static_cast<std::size_t>(far.segment)].points[static_cast<std::size_t>(far.end)]);
+        next = neighbour(far);
     }
-
-    std::vector<Polyline> chain() {
-        std::vector<Polyline> lines;
-        for (std::size_t s = 0; s < segments_.size(); ++s) {
-            if (used_[s])
-                continue;
-            used_[s] = true;
-            Polyline line{segments_[s].points[0], segments_[s].points[1]};
-            walk(segments_[s].edges[1], line);
-            Polyline before;
-            walk(segments_[s].edges[0], before);
-            line.insert(line.begin(), before.rbegin(), before.rend());
-            lines.push_back(std::move(line));
-        }
-        return lines;
-    }
-
-private:
-    void walk(std::size_t edge, Polyline& line) {
-        for (int next = unusedAt(edge); next >= 0; next = unusedAt(edge)) {
-            used_[static_cast<std::size_t>(next)] = true;
-            const Segment& segment = segments_[static_cast<std::size_t>(next)];
-            const std::size_t far = segment.edges[0] == edge ? 1 : 0;
-            line.push_back(segment.points[far]);
-            edge = segment.edges[far];
-        }
-    }
-
-    int unusedAt(std::size_t edge) const {
-        for (const int segment : touching_[edge]) {
-            if (segment >= 0 && !used_[static_cast<std::size_t>(segment)])
-                return segment;
-        }
-        return -1;
-    }
-
-    std::vector<Segment> segments_;
-    std::vector<bool> used_;
-    std::vector<std::array<int, 2>> touching_; ///< segments by edge, -1 for none
-};
+}
 
 } // namespace
 
 std::vector<Polyline> marchingSquares(const DensityGrid& grid, double level) {
+    std::vector<Polyline> lines;
     if (grid.size < 2)
-        return {};
-    return SegmentChainer(SegmentCollector(grid, level).collect(), SegmentCollector::edgeCount(grid.size)).chain();
+        return lines;
+    const std::vector<Segment> segments = SegmentTable(grid, level).takeSegments();
+    std::vector<bool> used(segments.size(), false);
+    for (std::size_t s = 0; s < segments.size(); ++s) {
+        if (used[s])
+            continue;
+        used[s] = true;
+        Polyline after{segments[s].points[1]};
+        walk(segments, {static_cast<int>(s), 1}, used, after);
+        Polyline line{segments[s].points[0]};
+        walk(segments, {static_cast<int>(s), 0}, used, line);
+        std::reverse(line.begin(), line.end());
+        line.insert(line.end(), after.begin(), after.end());
+        lines.push_back(std::move(line));
+    }
+    return lines;
 }
 
 std::vector<ContourLevel> computeContours(std::span<const double> x, std::span<const double> y,
@@ -203,12 +219,17 @@ std::vector<ContourLevel> computeContours(std::span<const double> x, std::span<c
     std::vector<ContourLevel> contours;
     if (x.size() < 4 || x.size() != y.size() || fractions.empty())
         return contours;
-    const std::vector<double> axisX = transformValues(x, scaleX);
-    const std::vector<double> axisY = transformValues(y, scaleY);
-    const DensityGrid grid = kernelDensityGrid(axisX, axisY, 0);
-    const std::vector<double> density = interpolateGrid(grid, axisX, axisY);
-    for (const double fraction : fractions) {
-        ContourLevel contour{fraction, densityAtFraction(density, fraction), {}};
+    // A linear axis needs no copy.
+    std::vector<double> mappedX;
+    std::vector<double> mappedY;
+    if (scaleX != ScaleMode::Linear)
+        x = mappedX = transformValues(x, scaleX);
+    if (scaleY != ScaleMode::Linear)
+        y = mappedY = transformValues(y, scaleY);
+    const DensityGrid grid = kernelDensityGrid(x, y, 0);
+    const std::vector<double> levels = densitiesAtFractions(interpolateGrid(grid, x, y), fractions);
+    for (std::size_t i = 0; i < fractions.size(); ++i) {
+        ContourLevel contour{fractions[i], levels[i], {}};
         if (contour.level > 0.0)
             contour.polylines = marchingSquares(grid, contour.level);
         for (Polyline& line : contour.polylines) {

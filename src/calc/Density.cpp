@@ -1,9 +1,15 @@
 #include "calc/Density.h"
 
+#include "calc/AxisRange.h"
+#include "calc/GridSize.h"
+#include "calc/NeighbourDensity.h"
+#include "calc/OrderStatistics.h"
+
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 #include <limits>
-#include <numbers>
 
 namespace Tessaly {
 
@@ -11,73 +17,66 @@ namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-/// Bin of a scaled coordinate, clamped; NaN falls into bin 0.
-int clampedBin(double position, int size) {
-    if (!(position > 0.0))
-        return 0;
-    return position < size ? static_cast<int>(position) : size - 1;
-}
+/// Mean and population standard deviation of two columns at once: each sum waits for its last addition, so that two
+/// take the time of one.
+struct Spread {
+    std::array<double, 2> deviation;
 
-/// Smallest value and extent of one axis.
-struct AxisRange {
-    double min = 0.0;
-    double max = 0.0;
-    double range = 1.0; ///< 1.0 for a constant axis
-
-    explicit AxisRange(std::span<const double> values) {
-        if (values.empty())
-            return;
-        min = max = values[0];
-        for (const double value : values) {
-            min = value < min ? value : min;
-            max = value > max ? value : max;
+    Spread(std::span<const double> x, std::span<const double> y) {
+        const auto count = static_cast<double>(x.size());
+        std::array<double, 2> mean{};
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            mean[0] += x[i];
+            mean[1] += y[i];
         }
-        if (max - min > 0.0)
-            range = max - min;
+        mean[0] /= count;
+        mean[1] /= count;
+        std::array<double, 2> squares{};
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            squares[0] += (x[i] - mean[0]) * (x[i] - mean[0]);
+            squares[1] += (y[i] - mean[1]) * (y[i] - mean[1]);
+        }
+        deviation = {std::sqrt(squares[0] / count), std::sqrt(squares[1] / count)};
     }
 };
 
-double quantile(const std::vector<double>& sorted, double q) {
-    if (sorted.empty())
-        return 0.0;
-    const double position = q * static_cast<double>(sorted.size() - 1);
-    const double below = std::floor(position);
-    const double part = position - below;
-    const auto i = static_cast<std::size_t>(below);
-    return (1.0 - part) * sorted[i] + part * sorted[std::min(i + 1, sorted.size() - 1)];
+/// Distance between the quartiles, each interpolated between the two values next to it.
+double interquartileRange(std::span<const double> values) {
+    const std::size_t last = values.size() - 1;
+    std::array<std::size_t, 4> places;
+    std::array<double, 2> parts;
+    for (std::size_t i = 0; i < 2; ++i) {
+        const double position = (i == 0 ? 0.25 : 0.75) * static_cast<double>(last);
+        parts[i] = position - std::floor(position);
+        places[2 * i] = static_cast<std::size_t>(std::floor(position));
+        places[2 * i + 1] = std::min(places[2 * i] + 1, last);
+    }
+    const std::vector<double> sorted = orderStatistics(values, places);
+    const double q25 = (1.0 - parts[0]) * sorted[0] + parts[0] * sorted[1];
+    const double q75 = (1.0 - parts[1]) * sorted[2] + parts[1] * sorted[3];
+    return q75 - q25;
 }
 
-double bandwidth(std::span<const double> values, const AxisRange& axis) {
+double bandwidth(std::span<const double> values, const AxisRange& axis, double deviation) {
     // Rounding in the mean would leave a constant column a tiny deviation.
-    if (values.empty() || axis.min == axis.max)
+    if (values.empty() || axis.isConstant())
         return 1.0;
-    std::vector<double> sorted(values.begin(), values.end());
-    std::sort(sorted.begin(), sorted.end());
-    const double iqr = quantile(sorted, 0.75) - quantile(sorted, 0.25);
-    const auto count = static_cast<double>(values.size());
-    double mean = 0.0;
-    for (const double value : values)
-        mean += value;
-    mean /= count;
-    double variance = 0.0;
-    for (const double value : values)
-        variance += (value - mean) * (value - mean);
-    const double deviation = std::sqrt(variance / count);
+    const double iqr = interquartileRange(values);
     const double sigma = iqr > 0.0 ? std::min(iqr / 1.34, deviation) : deviation;
-    const double h = std::pow(count, -1.0 / 6.0) * sigma;
-    return h > 0.0 ? h : 1.0;
+    const double h = std::pow(static_cast<double>(values.size()), -1.0 / 6.0) * sigma;
+    return h > 0.0 && std::isfinite(h) ? h : 1.0;
 }
 
-/// Weights of a Gaussian with a width of `cells` cells; the middle one is at index (size - 1) / 2.
+/// Weights of a Gaussian with a width of `cells` cells, from -radius to radius.
 std::vector<double> kernelTaps(double cells, int gridSize) {
-    // A width that is no number comes from coordinates near the end of the number range.
-    const double radiusWanted = std::isfinite(cells) ? std::ceil(4.0 * cells) : 1.0;
-    const int radius = std::max(static_cast<int>(std::min(radiusWanted, static_cast<double>(gridSize))), 1);
+    // Only coordinates near the ends of the number range give a width that is no number or wider than the grid.
+    const double wanted = std::isfinite(cells) ? std::ceil(4.0 * cells) : 1.0;
+    const int radius = std::max(static_cast<int>(std::min(wanted, static_cast<double>(gridSize))), 1);
     std::vector<double> taps;
     double sum = 0.0;
     for (int k = -radius; k <= radius; ++k) {
         const double offset = k / cells;
-        taps.push_back(std::exp(-0.5 * offset * offset));
+        taps.push_back(std::exp(-0.5 * (offset * offset)));
         sum += taps.back();
     }
     for (double& tap : taps)
@@ -85,37 +84,100 @@ std::vector<double> kernelTaps(double cells, int gridSize) {
     return taps;
 }
 
-std::vector<double> convolveRows(const std::vector<double>& values, int size, const std::vector<double>& taps) {
-    const int radius = static_cast<int>(taps.size() / 2);
-    std::vector<double> result(values.size());
-    for (int row = 0; row < size; ++row) {
-        for (int column = 0; column < size; ++column) {
-            double sum = 0.0;
-            for (int k = -radius; k <= radius; ++k) {
-                if (column - k >= 0 && column - k < size)
-                    sum += taps[static_cast<std::size_t>(k + radius)] *
-                           values[static_cast<std::size_t>(row * size + column - k)];
-            }
-            result[static_cast<std::size_t>(row * size + column)] = sum;
+/// Adds up shifted copies of a row: result[i] = sum over k of taps[k] * source[i - k * stride].
+/// A piece of the result stays in registers while the taps pass by.
+void convolve(const double* source, std::ptrdiff_t stride, std::span<const double> taps, double* result, int count) {
+    constexpr int piece = 16;
+    int i = 0;
+    for (; i + piece <= count; i += piece) {
+        std::array<double, piece> sums{};
+        const double* from = source + i;
+        for (const double tap : taps) {
+            for (std::size_t lane = 0; lane < piece; ++lane)
+                sums[lane] += tap * from[lane];
+            from -= stride;
         }
+        std::copy(sums.begin(), sums.end(), result + i);
     }
+    for (; i < count; ++i) {
+        double sum = 0.0;
+        const double* from = source + i;
+        for (const double tap : taps) {
+            sum += tap * *from;
+            from -= stride;
+        }
+        result[i] = sum;
+    }
+}
+
+/// Smooths counts along the rows, then along the columns; outside of the grid there is nothing.
+std::vector<double> smoothed(const std::vector<std::uint32_t>& counts, int size, std::span<const double> xTaps,
+                             std::span<const double> yTaps) {
+    const auto width = static_cast<std::size_t>(size);
+    const std::size_t xRadius = xTaps.size() / 2;
+    const std::size_t yRadius = yTaps.size() / 2;
+    // Zeros around rows and columns stand for the outside: adding them changes no sum.
+    std::vector<double> row(width + 2 * xRadius);
+    std::vector<double> rows((width + 2 * yRadius) * width);
+    for (std::size_t r = 0; r < width; ++r) {
+        std::copy_n(counts.begin() + static_cast<std::ptrdiff_t>(r * width), size,
+                    row.begin() + static_cast<std::ptrdiff_t>(xRadius));
+        convolve(row.data() + 2 * xRadius, 1, xTaps, rows.data() + (r + yRadius) * width, size);
+    }
+    std::vector<double> result(width * width);
+    for (std::size_t r = 0; r < width; ++r)
+        convolve(rows.data() + (r + 2 * yRadius) * width, size, yTaps, result.data() + r * width, size);
     return result;
 }
 
-std::vector<double> transposed(const std::vector<double>& values, int size) {
-    std::vector<double> result(values.size());
-    for (int row = 0; row < size; ++row) {
-        for (int column = 0; column < size; ++column)
-            result[static_cast<std::size_t>(column * size + row)] =
-                values[static_cast<std::size_t>(row * size + column)];
+/// The pairs of which both values are finite. Refers to the caller's columns if that is all of them.
+class FinitePairs {
+public:
+    FinitePairs(std::span<const double> x, std::span<const double> y) : x_(x), y_(y) {
+        // A difference of a value to itself is 0, or NaN if it is not finite.
+        double differences = 0.0;
+        for (std::size_t i = 0; i < x.size(); ++i)
+            differences += (x[i] - x[i]) + (y[i] - y[i]);
+        if (differences == 0.0)
+            return;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            if (std::isfinite(x[i]) && std::isfinite(y[i])) {
+                copiedX_.push_back(x[i]);
+                copiedY_.push_back(y[i]);
+                positions_.push_back(i);
+            }
+        }
+        partial_ = true;
+        x_ = copiedX_;
+        y_ = copiedY_;
     }
-    return result;
-}
+
+    std::span<const double> x() const { return x_; }
+    std::span<const double> y() const { return y_; }
+
+    /// Puts one value per pair at its event's position, NaN elsewhere.
+    std::vector<double> spread(std::vector<double> values, std::size_t eventCount) const {
+        if (!partial_)
+            return values;
+        std::vector<double> result(eventCount, nan);
+        for (std::size_t i = 0; i < positions_.size(); ++i)
+            result[positions_[i]] = values[i];
+        return result;
+    }
+
+private:
+    std::span<const double> x_;
+    std::span<const double> y_;
+    std::vector<double> copiedX_;
+    std::vector<double> copiedY_;
+    std::vector<std::size_t> positions_;
+    bool partial_ = false;
+};
 
 std::vector<double> histogramDensity(std::span<const double> x, std::span<const double> y) {
-    const int size = optimalGridSize(x, y);
     const AxisRange xAxis(x);
     const AxisRange yAxis(y);
+    const int size = chooseGridSize(x, y, xAxis, yAxis);
     const double xStep = xAxis.range / size;
     const double yStep = yAxis.range / size;
     std::vector<std::size_t> bins(x.size());
@@ -132,209 +194,97 @@ std::vector<double> histogramDensity(std::span<const double> x, std::span<const 
     return result;
 }
 
-/// Points sorted into square cells, so that neighbours are found cell by cell.
-class NeighbourCells {
-public:
-    NeighbourCells(std::span<const double> x, std::span<const double> y)
-        : x_(x),
-          y_(y),
-          size_(std::max(static_cast<int>(std::sqrt(static_cast<double>(x.size()) / 20.0)), 1)) {
-        const AxisRange xAxis(x);
-        const AxisRange yAxis(y);
-        const double xStep = xAxis.range / size_;
-        const double yStep = yAxis.range / size_;
-        cellOf_.resize(x.size());
-        starts_.assign(static_cast<std::size_t>(size_ * size_) + 1, 0);
-        for (std::size_t i = 0; i < x.size(); ++i) {
-            const int column = clampedBin((x[i] - xAxis.min) / xStep, size_);
-            const int row = clampedBin((y[i] - yAxis.min) / yStep, size_);
-            cellOf_[i] = row * size_ + column;
-            ++starts_[static_cast<std::size_t>(cellOf_[i]) + 1];
+/// Where a point lies between the two nearest cell centres of an axis.
+struct CentrePosition {
+    int below;
+    int above;
+    double part; ///< of the way from the lower centre to the upper one
+
+    CentrePosition(double value, double origin, double step, int size) {
+        const double position = (value - origin) / step - 0.5;
+        double floor;
+        if (position > -1.0 && position < size) {
+            // Truncating is much faster than std::floor without instructions that not every machine has.
+            const int truncated = static_cast<int>(position);
+            const int index = position < truncated ? truncated - 1 : truncated;
+            floor = index;
+            below = std::max(index, 0);
+            above = std::min(index + 1, size - 1);
+            below = std::min(below, size - 1);
+        } else {
+            floor = std::floor(position);
+            below = clampedBin(floor, size);
+            above = clampedBin(floor + 1.0, size);
         }
-        for (std::size_t cell = 1; cell < starts_.size(); ++cell)
-            starts_[cell] += starts_[cell - 1];
-        members_.resize(x.size());
-        std::vector<std::size_t> next(starts_.begin(), starts_.end() - 1);
-        for (std::size_t i = 0; i < x.size(); ++i)
-            members_[next[static_cast<std::size_t>(cellOf_[i])]++] = i;
+        part = position - floor;
     }
-
-    int cellsPerAxis() const { return size_; }
-
-    /// Adds the squared distances from a point to all others in the border of the square of cells `ring` around its
-    /// own. The square is clamped to the grid first, so that rim cells come again with every further ring.
-    void addRing(std::size_t point, int ring, std::vector<double>& distances) const {
-        const int row = cellOf_[point] / size_;
-        const int column = cellOf_[point] % size_;
-        const int rowFrom = std::max(row - ring, 0);
-        const int rowTo = std::min(row + ring, size_ - 1);
-        const int columnFrom = std::max(column - ring, 0);
-        const int columnTo = std::min(column + ring, size_ - 1);
-        for (int r = rowFrom; r <= rowTo; ++r) {
-            const bool whole = r == rowFrom || r == rowTo;
-            const int step = whole ? 1 : std::max(columnTo - columnFrom, 1);
-            for (int c = columnFrom; c <= columnTo; c += step)
-                addCell(point, r * size_ + c, distances);
-        }
-    }
-
-private:
-    void addCell(std::size_t point, int cell, std::vector<double>& distances) const {
-        const std::size_t end = starts_[static_cast<std::size_t>(cell) + 1];
-        for (std::size_t m = starts_[static_cast<std::size_t>(cell)]; m < end; ++m) {
-            const std::size_t other = members_[m];
-            if (other == point)
-                continue;
-            const double dx = x_[other] - x_[point];
-            const double dy = y_[other] - y_[point];
-            distances.push_back(dx * dx + dy * dy);
-        }
-    }
-
-    std::span<const double> x_;
-    std::span<const double> y_;
-    int size_;
-    std::vector<int> cellOf_;
-    std::vector<std::size_t> starts_; ///< first member of each cell, and the end
-    std::vector<std::size_t> members_;
 };
-
-std::vector<double> neighbourDensity(std::span<const double> x, std::span<const double> y) {
-    std::vector<double> result(x.size(), 1.0);
-    if (x.size() < 2)
-        return result;
-    const NeighbourCells cells(x, y);
-    const auto wanted = std::max<std::size_t>(static_cast<std::size_t>(std::sqrt(static_cast<double>(x.size()))), 1);
-    std::vector<double> distances;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        distances.clear();
-        for (int ring = 0; distances.size() < wanted && ring <= cells.cellsPerAxis(); ++ring)
-            cells.addRing(i, ring, distances);
-        if (distances.empty()) {
-            result[i] = 0.0;
-            continue;
-        }
-        const std::size_t found = std::min(distances.size(), wanted);
-        const auto last = distances.begin() + static_cast<std::ptrdiff_t>(found - 1);
-        std::nth_element(distances.begin(), last, distances.end());
-        const auto neighbours = static_cast<double>(found);
-        result[i] = *last > 0.0 ? neighbours / (std::numbers::pi * *last) : neighbours;
-    }
-    return result;
-}
-
-std::vector<double> finiteDensity(std::span<const double> x, std::span<const double> y, DensityMethod method) {
-    switch (method) {
-    case DensityMethod::Kde:
-        return interpolateGrid(kernelDensityGrid(x, y, 0), x, y);
-    case DensityMethod::Histogram:
-        return histogramDensity(x, y);
-    case DensityMethod::NearestNeighbours:
-        return neighbourDensity(x, y);
-    }
-    return std::vector<double>(x.size(), nan);
-}
 
 } // namespace
 
 std::vector<double> computeDensity(std::span<const double> x, std::span<const double> y, DensityMethod method) {
-    std::vector<double> result(x.size(), nan);
-    std::vector<double> finiteX;
-    std::vector<double> finiteY;
-    std::vector<std::size_t> positions;
-    for (std::size_t i = 0; i < std::min(x.size(), y.size()); ++i) {
-        if (std::isfinite(x[i]) && std::isfinite(y[i])) {
-            finiteX.push_back(x[i]);
-            finiteY.push_back(y[i]);
-            positions.push_back(i);
-        }
+    if (x.size() != y.size())
+        return std::vector<double>(x.size(), nan);
+    const FinitePairs pairs(x, y);
+    if (pairs.x().size() < 4)
+        return std::vector<double>(x.size(), nan);
+    switch (method) {
+    case DensityMethod::Kde:
+        return pairs.spread(interpolateGrid(kernelDensityGrid(pairs.x(), pairs.y(), 0), pairs.x(), pairs.y()),
+                            x.size());
+    case DensityMethod::Histogram:
+        return pairs.spread(histogramDensity(pairs.x(), pairs.y()), x.size());
+    case DensityMethod::NearestNeighbours:
+        return pairs.spread(neighbourDensity(pairs.x(), pairs.y()), x.size());
     }
-    if (positions.size() < 4)
-        return result;
-    const std::vector<double> density = finiteDensity(finiteX, finiteY, method);
-    for (std::size_t i = 0; i < positions.size(); ++i)
-        result[positions[i]] = density[i];
-    return result;
+    return std::vector<double>(x.size(), nan);
 }
 
 int optimalGridSize(std::span<const double> x, std::span<const double> y) {
     if (x.size() < 4)
         return 32;
-    const AxisRange xAxis(x);
-    const AxisRange yAxis(y);
-    int best = 64;
-    double bestCost = std::numeric_limits<double>::infinity();
-    int previous = 0;
-    for (int k = 0; k < 20; ++k) {
-        const int size = static_cast<int>(std::lround(std::exp(k * 2.7725888 / 19 + 3.4657359)));
-        if (size == previous)
-            continue;
-        previous = size;
-        const double dx = xAxis.range / size;
-        const double dy = yAxis.range / size;
-        std::vector<int> counts(static_cast<std::size_t>(size) * static_cast<std::size_t>(size));
-        for (std::size_t i = 0; i < x.size(); ++i) {
-            const int xBin = clampedBin((x[i] - xAxis.min) / dx, size);
-            const int yBin = clampedBin((y[i] - yAxis.min) / dy, size);
-            ++counts[static_cast<std::size_t>(yBin * size + xBin)];
-        }
-        const auto cells = static_cast<double>(counts.size());
-        const double mean = static_cast<double>(x.size()) / cells;
-        double variance = 0.0;
-        for (const int count : counts)
-            variance += (count - mean) * (count - mean);
-        variance /= cells;
-        const double area = dx * dy;
-        const double cost = (2.0 * mean - variance) / (area * area);
-        if (cost < bestCost) {
-            bestCost = cost;
-            best = size;
-        }
-    }
-    return best;
+    return chooseGridSize(x, y, AxisRange(x), AxisRange(y));
 }
 
 DensityGrid kernelDensityGrid(std::span<const double> x, std::span<const double> y, int gridSize) {
-    DensityGrid grid;
-    grid.size = gridSize < 1 ? optimalGridSize(x, y) : gridSize;
     const AxisRange xAxis(x);
     const AxisRange yAxis(y);
-    const double xBandwidth = bandwidth(x, xAxis);
-    const double yBandwidth = bandwidth(y, yAxis);
+    DensityGrid grid;
+    grid.size = gridSize;
+    if (gridSize < 1)
+        grid.size = x.size() < 4 ? optimalGridSize(x, y) : chooseGridSize(x, y, xAxis, yAxis);
+
+    const Spread spread(x, y);
+    const double xBandwidth = bandwidth(x, xAxis, spread.deviation[0]);
+    const double yBandwidth = bandwidth(y, yAxis, spread.deviation[1]);
     grid.xOrigin = xAxis.min - 3.0 * xBandwidth;
     grid.yOrigin = yAxis.min - 3.0 * yBandwidth;
     grid.xStep = (xAxis.max + 3.0 * xBandwidth - grid.xOrigin) / grid.size;
     grid.yStep = (yAxis.max + 3.0 * yBandwidth - grid.yOrigin) / grid.size;
-    grid.values.assign(static_cast<std::size_t>(grid.size) * static_cast<std::size_t>(grid.size), 0.0);
+
+    std::vector<std::uint32_t> counts(static_cast<std::size_t>(grid.size) * static_cast<std::size_t>(grid.size));
     for (std::size_t i = 0; i < x.size(); ++i) {
         const int xBin = clampedBin((x[i] - grid.xOrigin) / grid.xStep, grid.size);
         const int yBin = clampedBin((y[i] - grid.yOrigin) / grid.yStep, grid.size);
-        grid.values[static_cast<std::size_t>(yBin * grid.size + xBin)] += 1.0;
+        ++counts[static_cast<std::size_t>(yBin * grid.size + xBin)];
     }
-    const std::vector<double> rows =
-        convolveRows(grid.values, grid.size, kernelTaps(xBandwidth / grid.xStep, grid.size));
-    const std::vector<double> columns =
-        convolveRows(transposed(rows, grid.size), grid.size, kernelTaps(yBandwidth / grid.yStep, grid.size));
-    grid.values = transposed(columns, grid.size);
+    grid.values = smoothed(counts, grid.size, kernelTaps(xBandwidth / grid.xStep, grid.size),
+                           kernelTaps(yBandwidth / grid.yStep, grid.size));
     return grid;
 }
 
 std::vector<double> interpolateGrid(const DensityGrid& grid, std::span<const double> x, std::span<const double> y) {
-    std::vector<double> result(x.size());
-    const int size = grid.size;
-    for (std::size_t n = 0; n < x.size(); ++n) {
-        const double fx = (x[n] - grid.xOrigin) / grid.xStep - 0.5;
-        const double fy = (y[n] - grid.yOrigin) / grid.yStep - 0.5;
-        const double i = std::floor(fx);
-        const double j = std::floor(fy);
-        const double tx = fx - i;
-        const double ty = fy - j;
-        const int left = clampedBin(i, size);
-        const int right = clampedBin(i + 1.0, size);
-        const double* low = grid.values.data() + static_cast<std::ptrdiff_t>(clampedBin(j, size)) * size;
-        const double* high = grid.values.data() + static_cast<std::ptrdiff_t>(clampedBin(j + 1.0, size)) * size;
-        result[n] = (1.0 - tx) * (1.0 - ty) * low[left] + tx * (1.0 - ty) * low[right] + (1.0 - tx) * ty * high[left] +
-                    tx * ty * high[right];
+    std::vector<double> result;
+    result.reserve(x.size());
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const CentrePosition atX(x[i], grid.xOrigin, grid.xStep, grid.size);
+        const CentrePosition atY(y[i], grid.yOrigin, grid.yStep, grid.size);
+        const double* low = grid.values.data() + static_cast<std::ptrdiff_t>(atY.below) * grid.size;
+        const double* high = grid.values.data() + static_cast<std::ptrdiff_t>(atY.above) * grid.size;
+        const double tx = atX.part;
+        const double ty = atY.part;
+        result.push_back((1.0 - tx) * (1.0 - ty) * low[atX.below] + tx * (1.0 - ty) * low[atX.above] +
+                         (1.0 - tx) * ty * high[atX.below] + tx * ty * high[atX.above]);
     }
     return result;
 }
