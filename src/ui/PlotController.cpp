@@ -178,7 +178,7 @@ void PlotController::populateFeatures(DatasetEntry& dataset) {
     std::vector<FeatureItem> features;
     for (const std::string& key : dataset.reader->featureNames()) {
         if (isScalarFeature(key)) {
-            features.push_back({key, dataset.reader->featureLabel(key)});
+            features.push_back({key, QString::fromStdString(dataset.reader->featureLabel(key))});
         }
     }
     panels_.plotSettings->setFeatures(features);
