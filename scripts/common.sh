@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034
 # Shared by the scripts of this folder: where things are, what is said, how root is reached.
 # Sourced, not run.
 
@@ -27,3 +28,18 @@ as_root() {
 }
 
 jobs_count() { nproc 2>/dev/null || echo 2; }
+
+# Configures a preset's build folder.
+configure() {
+    say "Configuring ($1)"
+    (cd "$ROOT_DIR" && cmake --preset "$1" -B "$BUILD_ROOT/$1") || fail "the preset '$1' could not be configured"
+}
+
+# build PRESET [TARGET...]: builds these targets, or everything.
+build() {
+    local preset="$1" targets=("${@:2}") options=()
+    [ ${#targets[@]} -eq 0 ] || options=(--target "${targets[@]}")
+    say "Building ($preset${targets[*]:+: ${targets[*]}})"
+    cmake --build "$BUILD_ROOT/$preset" --parallel "$(jobs_count)" "${options[@]}" ||
+        fail "the build of the preset '$preset' failed"
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "io/VQDReader.h"
+#include "session/Session.h"
+#include "support/SampleFile.h"
+#include "support/TemporaryFolder.h"
+
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Tessaly {
+
+using Columns = std::map<std::string, std::vector<double>>;
+
+/// A session over small files that hold exactly the columns asked for. All datasets are ready.
+class SessionBuilder {
+public:
+    Session session;
+
+    /// Appends a dataset and returns it.
+    DatasetEntry& add(const Columns& columns) {
+        SampleFileOptions options;
+        options.columns = columns;
+        options.defaultColumns = options.images = options.masks = options.traces = false;
+        auto entry = session.newEntry();
+        entry->filePath = folder_.file(std::to_string(entry->id) + ".vqd");
+        writeSampleFile(entry->filePath, options);
+        entry->reader = std::make_shared<VQDReader>();
+        if (!entry->reader->open(entry->filePath))
+            throw std::runtime_error("the sample file does not open");
+        entry->displayName = QStringLiteral("dataset %1").arg(entry->id);
+        entry->featuresLoaded = true;
+        return *session.datasetAt(session.append(std::move(entry)));
+    }
+
+    /// Ids in row order.
+    std::vector<int> ids() const {
+        std::vector<int> result;
+        for (const auto& entry : session.datasets())
+            result.push_back(entry->id);
+        return result;
+    }
+
+private:
+    TemporaryFolder folder_;
+};
+
+inline FilterRule rangeRule(const std::string& feature, double low, double high, const std::string& link = {}) {
+    FilterRule rule;
+    rule.featureName = feature;
+    rule.minValue = low;
+    rule.maxValue = high;
+    rule.propagationId = link;
+    return rule;
+}
+
+} // namespace Tessaly

@@ -1,0 +1,327 @@
+#include "SessionBuilder.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace Tessaly;
+
+namespace {
+
+const Columns threeEvents{{"area_um", {10, 20, 30}}, {"deform", {0.1, 0.2, 0.3}}};
+
+/// A session of listed entries without files, for what doesn't look into them.
+void appendEmpty(Session& session, int count) {
+    for (int i = 0; i < count; ++i)
+        session.append(session.newEntry());
+}
+
+std::vector<int> idsOf(const Session& session) {
+    std::vector<int> ids;
+    for (const auto& entry : session.datasets())
+        ids.push_back(entry->id);
+    return ids;
+}
+
+TEST(SessionTest, IdsGoOnAfterClearingButGroupIdsStartAgain) {
+    Session session;
+    appendEmpty(session, 2);
+    session.newEntry(); // thrown away: its id is spent
+    EXPECT_EQ(session.addFilterGroup("a"), 0);
+    session.setActiveRow(1);
+    session.clear();
+    EXPECT_EQ(session.datasetCount(), 0);
+    EXPECT_EQ(session.activeId(), -1);
+    EXPECT_EQ(session.newEntry()->id, 3);
+    EXPECT_EQ(session.addFilterGroup(""), 0);
+    EXPECT_EQ(session.findFilterGroup(0)->name, "Filter group 1");
+}
+
+TEST(SessionTest, LooksUpByRowIdAndExactPath) {
+    Session session;
+    appendEmpty(session, 3);
+    session.datasetAt(1)->filePath = session.datasetAt(2)->filePath = "/data/A.vqd";
+    EXPECT_EQ(session.findByPath("/data/A.vqd")->id, 1);
+    EXPECT_EQ(session.findByPath("/data/a.vqd"), nullptr);
+    EXPECT_EQ(session.findById(9), nullptr);
+    EXPECT_EQ(session.rowOf(9), -1);
+    EXPECT_EQ(session.datasetAt(3), nullptr);
+    EXPECT_EQ(session.datasetAt(-1), nullptr);
+    session.setActiveRow(3);
+    EXPECT_EQ(session.active(), nullptr) << "a row outside the list is no row";
+}
+
+TEST(SessionTest, MovesKeepTheActiveDataset) {
+    struct Case {
+        int from, to;
+        std::vector<int> order;
+        bool moved;
+    };
+    const std::vector<Case> cases{
+        {0, 3, {1, 2, 0, 3}, true},  {0, 4, {1, 2, 3, 0}, true},  {3, 0, {3, 0, 1, 2}, true},
+        {2, 1, {0, 2, 1, 3}, true},  {1, 1, {0, 1, 2, 3}, false}, {1, 2, {0, 1, 2, 3}, false},
+        {1, 5, {0, 1, 2, 3}, false}, {4, 0, {0, 1, 2, 3}, false}, {1, -1, {0, 1, 2, 3}, false},
+    };
+    for (const Case& c : cases) {
+        for (int active = -1; active < 4; ++active) {
+            Session session;
+            appendEmpty(session, 4);
+            session.setActiveRow(active);
+            EXPECT_EQ(session.move(c.from, c.to), c.moved);
+            EXPECT_EQ(idsOf(session), c.order) << c.from << " to " << c.to;
+            EXPECT_EQ(session.activeId(), active) << c.from << " to " << c.to;
+        }
+    }
+}
+
+TEST(SessionTest, RemovalKeepsTheActiveDatasetUnlessItGoes) {
+    for (int active = 0; active < 3; ++active) {
+        for (int removed = 0; removed < 3; ++removed) {
+            Session session;
+            appendEmpty(session, 3);
+            session.setActiveRow(active);
+            session.remove(removed);
+            EXPECT_EQ(session.datasetCount(), 2);
+            EXPECT_EQ(session.findById(removed), nullptr);
+            EXPECT_EQ(session.activeId(), active == removed ? -1 : active);
+        }
+    }
+    Session empty;
+    empty.remove(0);
+    empty.remove(-1);
+}
+
+TEST(SessionTest, DuplicateSharesTheReaderAndTakesViewAndFilterOnly) {
+    SessionBuilder builder;
+    DatasetEntry& source = builder.add(threeEvents);
+    source.metadata.setup["chip region"] = "channel";
+    storePlotSettings({"area_um", "deform", "__density_kde__", 1, 2, 1, 0.2, 0.8}, source);
+    source.currentEventIndex = 2;
+    source.filter.addRule(rangeRule("deform", 0, 1, "{link}"));
+    source.filter.setEnabled(false);
+    source.filter.setCombineMode(1);
+    source.flRefinementApplied = source.ctcApplied = source.emodApplied = source.fourierApplied = true;
+    source.ctcChannels = {1, 2};
+    source.spilloverMatrix = {{1, 0}, {0, 1}};
+    source.groupEnabled[0] = true;
+
+    const int row = builder.session.duplicate(0);
+    ASSERT_EQ(row, 1);
+    const DatasetEntry& copy = *builder.session.datasetAt(1);
+    EXPECT_EQ(copy.id, 1);
+    EXPECT_EQ(copy.displayName, "dataset 0 (copy)");
+    EXPECT_EQ(copy.reader, source.reader);
+    EXPECT_EQ(copy.filePath, source.filePath);
+    EXPECT_EQ(copy.metadata, source.metadata);
+    EXPECT_EQ(plotSettingsOf(copy), plotSettingsOf(source));
+    EXPECT_EQ(copy.currentEventIndex, 2);
+    EXPECT_EQ(copy.filter, source.filter);
+    EXPECT_TRUE(copy.featuresLoaded);
+    EXPECT_FALSE(copy.flRefinementApplied || copy.ctcApplied || copy.emodApplied || copy.fourierApplied);
+    EXPECT_TRUE(copy.ctcChannels.empty() && copy.spilloverMatrix.empty() && copy.groupEnabled.empty());
+
+    builder.session.datasetAt(1)->filter.clearRules();
+    EXPECT_EQ(source.filter.ruleCount(), 1) << "the rules are copies";
+    source.featuresLoaded = false;
+    EXPECT_EQ(builder.session.duplicate(0), -1);
+    EXPECT_EQ(builder.session.duplicate(7), -1);
+    EXPECT_EQ(builder.session.datasetCount(), 2);
+}
+
+TEST(SessionTest, GroupsStartOffAndTheirRulesHaveNoLink) {
+    Session session;
+    appendEmpty(session, 2);
+    const int group = session.addFilterGroup("Live");
+    EXPECT_EQ(session.datasetAt(0)->groupEnabled.count(group), 1U);
+    EXPECT_FALSE(session.isGroupEnabled(session.datasetAt(0), group));
+    session.addRuleToGroup(group, rangeRule("deform", 0, 1, "{link}"));
+    EXPECT_EQ(session.findFilterGroup(group)->rules.at(0).propagationId, "");
+    session.addRuleToGroup(99, rangeRule("deform", 0, 1));
+    session.setGroupEnabled(1, group, true);
+    session.setGroupEnabled(99, group, true);
+    EXPECT_FALSE(session.isGroupEnabled(session.datasetAt(0), group));
+    EXPECT_TRUE(session.isGroupEnabled(session.datasetAt(1), group));
+    EXPECT_FALSE(session.isGroupEnabled(session.datasetAt(1), 99));
+    EXPECT_FALSE(session.isGroupEnabled(nullptr, group));
+}
+
+TEST(SessionTest, EffectiveFilterJoinsOwnAndGroupRulesUnderTheOwnSwitches) {
+    SessionBuilder builder;
+    DatasetEntry& dataset = builder.add(threeEvents);
+    DatasetEntry& other = builder.add(threeEvents);
+    Session& session = builder.session;
+    const int first = session.addFilterGroup("first");
+    const int second = session.addFilterGroup("second");
+    session.addRuleToGroup(second, rangeRule("deform", 0.0, 0.2));
+    session.addRuleToGroup(first, rangeRule("area_um", 0, 100));
+    dataset.filter.addRule(rangeRule("area_um", 15, 100));
+    dataset.filter.setCombineMode(1);
+    session.setGroupEnabled(dataset.id, second, true);
+    session.setGroupEnabled(dataset.id, first, true);
+
+    const EventFilter effective = session.buildEffectiveFilter(&dataset);
+    ASSERT_EQ(effective.ruleCount(), 3);
+    EXPECT_EQ(effective.rules()[0].minValue, 15);
+    EXPECT_EQ(effective.rules()[1].featureName, "area_um") << "groups in the order of their creation";
+    EXPECT_EQ(effective.rules()[2].featureName, "deform");
+    EXPECT_EQ(effective.combineMode(), 1);
+
+    // Only the second event has an area above 15 and a deformation up to 0.2: excluded are the others.
+    EXPECT_EQ(session.passingEvents(dataset), (std::vector<int>{0, 2}));
+    dataset.filter.setCombineMode(0);
+    EXPECT_EQ(session.passingEvents(dataset), std::vector<int>{1});
+    EXPECT_EQ(session.passingEvents(other), std::nullopt);
+    dataset.filter.setEnabled(false);
+    EXPECT_EQ(session.passingEvents(dataset), std::nullopt) << "group rules do not override the dataset's switch";
+    EXPECT_EQ(session.buildEffectiveFilter(nullptr), EventFilter());
+}
+
+TEST(SessionTest, RulesOnMissingFeaturesOrPicturesTakeNoPart) {
+    SessionBuilder builder;
+    DatasetEntry& dataset = builder.add(threeEvents);
+    dataset.filter.addRule(rangeRule("volume", 5, 6));
+    dataset.filter.addRule(rangeRule("image", 5, 6));
+    EXPECT_EQ(builder.session.passingEvents(dataset), (std::vector<int>{0, 1, 2}));
+    DatasetEntry withoutFile;
+    withoutFile.filter.addRule(rangeRule("deform", 0, 1));
+    EXPECT_EQ(builder.session.passingEvents(withoutFile), std::vector<int>());
+}
+
+class PeersTest : public testing::Test {
+protected:
+    PeersTest() {
+        for (int i = 0; i < 3; ++i)
+            storePlotSettings(common, builder.add(threeEvents));
+    }
+
+    DatasetEntry& at(int row) { return *session.datasetAt(row); }
+
+    const PlotSettings common{"area_um", "deform", "", 1, 0, 1, 0.2, 0.7};
+    SessionBuilder builder;
+    Session& session = builder.session;
+};
+
+TEST_F(PeersTest, EverySettingCountsInTheComparison) {
+    EXPECT_TRUE(session.activeMatchesAllPeers({}, nullptr)) << "no active dataset, nothing to differ from";
+    session.setActiveRow(0);
+    storePlotSettings({}, at(0)); // stale while active
+    EXPECT_TRUE(session.activeMatchesAllPeers(common, nullptr));
+    const std::vector<void (*)(DatasetEntry&)> changes{
+        [](DatasetEntry& e) { e.xFeatureName = "deform"; },
+        [](DatasetEntry& e) { e.yFeatureName = "area_um"; },
+        [](DatasetEntry& e) { e.colorFeatureName = "deform"; },
+        [](DatasetEntry& e) { e.scaleXMode = 2; },
+        [](DatasetEntry& e) { e.scaleYMode = 2; },
+        [](DatasetEntry& e) { e.contourMode = 2; },
+        [](DatasetEntry& e) { e.contourFraction1 = std::nextafter(0.2, 1.0); },
+        [](DatasetEntry& e) { e.contourFraction2 = 0.7000000000000002; },
+        [](DatasetEntry& e) { e.contourFraction2 = std::nan(""); },
+    };
+    for (const auto& change : changes) {
+        storePlotSettings(common, at(2));
+        change(at(2));
+        EXPECT_FALSE(session.activeMatchesAllPeers(common, nullptr));
+        EXPECT_TRUE(session.activeMatchesAllPeers(common, &at(2)));
+    }
+    PlotSettings nanFraction = common;
+    nanFraction.contourFraction1 = std::nan("");
+    for (int row = 0; row < 3; ++row)
+        storePlotSettings(nanFraction, at(row));
+    EXPECT_FALSE(session.activeMatchesAllPeers(nanFraction, nullptr)) << "not even a NaN equals a NaN";
+}
+
+TEST_F(PeersTest, ANewDatasetTakesSwitchesWhereTheOthersAgree) {
+    session.setActiveRow(1);
+    at(0).filter.setEnabled(false);
+    at(1).filter.setEnabled(false);
+    at(2).filter.setEnabled(true);
+    for (int row = 0; row < 3; ++row)
+        at(row).filter.setCombineMode(1);
+    DatasetEntry& added = builder.add(threeEvents);
+    session.inheritPeerSettings(added, common);
+    EXPECT_TRUE(added.filter.isEnabled()) << "the others disagree";
+    EXPECT_EQ(added.filter.combineMode(), 1);
+
+    at(2).filter.setEnabled(false);
+    DatasetEntry& next = builder.add(threeEvents);
+    added.filter.setEnabled(false);
+    session.inheritPeerSettings(next, common);
+    EXPECT_FALSE(next.filter.isEnabled());
+}
+
+TEST_F(PeersTest, ANewDatasetTakesTheModelsLinkedRules) {
+    session.setActiveRow(1);
+    at(0).filter.addRule(rangeRule("deform", 0, 3, "{other}"));
+    at(1).filter.addRule(rangeRule("deform", 0, 1));
+    at(1).filter.addRule(rangeRule("deform", 0, 2, "{linked}"));
+    DatasetEntry& added = builder.add(threeEvents);
+    session.inheritPeerSettings(added, common);
+    ASSERT_EQ(added.filter.ruleCount(), 1);
+    EXPECT_EQ(added.filter.rules()[0], at(1).filter.rules()[1]);
+}
+
+TEST_F(PeersTest, PlotSettingsAreInheritedOnlyFromAModelThatStandsNotAlone) {
+    session.setActiveRow(0);
+    PlotSettings shown = common;
+    shown.scaleY = 2;
+    DatasetEntry& added = builder.add({{"area_um", {1, 2}}});
+    session.inheritPeerSettings(added, shown);
+    EXPECT_EQ(plotSettingsOf(added), PlotSettings()) << "the shown settings differ from the others'";
+
+    storePlotSettings({}, at(0)); // stale: the controls count
+    session.inheritPeerSettings(added, common);
+    PlotSettings expected = common;
+    expected.yFeature.clear(); // its file has no deform
+    EXPECT_EQ(plotSettingsOf(added), expected);
+}
+
+TEST_F(PeersTest, WithoutAnActiveDatasetTheFirstOneIsTheModel) {
+    at(1).contourMode = 2;
+    at(0).filter.addRule(rangeRule("deform", 0, 2, "{linked}"));
+    DatasetEntry& added = builder.add(threeEvents);
+    session.inheritPeerSettings(added, {});
+    EXPECT_EQ(plotSettingsOf(added), common);
+    EXPECT_EQ(added.filter.ruleCount(), 1);
+}
+
+TEST(SessionTest, TheOnlyDatasetInheritsNothing) {
+    SessionBuilder builder;
+    DatasetEntry& only = builder.add(threeEvents);
+    only.filter.addRule(rangeRule("deform", 0, 2, "{linked}"));
+    for (const int active : {-1, 0}) {
+        builder.session.setActiveRow(active);
+        builder.session.inheritPeerSettings(only, {"area_um", "deform", {}});
+        EXPECT_EQ(only.filter.ruleCount(), 1);
+        EXPECT_EQ(only.xFeatureName, "");
+    }
+}
+
+TEST_F(PeersTest, SettingsGoToAllPeersWithinWhatTheirFilesHave) {
+    DatasetEntry& poor = builder.add({{"deform", {1, 2}}});
+    storePlotSettings({"deform", "deform", "deform", 0, 0, 0, 0.1, 0.67}, poor);
+    session.setActiveRow(0);
+    const PlotSettings wanted{"area_um", "deform", "area_um", 2, 1, 2, 0.3, 0.6};
+    session.applyPlotSettingsToPeers(wanted);
+    EXPECT_EQ(plotSettingsOf(at(0)), common) << "the active dataset is left alone";
+    EXPECT_EQ(plotSettingsOf(at(1)), wanted);
+    EXPECT_EQ(plotSettingsOf(poor), (PlotSettings{"deform", "deform", "deform", 2, 1, 2, 0.3, 0.6}));
+    for (const std::string color : {"", "__density_kde__", "__density_anything"}) {
+        PlotSettings settings = wanted;
+        settings.colorFeature = color;
+        session.applyPlotSettingsToPeers(settings);
+        EXPECT_EQ(poor.colorFeatureName, color);
+    }
+}
+
+TEST(PlotSettingsTest, DensitySelectors) {
+    EXPECT_TRUE(isDensitySelector("__density_kde__"));
+    EXPECT_TRUE(isDensitySelector("__density_later__"));
+    EXPECT_FALSE(isDensitySelector("density"));
+    EXPECT_FALSE(isDensitySelector(""));
+    EXPECT_EQ(densityMethodOf("__density_kde__"), DensityMethod::Kde);
+    EXPECT_EQ(densityMethodOf("__density_hist__"), DensityMethod::Histogram);
+    EXPECT_EQ(densityMethodOf("__density_knn__"), DensityMethod::NearestNeighbours);
+    EXPECT_EQ(densityMethodOf("__density_later__"), DensityMethod::Kde);
+}
+
+} // namespace
