@@ -41,8 +41,8 @@ struct TraceProcessing {
 /// doubles from a cache, and reads images, masks and traces one event at a time.
 ///
 /// No exception of the file library leaves it: failures give a neutral result (false, empty, zero) and one line on the
-/// standard error stream. Operations that touch the file or the cache hold hdf5Mutex() for their whole length and may be
-/// called from any thread; the plain queries read fields that are stable after open().
+/// standard error stream. Operations that touch the file or the cache hold hdf5Mutex() for their whole length and may
+/// be called from any thread; the plain queries read fields that are stable after open().
 class VQDReader {
 public:
     VQDReader();

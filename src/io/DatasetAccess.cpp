@@ -1,0 +1,151 @@
+#include "DatasetAccess.h"
+
+#include <hdf5.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <optional>
+#include <span>
+
+namespace Tessaly {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Up to this many bytes are believed without a look at the storage.
+constexpr std::uint64_t unquestionedBytes = 64ULL << 20;
+/// The common compression can't shrink data to less than one part in 1032.
+constexpr std::uint64_t largestCompression = 1100;
+
+/// Refuses external links into anything but regular files: opening a pipe would wait forever.
+herr_t judgeExternalLink(const char* parentFile, const char*, const char* targetFile, const char*, unsigned*, hid_t,
+                         void*) {
+    try {
+        const fs::path target(targetFile);
+        const fs::path folder = fs::path(parentFile).parent_path();
+        for (const fs::path& candidate : {target, folder / target, folder / target.filename()}) {
+            std::error_code unknown;
+            const fs::file_status status = fs::status(candidate, unknown);
+            if (fs::exists(status) && !fs::is_regular_file(status))
+                return -1;
+        }
+        return 0;
+    } catch (...) {
+        return -1; // no exception may pass through the library
+    }
+}
+
+Hdf5Id makeAccess(hid_t kind) {
+    Hdf5Id list(H5Pcreate(kind), H5Pclose, "H5Pcreate");
+    requireSuccess(H5Pset_elink_cb(list.get(), judgeExternalLink, nullptr), "H5Pset_elink_cb");
+    return list;
+}
+
+herr_t collectName(hid_t, const char* name, const H5L_info_t*, void* target) {
+    try {
+        static_cast<std::vector<std::string>*>(target)->emplace_back(name);
+        return 0;
+    } catch (...) {
+        return -1;
+    }
+}
+
+template <typename Lengths>
+std::uint64_t productOf(const Lengths& lengths, std::uint64_t factor) {
+    for (const auto length : lengths)
+        factor = saturatedProduct(factor, length);
+    return factor;
+}
+
+/// @param asked  bytes that are to be read, after unpacking
+/// @param whole  declared size of the whole dataset in bytes, if it isn't stored in chunks
+void requireStorageInFile(hid_t dataset, std::uint64_t asked, std::optional<std::uint64_t> whole) {
+    const std::uint64_t stored = H5Dget_storage_size(dataset);
+    const std::uint64_t inFile = std::min(stored, fileSizeOf(dataset));
+    // Data that were never written have no storage; they read as the fill value.
+    if (whole && stored != 0 && inFile < *whole)
+        throw FileError("the stored data are smaller than the declared size");
+    if (asked > unquestionedBytes && asked / largestCompression > inFile)
+        throw FileError("the declared size is out of proportion to the stored data");
+}
+
+} // namespace
+
+DatasetAccess::DatasetAccess()
+    : datasetAccess_(makeAccess(H5P_DATASET_ACCESS)),
+      groupAccess_(makeAccess(H5P_GROUP_ACCESS)) {}
+
+bool DatasetAccess::hasLink(std::int64_t group, const std::string& name) const {
+    if (name.empty() || name == "." || name.find('/') != std::string::npos)
+        return false;
+    return H5Lexists(group, name.c_str(), groupAccess_.get()) > 0;
+}
+
+Hdf5Id DatasetAccess::openGroup(std::int64_t parent, const std::string& name) const {
+    return {H5Gopen2(parent, name.c_str(), groupAccess_.get()), H5Gclose, "H5Gopen2"};
+}
+
+Hdf5Id DatasetAccess::openDataset(std::int64_t group, const std::string& name) const {
+    return {H5Dopen2(group, name.c_str(), datasetAccess_.get()), H5Dclose, "H5Dopen2"};
+}
+
+std::vector<std::string> DatasetAccess::datasetNames(std::int64_t group, std::string& problem) const {
+    std::vector<std::string> names;
+    try {
+        requireSuccess(H5Literate(group, H5_INDEX_NAME, H5_ITER_INC, nullptr, collectName, &names), "H5Literate");
+    } catch (const FileError& error) {
+        problem = error.what();
+    }
+    const auto leadsElsewhere = [&](const std::string& name) {
+        const hid_t object = H5Oopen(group, name.c_str(), groupAccess_.get());
+        if (object < 0)
+            return true;
+        const bool isDataset = H5Iget_type(object) == H5I_DATASET;
+        H5Oclose(object);
+        return !isDataset;
+    };
+    std::erase_if(names, leadsElsewhere);
+    return names;
+}
+
+std::vector<std::uint64_t> datasetExtent(std::int64_t dataset) {
+    const Hdf5Id space(H5Dget_space(dataset), H5Sclose, "H5Dget_space");
+    const int rank = H5Sget_simple_extent_ndims(space.get());
+    requireSuccess(rank, "H5Sget_simple_extent_ndims");
+    std::array<hsize_t, H5S_MAX_RANK> extent{};
+    if (rank > 0)
+        requireSuccess(H5Sget_simple_extent_dims(space.get(), extent.data(), nullptr), "H5Sget_simple_extent_dims");
+    return {extent.begin(), extent.begin() + rank};
+}
+
+void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_t memorySize) {
+    const Hdf5Id type(H5Dget_type(dataset), H5Tclose, "H5Dget_type");
+    const std::uint64_t elementSize = H5Tget_size(type.get());
+    const Hdf5Id properties(H5Dget_create_plist(dataset), H5Pclose, "H5Dget_create_plist");
+    const H5D_layout_t layout = H5Pget_layout(properties.get());
+    if (layout != H5D_COMPACT && layout != H5D_CONTIGUOUS && layout != H5D_CHUNKED)
+        throw FileError("the data are spread over other datasets");
+    if (H5Pget_external_count(properties.get()) != 0)
+        throw FileError("the data lie outside of the file");
+    std::uint64_t bytes = saturatedProduct(elements, std::max(elementSize, memorySize));
+    if (layout != H5D_CHUNKED)
+        return requireStorageInFile(dataset, bytes, productOf(datasetExtent(dataset), elementSize));
+    // The library unpacks whole chunks.
+    std::array<hsize_t, H5S_MAX_RANK> chunk{};
+    const int rank = std::max(H5Pget_chunk(properties.get(), H5S_MAX_RANK, chunk.data()), 0);
+    bytes = std::max(bytes, productOf(std::span(chunk).first(static_cast<std::size_t>(rank)), elementSize));
+    // Adding up the sizes of many chunks is slow, and little memory is at stake.
+    if (bytes > unquestionedBytes)
+        requireStorageInFile(dataset, bytes, std::nullopt);
+}
+
+std::uint64_t fileSizeOf(std::int64_t object) {
+    const Hdf5Id file(H5Iget_file_id(object), H5Fclose, "H5Iget_file_id");
+    hsize_t size = 0;
+    requireSuccess(H5Fget_filesize(file.get(), &size), "H5Fget_filesize");
+    return size;
+}
+
+} // namespace Tessaly

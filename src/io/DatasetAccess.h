@@ -1,0 +1,42 @@
+#pragma once
+
+#include "io/Hdf5Library.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Tessaly {
+
+/// Opens groups and datasets of one file so that nothing in a damaged or hostile file can hang the program or exhaust
+/// memory. Internal to the io layer; the caller holds hdf5Mutex(); failures are FileError.
+class DatasetAccess {
+public:
+    DatasetAccess();
+
+    /// Whether a link of this name stands in the group. False for names with a slash.
+    bool hasLink(std::int64_t group, const std::string& name) const;
+    Hdf5Id openGroup(std::int64_t parent, const std::string& name) const;
+    Hdf5Id openDataset(std::int64_t group, const std::string& name) const;
+    /// Names of the group's links that lead to a dataset, in the library's order.
+    /// Dangling links and what can't be looked at are left out. If the walk over the links breaks off, the names found
+    /// so far are there and `problem` says why.
+    std::vector<std::string> datasetNames(std::int64_t group, std::string& problem) const;
+
+private:
+    Hdf5Id datasetAccess_;
+    Hdf5Id groupAccess_;
+};
+
+/// Lengths of all dimensions; empty for a scalar or an empty dataspace.
+std::vector<std::uint64_t> datasetExtent(std::int64_t dataset);
+
+/// Throws FileError unless a reading of `elements` elements may be believed and is worth its memory: the data lie in
+/// this file, their storage has the declared size, and what is declared is in a sane proportion to what is stored.
+/// @param memorySize  bytes that the caller will spend on an element
+void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_t memorySize);
+
+/// Size of the file that holds an object, in bytes.
+std::uint64_t fileSizeOf(std::int64_t object);
+
+} // namespace Tessaly

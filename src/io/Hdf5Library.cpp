@@ -1,0 +1,102 @@
+#include "Hdf5Library.h"
+
+#include "VQDReader.h"
+
+#include <hdf5.h>
+
+#include <iostream>
+#include <limits>
+#include <type_traits>
+
+namespace Tessaly {
+
+static_assert(std::is_same_v<hid_t, std::int64_t> && std::is_same_v<herr_t, int>);
+
+namespace {
+
+/// The innermost message tells most, e.g. "unable to open file: ... No such file or directory".
+herr_t keepInnermost(unsigned, const H5E_error2_t* error, void* target) {
+    if (error->desc != nullptr)
+        *static_cast<const char**>(target) = error->desc;
+    return 1;
+}
+
+std::string libraryDetail(const char* call) {
+    std::string detail = std::string(call) + " failed";
+    const char* innermost = nullptr;
+    // Upwards starts at the innermost entry; the callback stops there.
+    H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, keepInnermost, &innermost);
+    if (innermost != nullptr && *innermost != '\0')
+        detail += std::string(": ") + innermost;
+    return detail;
+}
+
+} // namespace
+
+std::recursive_mutex& hdf5Mutex() {
+    static std::recursive_mutex mutex;
+    return mutex;
+}
+
+void initializeHdf5() {
+    static std::once_flag once;
+    std::call_once(once, [] { H5dont_atexit(); });
+    // A thread-safe build of the library keeps this setting for every thread on its own.
+    thread_local bool silenced = false;
+    if (!silenced && H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr) >= 0)
+        silenced = true;
+}
+
+Hdf5Lock::Hdf5Lock() : lock_(hdf5Mutex()) {
+    initializeHdf5();
+}
+
+Hdf5Id::Hdf5Id(std::int64_t id, Closer closer, const char* call) : id_(id), closer_(closer) {
+    requireSuccess(id, call);
+}
+
+Hdf5Id& Hdf5Id::operator=(Hdf5Id&& other) noexcept {
+    if (this != &other) {
+        reset();
+        id_ = std::exchange(other.id_, -1);
+        closer_ = other.closer_;
+    }
+    return *this;
+}
+
+void Hdf5Id::reset() {
+    if (id_ >= 0)
+        closer_(id_);
+    id_ = -1;
+}
+
+void requireSuccess(std::int64_t status, const char* call) {
+    if (status < 0)
+        throw FileError(libraryDetail(call));
+}
+
+std::string hdf5VersionProblem() {
+    unsigned major = 0;
+    unsigned minor = 0;
+    unsigned release = 0;
+    if (H5get_libversion(&major, &minor, &release) < 0)
+        return "the version of the HDF5 library can't be told";
+    if (major == H5_VERS_MAJOR && minor == H5_VERS_MINOR && release == H5_VERS_RELEASE)
+        return {};
+    const auto text = [](unsigned a, unsigned b, unsigned c) {
+        return std::to_string(a) + "." + std::to_string(b) + "." + std::to_string(c);
+    };
+    return "HDF5 library " + text(major, minor, release) + " was loaded, but the program was built with " +
+           text(H5_VERS_MAJOR, H5_VERS_MINOR, H5_VERS_RELEASE);
+}
+
+std::uint64_t saturatedProduct(std::uint64_t a, std::uint64_t b) {
+    constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
+    return b != 0 && a > largest / b ? largest : a * b;
+}
+
+void reportError(const std::string& line) {
+    std::cerr << line + '\n' << std::flush;
+}
+
+} // namespace Tessaly
