@@ -1,9 +1,13 @@
 #include "core/EventFilter.h"
 
+#include "core/PolygonRaster.h"
 #include "core/ScaleMath.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <numeric>
+#include <optional>
 
 namespace Tessaly {
 
@@ -11,11 +15,45 @@ namespace {
 
 using Vertices = std::vector<std::pair<double, double>>;
 
+/// Events are tested in blocks: what one rule leaves of a block is still in the cache for the next.
+constexpr std::size_t blockSize = PolygonRaster::blockSize;
+
+/// With fewer events, a raster costs more than it saves.
+constexpr std::size_t rasterWorthEvents = 4000;
+
+/// Places within a block of the events that passed so far, in rising order.
+struct Survivors {
+    std::array<std::uint16_t, blockSize> places;
+    std::size_t count = 0;
+
+    std::span<const std::uint16_t> list() const { return {places.data(), count}; }
+
+    /// Keeps those for which test(place, position in the list) holds; without a branch, for it could not be guessed.
+    template <typename Test>
+    void keepIf(Test test) {
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::uint16_t place = places[i];
+            places[kept] = place;
+            kept += test(place, i) ? 1 : 0;
+        }
+        count = kept;
+    }
+};
+
 struct PreparedRange {
     const double* column;
     double minValue;
     double maxValue;
     bool inverted;
+
+    void apply(std::size_t blockStart, Survivors& survivors) const {
+        const double* values = column + blockStart;
+        survivors.keepIf([this, values](std::size_t place, std::size_t) {
+            const double v = values[place];
+            return (static_cast<int>(v >= minValue) & static_cast<int>(v <= maxValue)) != static_cast<int>(inverted);
+        });
+    }
 };
 
 struct PreparedPolygon {
@@ -25,6 +63,45 @@ struct PreparedPolygon {
     int scaleXMode;
     int scaleYMode;
     bool inverted;
+    std::optional<PolygonRaster> raster;
+
+    void apply(std::size_t blockStart, Survivors& survivors) const {
+        const double* x = xColumn + blockStart;
+        const double* y = yColumn + blockStart;
+        const auto isInside = [&](std::size_t place) {
+            return pointInPolygon(scaleValue(x[place], scaleXMode), scaleValue(y[place], scaleYMode), vertices);
+        };
+        if (!raster) {
+            survivors.keepIf([&](std::size_t place, std::size_t) { return isInside(place) != inverted; });
+            return;
+        }
+        std::array<std::uint8_t, blockSize> verdicts;
+        raster->verdictsOf(x, y, survivors.list(), verdicts.data());
+        std::array<std::uint16_t, blockSize> open;
+        std::size_t openCount = 0;
+        for (std::size_t i = 0; i < survivors.count; ++i) {
+            open[openCount] = static_cast<std::uint16_t>(i);
+            openCount += verdicts[i] == PolygonRaster::Look ? 1 : 0;
+        }
+        for (std::size_t k = 0; k < openCount; ++k)
+            verdicts[open[k]] = isInside(survivors.places[open[k]]) ? PolygonRaster::Inside : PolygonRaster::Outside;
+        survivors.keepIf([&](std::size_t, std::size_t i) { return (verdicts[i] != 0) != inverted; });
+    }
+};
+
+/// The rules that take part, with their columns resolved and corners mapped.
+struct PreparedRules {
+    std::vector<PreparedRange> ranges;
+    std::vector<PreparedPolygon> polygons;
+
+    bool isEmpty() const { return ranges.empty() && polygons.empty(); }
+
+    void apply(std::size_t blockStart, Survivors& survivors) const {
+        for (const PreparedRange& range : ranges)
+            range.apply(blockStart, survivors);
+        for (const PreparedPolygon& polygon : polygons)
+            polygon.apply(blockStart, survivors);
+    }
 };
 
 /// A feature's values, or null if they are missing or too few.
@@ -33,6 +110,36 @@ const double* usableColumn(const ColumnMap& columns, const std::string& name, st
     if (it == columns.end() || !it->second || it->second->size() < eventCount)
         return nullptr;
     return it->second->data();
+}
+
+PreparedPolygon preparedPolygon(const FilterRule& rule, const double* x, const double* y, std::size_t eventCount) {
+    PreparedPolygon polygon{x, y, rule.polygonVertices, rule.scaleXMode, rule.scaleYMode, rule.inverted, std::nullopt};
+    for (auto& [vertexX, vertexY] : polygon.vertices) {
+        vertexX = scaleValue(vertexX, rule.scaleXMode);
+        vertexY = scaleValue(vertexY, rule.scaleYMode);
+    }
+    if (eventCount >= rasterWorthEvents) {
+        polygon.raster.emplace(rule.polygonVertices, polygon.vertices, rule.scaleXMode, rule.scaleYMode);
+        if (!polygon.raster->isUsable())
+            polygon.raster.reset();
+    }
+    return polygon;
+}
+
+PreparedRules preparedRules(const std::vector<FilterRule>& rules, const ColumnMap& columns, std::size_t eventCount) {
+    PreparedRules prepared;
+    for (const FilterRule& rule : rules) {
+        const double* x = rule.enabled ? usableColumn(columns, rule.featureName, eventCount) : nullptr;
+        if (!x)
+            continue;
+        if (rule.type == FilterRule::Range) {
+            prepared.ranges.push_back({x, rule.minValue, rule.maxValue, rule.inverted});
+        } else if (rule.type == FilterRule::Polygon && rule.polygonVertices.size() > 2) {
+            if (const double* y = usableColumn(columns, rule.featureNameY, eventCount))
+                prepared.polygons.push_back(preparedPolygon(rule, x, y, eventCount));
+        }
+    }
+    return prepared;
 }
 
 } // namespace
@@ -83,52 +190,35 @@ std::vector<std::string> EventFilter::requiredFeatures() const {
 }
 
 std::vector<int> EventFilter::evaluate(const ColumnMap& columns, std::size_t eventCount) const {
-    std::vector<PreparedRange> ranges;
-    std::vector<PreparedPolygon> polygons;
-    for (const FilterRule& rule : rules_) {
-        if (!rule.enabled)
-            continue;
-        const double* column = usableColumn(columns, rule.featureName, eventCount);
-        if (rule.type == FilterRule::Range && column) {
-            ranges.push_back({column, rule.minValue, rule.maxValue, rule.inverted});
-        } else if (rule.type == FilterRule::Polygon && column && rule.polygonVertices.size() > 2) {
-            const double* yColumn = usableColumn(columns, rule.featureNameY, eventCount);
-            if (!yColumn)
-                continue;
-            Vertices vertices = rule.polygonVertices;
-            for (auto& [x, y] : vertices) {
-                x = scaleValue(x, rule.scaleXMode);
-                y = scaleValue(y, rule.scaleYMode);
-            }
-            polygons.push_back({column, yColumn, std::move(vertices), rule.scaleXMode, rule.scaleYMode, rule.inverted});
-        }
-    }
-
+    const PreparedRules rules = preparedRules(rules_, columns, eventCount);
     std::vector<int> result;
-    if (ranges.empty() && polygons.empty()) {
+    if (rules.isEmpty()) {
         result.resize(eventCount);
         std::iota(result.begin(), result.end(), 0);
         return result;
     }
     result.reserve(eventCount);
-    const auto passes = [&](std::size_t i) {
-        for (const PreparedRange& range : ranges) {
-            const double v = range.column[i];
-            if ((v >= range.minValue && v <= range.maxValue) == range.inverted)
-                return false;
+    Survivors survivors;
+    for (std::size_t start = 0; start < eventCount; start += blockSize) {
+        const std::size_t size = std::min(blockSize, eventCount - start);
+        survivors.count = size;
+        std::iota(survivors.places.begin(), survivors.places.end(), std::uint16_t{0});
+        rules.apply(start, survivors);
+
+        std::size_t next = 0; // first place that is not yet dealt with
+        for (const std::uint16_t place : survivors.list()) {
+            if (combineMode_ != ShowPassing) {
+                for (; next < place; ++next)
+                    result.push_back(static_cast<int>(start + next));
+                next = place + 1U;
+            } else {
+                result.push_back(static_cast<int>(start + place));
+            }
         }
-        for (const PreparedPolygon& polygon : polygons) {
-            const double x = scaleValue(polygon.xColumn[i], polygon.scaleXMode);
-            const double y = scaleValue(polygon.yColumn[i], polygon.scaleYMode);
-            if (pointInPolygon(x, y, polygon.vertices) == polygon.inverted)
-                return false;
+        if (combineMode_ != ShowPassing) {
+            for (; next < size; ++next)
+                result.push_back(static_cast<int>(start + next));
         }
-        return true;
-    };
-    const bool wanted = combineMode_ == ShowPassing;
-    for (std::size_t i = 0; i < eventCount; ++i) {
-        if (passes(i) == wanted)
-            result.push_back(static_cast<int>(i));
     }
     return result;
 }
