@@ -24,13 +24,10 @@ void touch(const QString& path) {
 }
 
 TEST(DatasetOpeningTest, PathOrderGoesFolderByFolder) {
-    // In order; every pair of them is compared.
-    const QStringList ordered{"/a/b.vqd", "/a/b/c.vqd", "//A//b/D.vqd", "/a/B/d/a.vqd", "/a/b-1/a.vqd", "/b", "/b/a"};
-    // As plain text, "/a/b-1/a.vqd" would come before "/a/b/c.vqd".
+    // In order; every pair of them is compared. As plain text, "/a/b-1/a.vqd" would come before "/a/b/c.vqd".
+    const QStringList ordered{"/a/b/c.vqd", "/a/B/d/a.vqd", "//A//b/D.vqd", "/a/b-1/a.vqd", "/a/b.vqd", "/b", "/b/a"};
     for (qsizetype i = 0; i < ordered.size(); ++i) {
         for (qsizetype j = 0; j < ordered.size(); ++j) {
-            if (i == j || (i <= 1 && j <= 1))
-                continue;
             EXPECT_EQ(pathComesBefore(ordered[i], ordered[j]), i < j)
                 << ordered[i].toStdString() << " and " << ordered[j].toStdString();
         }

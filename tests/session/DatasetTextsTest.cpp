@@ -29,7 +29,7 @@ TEST(DatasetTextsTest, LabelAndStatus) {
 
     const std::vector<std::pair<std::string, QString>> flowRates{{"0.16", "0.16 µL/s, "},
                                                                  {"0.123456", "0.1235 µL/s, "},
-                                                                 {"12345", "1.234e+04 µL/s, "},
+                                                                 {"12346", "1.235e+04 µL/s, "},
                                                                  {"fast", ""},
                                                                  {"", ""},
                                                                  {"0.1 µL/s", ""},
