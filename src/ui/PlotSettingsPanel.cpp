@@ -161,10 +161,10 @@ void PlotSettingsPanel::buildOverlayControls() {
     outerLabel_->setBuddy(outerFraction_);
 
     isoelastics_ = new QCheckBox(tr("Isoelastics"));
-    isoelastics_->setObjectName(QStringLiteral("isoelasticsCheckBox"));
+    isoelastics_->setObjectName(QStringLiteral("isoelasticsCheck"));
     isoelastics_->setToolTip(tr("Show isoelasticity lines"));
     isoelasticLabels_ = new QCheckBox(tr("Labels"));
-    isoelasticLabels_->setObjectName(QStringLiteral("isoelasticLabelsCheckBox"));
+    isoelasticLabels_->setObjectName(QStringLiteral("isoelasticLabelsCheck"));
     isoelasticLabels_->setAccessibleName(tr("Isoelasticity labels"));
     isoelasticLabels_->setToolTip(tr("Show kPa labels on isoelasticity lines"));
     for (QCheckBox* box : {isoelastics_, isoelasticLabels_}) {
@@ -175,7 +175,7 @@ void PlotSettingsPanel::buildOverlayControls() {
     }
 
     applyToAll_ = new QPushButton(tr("Apply Plot Settings\nto All Datasets"));
-    applyToAll_->setObjectName(QStringLiteral("applyPlotSettingsButton"));
+    applyToAll_->setObjectName(QStringLiteral("applyToAllButton"));
     applyToAll_->setAccessibleName(tr("Apply Plot Settings to All Datasets"));
     applyToAll_->setToolTip(tr("Copy the active dataset's feature, scale, and contour settings to every other loaded "
                                "dataset. Highlights when any peer differs."));

@@ -1,0 +1,318 @@
+#include "ui/DatasetsPanel.h"
+
+#include "ui/DatasetDrag.h"
+#include "ui/DatasetListWidget.h"
+#include "ui/DatasetTreeWidget.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QContextMenuEvent>
+#include <QDropEvent>
+#include <QMenu>
+#include <QMimeData>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QTest>
+#include <QTimer>
+#include <QWindow>
+
+#include <gtest/gtest.h>
+
+namespace Tessaly {
+namespace {
+
+TEST(DatasetDragTest, DropRows) {
+    struct Case {
+        int itemRow;
+        bool lowerHalf;
+        int expected;
+    };
+    for (const Case& c :
+         {Case{0, false, 0}, Case{0, true, 1}, Case{3, true, 4}, Case{-1, false, 4}, Case{-1, true, 4}}) {
+        EXPECT_EQ(dropTargetRow(c.itemRow, c.lowerHalf, 4), c.expected) << c.itemRow;
+    }
+    // Onto itself, and onto the lower half of the row above or the upper half of the row below.
+    EXPECT_FALSE(moveChangesOrder(2, 2));
+    EXPECT_FALSE(moveChangesOrder(2, 3));
+    EXPECT_TRUE(moveChangesOrder(2, 1));
+    EXPECT_TRUE(moveChangesOrder(2, 4));
+}
+
+TEST(DatasetDragTest, PayloadIsTheDecimalId) {
+    const std::unique_ptr<QMimeData> data(datasetMimeData(12));
+    EXPECT_EQ(data->data("application/x-tessaly-dataset"), QByteArray("12"));
+    EXPECT_EQ(data->text(), "12");
+    EXPECT_EQ(datasetIdOf(data.get()), 12);
+    QMimeData other;
+    other.setText("12");
+    EXPECT_EQ(datasetIdOf(&other), std::nullopt);
+    other.setData(DatasetMimeType, "12x");
+    EXPECT_EQ(datasetIdOf(&other), std::nullopt);
+}
+
+class DatasetsPanelTest : public testing::Test {
+protected:
+    void SetUp() override { QSettings().clear(); }
+
+    void make() {
+        panel = std::make_unique<DatasetsPanel>();
+        panel->resize(300, 400);
+        panel->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(panel.get()));
+    }
+
+    // Ids differ from rows on purpose.
+    static std::vector<DatasetRow> threeRows() {
+        return {{7, "<b>Alpha</b> (1 events)", "/data/day1/alpha.vqd"},
+                {3, "<b>a &lt; b</b> (2 events)", "/data/day1/beta.vqd"},
+                {5, "<b>Gamma</b> (3 events)", "/data/day2/gamma.vqd"}};
+    }
+
+    QComboBox* mode() const { return panel->findChild<QComboBox*>("datasetModeCombo"); }
+    QSpinBox* depth() const { return panel->findChild<QSpinBox*>("folderDepthSpinBox"); }
+    QTreeWidgetItem* treeItem(int id) const { return panel->tree()->itemOfId(id); }
+
+    // Sends a context menu event to a view and returns the menu that it brings up.
+    static QMenu* contextMenu(QAbstractScrollArea* view, const QPoint& position) {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, position, view->viewport()->mapToGlobal(position));
+        QApplication::sendEvent(view->viewport(), &event);
+        return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    }
+
+    std::unique_ptr<DatasetsPanel> panel;
+};
+
+TEST_F(DatasetsPanelTest, ReadsModeAndDepthFromTheSettings) {
+    struct Case {
+        int mode;
+        int depth;
+        bool folders;
+        int shownDepth;
+    };
+    for (const Case& c : {Case{0, 2, false, 2}, Case{1, 9, true, 4}, Case{1, 0, true, 1}, Case{7, 3, false, 3}}) {
+        QSettings().setValue("datasetView/mode", c.mode);
+        QSettings().setValue("datasetView/depth", c.depth);
+        make();
+        EXPECT_EQ(panel->folderViewActive(), c.folders) << c.mode;
+        EXPECT_EQ(depth()->isVisible(), c.folders) << c.mode;
+        EXPECT_EQ(panel->folderDepth(), c.shownDepth) << c.depth;
+    }
+}
+
+TEST_F(DatasetsPanelTest, WritesModeAndDepthAtOnce) {
+    make();
+    EXPECT_EQ(panel->folderDepth(), 2);
+    mode()->setCurrentIndex(1);
+    depth()->setValue(3);
+    EXPECT_EQ(QSettings().value("datasetView/mode").toInt(), 1);
+    EXPECT_EQ(QSettings().value("datasetView/depth").toInt(), 3);
+    mode()->setCurrentIndex(0);
+    EXPECT_EQ(QSettings().value("datasetView/mode").toInt(), 0);
+    EXPECT_FALSE(depth()->isVisible());
+}
+
+TEST_F(DatasetsPanelTest, KeepsTheCurrentDatasetAndEmitsNothingByItself) {
+    for (int view = 0; view < 2; ++view) {
+        QSettings().setValue("datasetView/mode", view);
+        make();
+        QSignalSpy chosen(panel.get(), &DatasetsPanel::datasetChosen);
+        panel->setRows(threeRows());
+        EXPECT_EQ(panel->currentRow(), -1);
+        panel->setCurrentId(3);
+        EXPECT_EQ(panel->currentRow(), 1);
+        auto rows = threeRows();
+        std::swap(rows[1], rows[2]);
+        panel->setRows(rows);
+        EXPECT_EQ(panel->currentRow(), 2);
+        panel->setRowText(3, "<b>renamed</b>");
+        EXPECT_EQ(panel->list()->item(2)->text(), "<b>renamed</b>");
+        if (view == 1) {
+            EXPECT_EQ(panel->tree()->currentItem(), treeItem(3));
+            EXPECT_EQ(treeItem(3)->text(0), "<b>renamed</b>");
+        }
+        rows.pop_back();
+        panel->setRows(rows);
+        EXPECT_EQ(panel->currentRow(), -1);
+        mode()->setCurrentIndex(1 - view);
+        depth()->setValue(1);
+        EXPECT_EQ(chosen.count(), 0);
+    }
+}
+
+TEST_F(DatasetsPanelTest, AClickChoosesByIdAndEmptySpaceChangesNothing) {
+    make();
+    panel->setRows(threeRows());
+    QSignalSpy chosen(panel.get(), &DatasetsPanel::datasetChosen);
+    auto* list = panel->list();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(1)).center());
+    ASSERT_EQ(chosen.count(), 1);
+    EXPECT_EQ(chosen[0][0].toInt(), 3);
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->viewport()->rect().bottomLeft() + QPoint(20, -5));
+    EXPECT_EQ(panel->currentRow(), 1);
+    EXPECT_TRUE(list->item(1)->isSelected());
+    QTest::keyClick(list, Qt::Key_Down);
+    ASSERT_EQ(chosen.count(), 2);
+    EXPECT_EQ(chosen[1][0].toInt(), 5);
+
+    mode()->setCurrentIndex(1);
+    EXPECT_EQ(panel->tree()->currentItem(), treeItem(5));
+    auto* tree = panel->tree();
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(treeItem(7)).center());
+    ASSERT_EQ(chosen.count(), 3);
+    EXPECT_EQ(chosen[2][0].toInt(), 7);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(treeItem(7)->parent()).center());
+    EXPECT_EQ(chosen.count(), 3);
+}
+
+TEST_F(DatasetsPanelTest, ShowsFoldersUpToTheDepth) {
+    make();
+    panel->setRows(threeRows());
+    mode()->setCurrentIndex(1);
+    ASSERT_EQ(panel->tree()->topLevelItemCount(), 1);
+    const QTreeWidgetItem* data = panel->tree()->topLevelItem(0);
+    EXPECT_EQ(data->text(0), "data");
+    EXPECT_EQ(DatasetTreeWidget::idOf(data), -1);
+    EXPECT_FALSE(data->flags() & (Qt::ItemIsSelectable | Qt::ItemIsDragEnabled));
+    EXPECT_TRUE(data->isExpanded());
+    EXPECT_EQ(treeItem(3)->parent()->text(0), "day1");
+    EXPECT_EQ(treeItem(3)->toolTip(0), "/data/day1/beta.vqd");
+    EXPECT_TRUE(treeItem(3)->flags() & Qt::ItemIsDragEnabled);
+    EXPECT_FALSE(treeItem(3)->flags() & Qt::ItemIsDropEnabled);
+    depth()->setValue(1);
+    EXPECT_EQ(panel->tree()->topLevelItemCount(), 2);
+    panel->setRows({{1, "x", "/a&b/x.vqd"}});
+    EXPECT_EQ(panel->tree()->topLevelItem(0)->text(0), "a&amp;b");
+}
+
+TEST_F(DatasetsPanelTest, ContextMenus) {
+    make();
+    panel->setRows(threeRows());
+    panel->setCurrentId(7);
+    QSignalSpy chosen(panel.get(), &DatasetsPanel::datasetChosen);
+    QSignalSpy duplicate(panel.get(), &DatasetsPanel::duplicateRequested);
+    QSignalSpy remove(panel.get(), &DatasetsPanel::removeRequested);
+    auto* list = panel->list();
+    QMenu* menu = contextMenu(list, list->visualItemRect(list->item(0)).center());
+    ASSERT_TRUE(menu);
+    ASSERT_EQ(menu->actions().size(), 2);
+    EXPECT_EQ(menu->actions()[0]->text(), "Duplicate Dataset");
+    EXPECT_EQ(menu->actions()[1]->text(), "Remove Dataset");
+    QTest::keyClick(menu, Qt::Key_Down);
+    QTest::keyClick(menu, Qt::Key_Return);
+    EXPECT_EQ(duplicate.count(), 1);
+    EXPECT_EQ(chosen.count(), 0);
+    EXPECT_FALSE(contextMenu(list, list->viewport()->rect().bottomLeft() + QPoint(20, -5)));
+
+    mode()->setCurrentIndex(1);
+    auto* tree = panel->tree();
+    EXPECT_FALSE(contextMenu(tree, tree->visualItemRect(tree->topLevelItem(0)).center()));
+    menu = contextMenu(tree, tree->visualItemRect(treeItem(5)).center());
+    ASSERT_TRUE(menu);
+    ASSERT_EQ(chosen.count(), 1);
+    EXPECT_EQ(chosen[0][0].toInt(), 5);
+    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions()[1]).center());
+    EXPECT_EQ(remove.count(), 1);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_FALSE(panel->findChild<QMenu*>("datasetMenu"));
+}
+
+TEST_F(DatasetsPanelTest, RefusesDragsFromElsewhere) {
+    make();
+    panel->setRows(threeRows());
+    QSignalSpy reorder(panel.get(), &DatasetsPanel::reorderRequested);
+    const std::unique_ptr<QMimeData> data(datasetMimeData(7));
+    QMimeData files;
+    files.setUrls({QUrl::fromLocalFile("/data/x.vqd")});
+    for (int view = 0; view < 2; ++view) {
+        mode()->setCurrentIndex(view);
+        QWidget* viewport = view == 0 ? panel->list()->viewport() : panel->tree()->viewport();
+        for (const QMimeData* mime :
+             {static_cast<const QMimeData*>(data.get()), static_cast<const QMimeData*>(&files)}) {
+            QDragMoveEvent move(QPoint(10, 60), Qt::CopyAction, mime, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(viewport, &move);
+            EXPECT_FALSE(move.isAccepted());
+            QDropEvent drop(QPointF(10, 60), Qt::CopyAction, mime, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(viewport, &drop);
+            EXPECT_FALSE(drop.isAccepted());
+        }
+        // File drags pass on to the window.
+        QDragEnterEvent enter(QPoint(10, 60), Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(viewport, &enter);
+        EXPECT_FALSE(enter.isAccepted());
+    }
+    QApplication::processEvents();
+    EXPECT_EQ(reorder.count(), 0);
+    EXPECT_EQ(panel->list()->count(), 3);
+}
+
+// Drags with the real mouse: the drag runs an event loop of its own, in which the timer moves and lets go.
+class DatasetDraggingTest : public DatasetsPanelTest {
+protected:
+    void drag(QWidget* viewport, const QPoint& from, const QPoint& to) {
+        QWindow* window = panel->windowHandle();
+        const auto inWindow = [&](const QPoint& p) { return viewport->mapTo(panel.get(), p); };
+        QTimer::singleShot(0, window, [=] {
+            QTimer::singleShot(0, window, [=] {
+                QTest::mouseMove(window, inWindow(to) + QPoint(1, 0));
+                QTest::mouseMove(window, inWindow(to));
+                QTest::mouseRelease(window, Qt::LeftButton, {}, inWindow(to));
+            });
+        });
+        QTest::mousePress(window, Qt::LeftButton, {}, inWindow(from));
+        QTest::mouseMove(window, inWindow(from) + QPoint(0, 4));
+        QTest::mouseMove(window, inWindow(from) + QPoint(0, 3 * QApplication::startDragDistance()));
+        QTest::mouseMove(window, inWindow(from) + QPoint(0, 4 * QApplication::startDragDistance()));
+        QTest::qWait(1);
+    }
+};
+
+TEST_F(DatasetDraggingTest, ListRowsAreReordered) {
+    make();
+    panel->setRows(threeRows());
+    auto* list = panel->list();
+    QSignalSpy reorder(panel.get(), &DatasetsPanel::reorderRequested);
+    const auto upper = [&](int row) { return list->visualItemRect(list->item(row)).center() - QPoint(0, 5); };
+    const auto lower = [&](int row) { return list->visualItemRect(list->item(row)).center() + QPoint(0, 5); };
+    struct Case {
+        int from;
+        QPoint to;
+        int toRow; // -1: nothing moves
+    };
+    const QPoint empty = list->viewport()->rect().bottomLeft() + QPoint(20, -5);
+    for (const Case& c : {Case{2, upper(0), 0}, Case{0, lower(1), 2}, Case{0, empty, 3}, Case{1, lower(0), -1},
+                          Case{1, upper(2), -1}, Case{1, lower(2), 3}}) {
+        reorder.clear();
+        drag(list->viewport(), lower(c.from), c.to);
+        ASSERT_EQ(reorder.count(), c.toRow < 0 ? 0 : 1) << c.from << " to " << c.toRow;
+        if (c.toRow >= 0) {
+            EXPECT_EQ(reorder[0][0].toInt(), c.from);
+            EXPECT_EQ(reorder[0][1].toInt(), c.toRow);
+        }
+        EXPECT_EQ(list->count(), 3); // the list leaves the moving to others
+    }
+}
+
+TEST_F(DatasetDraggingTest, TreeItemsAreReordered) {
+    make();
+    panel->setRows(threeRows());
+    mode()->setCurrentIndex(1);
+    auto* tree = panel->tree();
+    QApplication::processEvents();
+    QSignalSpy reorder(panel.get(), &DatasetsPanel::reorderRequested);
+    const auto centre = [&](QTreeWidgetItem* item) { return tree->visualItemRect(item).center(); };
+    drag(tree->viewport(), centre(treeItem(7)), centre(treeItem(5)) + QPoint(0, 5));
+    ASSERT_EQ(reorder.count(), 1);
+    EXPECT_EQ(reorder[0], QVariantList({0, 3}));
+    reorder.clear();
+    drag(tree->viewport(), centre(treeItem(5)), centre(treeItem(3)) - QPoint(0, 5));
+    ASSERT_EQ(reorder.count(), 1);
+    EXPECT_EQ(reorder[0], QVariantList({2, 1}));
+    reorder.clear();
+    drag(tree->viewport(), centre(treeItem(7)), centre(treeItem(5)->parent())); // a folder
+    drag(tree->viewport(), centre(treeItem(7)), centre(treeItem(7)) + QPoint(0, 5));
+    EXPECT_EQ(reorder.count(), 0);
+}
+
+} // namespace
+} // namespace Tessaly

@@ -1,0 +1,185 @@
+#include "core/DatasetEntry.h"
+#include "ui/CalculationsDockWidget.h"
+#include "ui/EventPanel.h"
+#include "ui/FilterDockWidget.h"
+#include "ui/MetadataPanel.h"
+#include "ui/StatisticsDockWidget.h"
+
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTableWidget>
+
+#include <gtest/gtest.h>
+
+namespace Tessaly {
+namespace {
+
+TEST(EventPanelTest, ShowsTheValuesOfTheLastEventOnly) {
+    EventPanel panel;
+    const auto* table = panel.findChild<QTableWidget*>();
+    panel.setValues({{"area_um", "Area [µm²]", "51.2"}, {"deform", "Deformation", "0.0312"}});
+    ASSERT_EQ(table->rowCount(), 2);
+    EXPECT_EQ(table->item(0, 0)->text(), "Area [µm²]");
+    EXPECT_EQ(table->item(0, 0)->toolTip(), "area_um");
+    EXPECT_EQ(table->item(1, 1)->text(), "0.0312");
+    panel.setValues({{"time", "Time [s]", ""}, {"temp", "Temperature", "23"}});
+    EXPECT_EQ(table->item(0, 0)->toolTip(), "time");
+    EXPECT_EQ(table->item(0, 1)->text(), "");
+    panel.setValues({{"temp", "Temperature", "24"}});
+    EXPECT_EQ(table->rowCount(), 1);
+    EXPECT_EQ(table->item(0, 1)->text(), "24");
+    panel.clearValues();
+    EXPECT_EQ(table->rowCount(), 0);
+}
+
+TEST(MetadataPanelTest, GroupsBySectionInOrder) {
+    VQDMetadata metadata;
+    metadata.exportSection["software"] = "x";
+    metadata.setup["flow rate"] = "0.06";
+    metadata.setup["channel width"] = "20";
+    metadata.experiment["sample"] = "<b>S</b>";
+    metadata.allAttributes = {{"setup:flow rate", "0.06"},
+                              {"setup:channel width", "20"},
+                              {"experiment:sample", "S"},
+                              {"export:software", "x"},
+                              {"user:note", "a:b"},
+                              {"plain", "1"},
+                              {"setupx:y", "2"}};
+    MetadataPanel panel;
+    EXPECT_TRUE(panel.isEmpty());
+    panel.showMetadata(metadata);
+    QStringList lines;
+    for (int i = 0; i < panel.topLevelItemCount(); ++i) {
+        const QTreeWidgetItem* section = panel.topLevelItem(i);
+        lines << section->text(0);
+        EXPECT_EQ(section->font(0).weight(), 700);
+        EXPECT_TRUE(section->isExpanded());
+        for (int j = 0; j < section->childCount(); ++j) {
+            lines << section->child(j)->text(0) + "=" + section->child(j)->text(1);
+        }
+    }
+    EXPECT_EQ(lines, QStringList({"Experiment", "sample=<b>S</b>", "Setup", "channel width=20", "flow rate=0.06",
+                                  "Export", "software=x", "Other", "plain=1", "setupx:y=2", "user:note=a:b"}));
+    panel.showMetadata(VQDMetadata());
+    EXPECT_TRUE(panel.isEmpty());
+}
+
+TEST(StatisticsDockWidgetTest, ListsTheFiguresOfBothAxes) {
+    StatisticsDockWidget panel;
+    const auto* table = panel.findChild<QTreeWidget*>();
+    const auto column = [table](int index) {
+        QStringList texts(table->headerItem()->text(index));
+        for (int i = 0; i < table->topLevelItemCount(); ++i) {
+            texts << table->topLevelItem(i)->text(index);
+        }
+        return texts;
+    };
+    EXPECT_EQ(table->headerItem()->text(0) + table->headerItem()->text(1) + table->headerItem()->text(2),
+              "StatisticXY");
+    panel.updateStatistics({1, 2}, {1000000, 3}, "Area", "Deformation");
+    EXPECT_EQ(column(0), QStringList({"Statistic", "N", "Mean", "SD", "Q1", "Median", "Q3", "IQR"}));
+    EXPECT_EQ(column(1), QStringList({"Area", "2", "1.5", "0.707107", "1.25", "1.5", "1.75", "0.5"}));
+    // Mean 500001.5, deviations 499998.5: SD is 499998.5 times the root of 2.
+    EXPECT_EQ(column(2), QStringList({"Deformation", "2", "500002", "707105", "250002", "500002", "750001", "499998"}));
+    EXPECT_EQ(table->topLevelItem(3)->textAlignment(1), Qt::AlignRight | Qt::AlignVCenter);
+    panel.updateStatistics({4}, {5}, "Area", "Deformation");
+    EXPECT_EQ(column(1), QStringList({"Area", "1", "4", "0", "4", "4", "4", "0"}));
+    panel.updateStatistics({}, {}, "Area", "Deformation");
+    EXPECT_EQ(column(2), QStringList({"Deformation"}));
+    panel.clearStatistics();
+    EXPECT_EQ(column(1), QStringList({"X"}));
+}
+
+TEST(FilterDockWidgetTest, EditsTheDatasetsFilter) {
+    FilterDockWidget panel;
+    auto* enabled = panel.findChild<QCheckBox*>("filteringEnabledCheckBox");
+    auto* excluded = panel.findChild<QCheckBox*>("showExcludedCheckBox");
+    const auto* box = panel.findChild<QGroupBox*>();
+    QSignalSpy changed(&panel, &FilterDockWidget::filterChanged);
+    EXPECT_FALSE(box->isEnabled());
+    EXPECT_TRUE(enabled->isChecked());
+    DatasetEntry dataset;
+    dataset.filter.setEnabled(false);
+    dataset.filter.setCombineMode(EventFilter::ShowExcluded);
+    panel.setDataset(&dataset);
+    EXPECT_TRUE(box->isEnabled());
+    EXPECT_FALSE(enabled->isChecked());
+    EXPECT_TRUE(excluded->isChecked());
+    EXPECT_EQ(changed.count(), 0);
+    enabled->click();
+    EXPECT_TRUE(dataset.filter.isEnabled());
+    excluded->click();
+    EXPECT_EQ(dataset.filter.combineMode(), EventFilter::ShowPassing);
+    EXPECT_EQ(changed.count(), 2);
+    panel.setDataset(nullptr);
+    EXPECT_FALSE(box->isEnabled());
+    enabled->click(); // disabled: reaches nothing
+    EXPECT_TRUE(dataset.filter.isEnabled());
+    EXPECT_EQ(changed.count(), 2);
+}
+
+TEST(FilterDockWidgetTest, TellsHowManyEventsPass) {
+    FilterDockWidget panel;
+    const auto* label = panel.findChild<QLabel*>("eventCountLabel");
+    EXPECT_EQ(label->text(), "No filter active");
+    DatasetEntry dataset;
+    panel.setDataset(&dataset);
+    struct Case {
+        int shown;
+        int total;
+        const char* text;
+    };
+    for (const Case& c :
+         {Case{0, 0, "No events"}, Case{2, 3, "2 / 3 events shown (66.7%)"}, Case{0, 7, "0 / 7 events shown (0.0%)"},
+          Case{7, 7, "7 events (no filter active)"}, Case{50000, 2000000, "50000 / 2000000 events shown (2.5%)"}}) {
+        panel.setEventCounts(c.shown, c.total);
+        EXPECT_EQ(label->text(), c.text);
+    }
+    panel.setDataset(nullptr);
+    EXPECT_EQ(label->text(), "No dataset selected");
+}
+
+TEST(CalculationsDockWidgetTest, ShowsTheConditionsOfTheMeasurement) {
+    CalculationsDockWidget panel;
+    const auto texts = [&panel] {
+        QStringList values;
+        for (const char* name : {"mediumLabel", "viscosityModelLabel", "viscosityLabel", "temperatureLabel",
+                                 "channelWidthLabel", "flowRateLabel", "pixelSizeLabel"}) {
+            values << panel.findChild<QLabel*>(name)->text();
+        }
+        return values;
+    };
+    const QString none = QStringLiteral("—");
+    EXPECT_EQ(texts(), QStringList(7, none));
+
+    VQDMetadata metadata;
+    panel.setDatasetMetadata(&metadata);
+    EXPECT_EQ(texts(), QStringList({"— (unknown)", "Manual", "1.000 mPa·s", "23.0 °C", none, none, none}));
+
+    metadata.setup = {{"medium", "water"}, {"channel width", "30"}, {"flow rate", "0.16"}, {"temperature", "20"}};
+    metadata.imaging = {{"pixel size", "0.34"}};
+    panel.setDatasetMetadata(&metadata);
+    // Water at 20 degrees Celsius, the reference point of the formula: 1.002 mPa s.
+    EXPECT_EQ(texts(),
+              QStringList({"Water", "Kestin-1978", "1.002 mPa·s", "20.0 °C", "30 µm", "0.16 µL/s", "0.34 µm"}));
+
+    metadata.setup = {{"medium", "0.83% MC-PBS"}, {"channel width", "0"}, {"flow rate", "fast"}, {"temperature", "-1"}};
+    panel.setDatasetMetadata(&metadata);
+    EXPECT_EQ(texts().mid(0, 6), QStringList({"0.83% MC-PBS", "Manual", "1.000 mPa·s", "23.0 °C", none, none}));
+    metadata.setup = {{"medium", "MC-PBS 0.83%"}};
+    panel.setDatasetMetadata(&metadata);
+    EXPECT_EQ(texts()[0], "0.83% MC-PBS");
+    metadata.setup = {{"medium", "Sorvex"}};
+    panel.setDatasetMetadata(&metadata);
+    EXPECT_EQ(texts().mid(0, 2), QStringList({"Sorvex", "Herold-2017"}));
+    metadata.setup = {{"medium", "Honey"}};
+    panel.setDatasetMetadata(&metadata);
+    EXPECT_EQ(texts()[0], "Honey (unknown)");
+    panel.setDatasetMetadata(nullptr);
+    EXPECT_EQ(texts(), QStringList(7, none));
+}
+
+} // namespace
+} // namespace Tessaly
