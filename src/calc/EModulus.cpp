@@ -7,6 +7,8 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <iostream>
 #include <limits>
@@ -128,13 +130,16 @@ bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
     const EModulusLookup& lookup = *table->lookup;
     std::vector<double> modulus(count, std::numeric_limits<double>::quiet_NaN());
     constexpr std::size_t progressStep = 256;
+    std::array<double, progressStep>
+        corrected{}; // exponentials and look-ups each run on their own: they overlap better
     for (std::size_t begin = 0; begin < count; begin += progressStep) {
         emit progressChanged(static_cast<int>(begin * 100 / count));
         const std::size_t end = std::min(begin + progressStep, count);
-        for (std::size_t i = begin; i < end; ++i) {
-            const double d =
+        for (std::size_t i = begin; i < end; ++i)
+            corrected[i - begin] =
                 params.pixelationCorrection ? pixelationCorrected(deform[i], area[i], params.pixelSize) : deform[i];
-            const double e = lookup(area[i] * areaFactor, d);
+        for (std::size_t i = begin; i < end; ++i) {
+            const double e = lookup(area[i] * areaFactor, corrected[i - begin]);
             if (!std::isnan(e))
                 modulus[i] = viscosities.at(i) / table->lut.viscosity * e * modulusFactor;
         }

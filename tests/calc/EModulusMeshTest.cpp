@@ -1,0 +1,279 @@
+#include "calc/EModulusMesh.h"
+
+#include "calc/EModulusLookup.h"
+#include "calc/SyntheticLut.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <set>
+#include <vector>
+
+namespace Tessaly {
+namespace {
+
+constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
+
+EModulusLut lutOf(const std::vector<std::array<double, 3>>& rows) {
+    EModulusLut lut;
+    for (const auto& [area, deform, modulus] : rows) {
+        lut.area.push_back(area);
+        lut.deform.push_back(deform);
+        lut.emodulus.push_back(modulus);
+    }
+    return lut;
+}
+
+EModulusLut randomLut(std::size_t count, std::uint64_t seed) {
+    std::mt19937_64 random(seed);
+    const auto uniform = [&random] { return static_cast<double>(random() >> 11U) * 0x1p-53; };
+    EModulusLut lut;
+    for (std::size_t i = 0; i < count; ++i) {
+        lut.area.push_back(10.0 + 300.0 * uniform());
+        lut.deform.push_back(0.2 * uniform() * uniform());
+        lut.emodulus.push_back(uniform());
+    }
+    return lut;
+}
+
+/// A square raster: every four neighbours lie on one circle, every inner line of nodes is straight.
+EModulusLut rasterLut(int side) {
+    EModulusLut lut;
+    for (int i = 0; i < side * side; ++i) {
+        lut.area.push_back(i % side);
+        lut.deform.push_back(i / side);
+        lut.emodulus.push_back(i);
+    }
+    return lut;
+}
+
+double circumcircle(const EModulusMesh& mesh, const std::array<std::int32_t, 3>& t, std::size_t node) {
+    long double m[3][3];
+    for (std::size_t k = 0; k < 3; ++k) {
+        const auto vertex = static_cast<std::size_t>(t[k]);
+        m[k][0] = static_cast<long double>(mesh.x[vertex]) - mesh.x[node];
+        m[k][1] = static_cast<long double>(mesh.y[vertex]) - mesh.y[node];
+        m[k][2] = m[k][0] * m[k][0] + m[k][1] * m[k][1];
+    }
+    return static_cast<double>(m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
+                               m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+                               m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]));
+}
+
+/// Node insertion in its plainest form: a list of triangles, erased and appended one by one.
+std::vector<std::array<std::int32_t, 3>> plainTriangulation(const EModulusMesh& mesh) {
+    std::vector<double> x = mesh.x;
+    std::vector<double> y = mesh.y;
+    x.insert(x.end(), {-10.0, 20.0, -10.0});
+    y.insert(y.end(), {-10.0, -10.0, 20.0});
+    const int count = static_cast<int>(mesh.x.size());
+    std::vector<std::array<std::int32_t, 3>> triangles{{count, count + 1, count + 2}};
+    const auto at = [](const std::vector<double>& values, int i) { return values[static_cast<std::size_t>(i)]; };
+    for (int node = 0; node < count; ++node) {
+        const double px = at(x, node);
+        const double py = at(y, node);
+        std::vector<std::size_t> bad;
+        for (std::size_t t = 0; t < triangles.size(); ++t) {
+            const auto& [a, b, c] = triangles[t];
+            const double ax = at(x, a) - px, ay = at(y, a) - py;
+            const double bx = at(x, b) - px, by = at(y, b) - py;
+            const double cx = at(x, c) - px, cy = at(y, c) - py;
+            const double aa = ax * ax + ay * ay, bb = bx * bx + by * by, cc = cx * cx + cy * cy;
+            if (ax * (by * cc - bb * cy) - ay * (bx * cc - bb * cx) + aa * (bx * cy - by * cx) > 0.0)
+                bad.push_back(t);
+        }
+        std::vector<std::array<std::int32_t, 2>> boundary;
+        for (const std::size_t t : bad) {
+            for (std::size_t k = 0; k < 3; ++k) {
+                const int a = triangles[t][k];
+                const int b = triangles[t][(k + 1) % 3];
+                const bool shared = std::ranges::any_of(bad, [&](std::size_t other) {
+                    const auto& o = triangles[other];
+                    return other != t && std::ranges::find(o, a) != o.end() && std::ranges::find(o, b) != o.end();
+                });
+                if (!shared)
+                    boundary.push_back({a, b});
+            }
+        }
+        for (auto t = bad.rbegin(); t != bad.rend(); ++t)
+            triangles.erase(triangles.begin() + static_cast<std::ptrdiff_t>(*t));
+        for (const auto& [a, b] : boundary) {
+            const double side = (at(x, a) - px) * (at(y, b) - py) - (at(y, a) - py) * (at(x, b) - px);
+            triangles.push_back(side >= 0.0 ? std::array{node, a, b} : std::array{node, b, a});
+        }
+    }
+    std::erase_if(triangles, [count](const auto& t) { return std::ranges::max(t) >= count; });
+    return triangles;
+}
+
+TEST(EModulusMesh, TrianglesAreDelaunayAndInInsertionOrder) {
+    for (const EModulusLut& lut : {syntheticLut(), randomLut(300, 1), rasterLut(9), randomLut(3, 2)}) {
+        const EModulusMesh mesh = buildMesh(lut);
+        SCOPED_TRACE(lut.area.size());
+        EXPECT_EQ(mesh.triangles, plainTriangulation(mesh));
+        for (const auto& triangle : mesh.triangles) {
+            const auto n = [&](std::size_t k) { return static_cast<std::size_t>(triangle[k]); };
+            const double doubleArea = (mesh.x[n(1)] - mesh.x[n(0)]) * (mesh.y[n(2)] - mesh.y[n(0)]) -
+                                      (mesh.y[n(1)] - mesh.y[n(0)]) * (mesh.x[n(2)] - mesh.x[n(0)]);
+            EXPECT_GE(doubleArea, 0.0);
+            for (std::size_t node = 0; node < mesh.x.size(); ++node)
+                ASSERT_LE(circumcircle(mesh, triangle, node), 1e-12);
+        }
+    }
+}
+
+TEST(EModulusMesh, RasterIsCoveredOnce) {
+    const EModulusMesh mesh = buildMesh(rasterLut(6));
+    EXPECT_EQ(mesh.triangles.size(), 50U); // two for each of 25 squares
+    double covered = 0.0;
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t)
+        covered += 0.5 * std::fabs(EModulusTriangle(mesh, static_cast<std::int32_t>(t)).denominator);
+    EXPECT_NEAR(covered, 1.0, 1e-12);
+}
+
+TEST(EModulusMesh, GridListsTheTrianglesOfEachCell) {
+    const EModulusMesh mesh = buildMesh(syntheticLut());
+    ASSERT_EQ(mesh.grid.size(), 10000U);
+    for (int cell = 0; cell < 10000; ++cell) {
+        std::vector<std::int32_t> expected;
+        for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+            int low[2] = {99, 99}, high[2] = {0, 0};
+            for (const std::int32_t vertex : mesh.triangles[t]) {
+                const auto v = static_cast<std::size_t>(vertex);
+                const int place[2] = {std::min(99, static_cast<int>(100 * mesh.x[v])),
+                                      std::min(99, static_cast<int>(100 * mesh.y[v]))};
+                for (int axis = 0; axis < 2; ++axis) {
+                    low[axis] = std::min(low[axis], place[axis]);
+                    high[axis] = std::max(high[axis], place[axis]);
+                }
+            }
+            if (cell % 100 >= low[0] && cell % 100 <= high[0] && cell / 100 >= low[1] && cell / 100 <= high[1])
+                expected.push_back(static_cast<std::int32_t>(t));
+        }
+        ASSERT_EQ(mesh.grid[static_cast<std::size_t>(cell)], expected) << cell;
+    }
+}
+
+// Values by SciPy's LinearNDInterpolator, see tests/support/emodulus_reference.py.
+TEST(EModulusInterpolation, AgreesWithSciPy) {
+    const std::array<double, 3> cases[] = {
+        {30, 0.002, NaN},
+        {187.59867, 0.13787804000000001, 8.69742315160915},
+        {90.197339999999983, 0.093756080000000019, 4.14591658191494},
+        {247.79600999999997, 0.049634120000000004, 33.6146284556826},
+        {150.39467999999997, 0.005512160000000035, NaN},
+        {52.993349999999907, 0.14139020000000005, 1.32586371375682},
+        {210.59201999999996, 0.097268240000000006, 14.3640277075744},
+        {113.19069, 0.053146280000000122, 9.92171996618772},
+        {270.78935999999993, 0.00902432000000007, NaN},
+        {173.38802999999987, 0.14490236000000001, 7.37927681844034},
+        {75.986699999999814, 0.10078040000000013, 3.00732783990695},
+        {233.58536999999998, 0.056658440000000074, 27.5920820726279},
+        {136.18403999999992, 0.012536480000000025, 35.7807609562768},
+        {38.78271000000008, 0.14841451999999997, 1.12962385506283},
+        {196.38138000000001, 0.10429256000000024, 12.0468651982138},
+        {98.980049999999949, 0.060170600000000192, 7.04122730181645},
+        {256.57871999999986, 0.016048640000000142, NaN},
+        {159.17738999999983, 0.15192668000000009, 6.23241388972071},
+        {61.776059999999759, 0.10780472000000003, 2.07747101557545},
+        {219.37472999999969, 0.06368276000000031, 22.7250145865552},
+        {121.97339999999963, 0.019560800000000253, 23.7811878186323},
+        {279.57207000000005, 0.15543884000000019, NaN},
+        {182.17073999999997, 0.11131688000000015, 10.1646444987389},
+        {84.769409999999894, 0.067194920000000422, 5.10259654920048},
+    };
+    const EModulusMesh mesh = buildMesh(syntheticLut());
+    for (const auto& [area, deform, expected] : cases) {
+        const double value = interpolate(mesh, area, deform);
+        if (std::isnan(expected))
+            EXPECT_TRUE(std::isnan(value)) << area << ' ' << deform;
+        else
+            EXPECT_NEAR(value, expected, 1e-11 * expected) << area << ' ' << deform;
+    }
+}
+
+TEST(EModulusInterpolation, NodesEdgesAndBounds) {
+    const EModulusMesh mesh = buildMesh(rasterLut(6)); // value = area + 6 * deform, which is linear everywhere
+    for (int i = 0; i <= 20; ++i) {
+        for (int j = 0; j <= 20; ++j)
+            ASSERT_NEAR(interpolate(mesh, 0.25 * i, 0.25 * j), 0.25 * i + 1.5 * j, 1e-12);
+    }
+    const double over = std::nextafter(5.0, 6.0);
+    const double inf = std::numeric_limits<double>::infinity();
+    for (const auto& [area, deform] : std::vector<std::pair<double, double>>{
+             {-1e-9, 1}, {1, -1e-9}, {5 + 1e-9, 1}, {over, over}, {NaN, 1}, {1, NaN}, {inf, 1}, {1, -inf}})
+        EXPECT_TRUE(std::isnan(interpolate(mesh, area, deform))) << area << ' ' << deform;
+}
+
+TEST(EModulusInterpolation, NoValueInsideTheBoundsButOutsideTheHull) {
+    const EModulusMesh mesh = buildMesh(lutOf({{0, 0, 1}, {4, 0, 1}, {0, 4, 1}}));
+    EXPECT_DOUBLE_EQ(interpolate(mesh, 1.9, 1.9), 1.0);
+    EXPECT_TRUE(std::isnan(interpolate(mesh, 2.1, 2.1)));
+}
+
+TEST(EModulusMesh, DegenerateTables) {
+    const std::vector<std::vector<std::array<double, 3>>> tables{
+        {{1, 1, 1}, {1, 1, 2}, {1, 1, 3}},                             // one point
+        {{1, 0, 1}, {1, 1, 2}, {1, 2, 3}, {1, 3, 4}},                  // no range of areas
+        {{0, 2, 1}, {1, 2, 2}, {2, 2, 3}},                             // no range of deformations
+        {{0, 0, 1}, {1, 1, 2}, {2, 2, 3}, {3, 3, 4}},                  // a straight line
+        {{-1e308, 0, 1}, {1e308, 1, 2}, {0, 1e-308, 3}, {5, -1, 4}},   // a range that overflows
+        {{0, 0, 1e308}, {1, 0, -1e308}, {0, 1, 1e308}, {1, 1, -1e308}} // values that overflow
+    };
+    for (const auto& rows : tables) {
+        const EModulusMesh mesh = buildMesh(lutOf(rows));
+        const EModulusLookup lookup(mesh);
+        for (const auto& row : rows) {
+            const double plain = interpolate(mesh, row[0], row[1]);
+            const double indexed = lookup(row[0], row[1]);
+            EXPECT_TRUE(plain == indexed || (std::isnan(plain) && std::isnan(indexed)));
+        }
+    }
+    // A row given twice counts once.
+    const EModulusMesh twice = buildMesh(lutOf({{0, 0, 1}, {0, 0, 9}, {4, 0, 1}, {0, 4, 1}, {4, 0, 9}}));
+    EXPECT_EQ(twice.triangles.size(), 1U);
+    EXPECT_DOUBLE_EQ(interpolate(twice, 1, 1), 1.0);
+}
+
+/// The index must choose the same triangle as the search, on nodes, edges, lines of the grid and anywhere else.
+TEST(EModulusLookup, SameBitsAsThePlainSearch) {
+    const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+    for (const EModulusLut& lut :
+         {syntheticLut(), randomLut(2000, 3), rasterLut(30), randomLut(4, 5), rasterLut(2), randomLut(20, 6)}) {
+        const EModulusMesh mesh = buildMesh(lut);
+        const EModulusLookup lookup(mesh);
+        SCOPED_TRACE(lut.area.size());
+        std::vector<std::pair<double, double>> points; // normalised
+        for (int i = -1; i <= 401; ++i) {
+            for (int j = -1; j <= 401; ++j)
+                points.emplace_back(i / 400.0, j / 400.0);
+        }
+        for (const auto& triangle : mesh.triangles) {
+            for (std::size_t k = 0; k < 3; ++k) {
+                const auto a = static_cast<std::size_t>(triangle[k]);
+                const auto b = static_cast<std::size_t>(triangle[(k + 1) % 3]);
+                for (const double t : {0.0, 1e-12, 1e-10, 0.25, 0.5, 1.0 / 3.0, 1.0 - 1e-10})
+                    points.emplace_back(mesh.x[a] + t * (mesh.x[b] - mesh.x[a]),
+                                        mesh.y[a] + t * (mesh.y[b] - mesh.y[a]));
+            }
+        }
+        std::mt19937_64 random(4);
+        for (int i = 0; i < 200000; ++i)
+            points.emplace_back(static_cast<double>(random()) * 0x1p-64, static_cast<double>(random()) * 0x1p-64);
+        std::size_t inside = 0;
+        for (const auto& [x, y] : points) {
+            const double area = mesh.xMin + x * mesh.xRange;
+            const double deform = mesh.yMin + y * mesh.yRange;
+            const double plain = interpolate(mesh, area, deform);
+            ASSERT_TRUE(same(plain, lookup(area, deform))) << x << ' ' << y;
+            inside += std::isnan(plain) ? 0U : 1U;
+        }
+        EXPECT_GT(inside, points.size() / 20);
+    }
+}
+
+} // namespace
+} // namespace Tessaly

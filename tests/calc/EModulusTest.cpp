@@ -1,0 +1,332 @@
+#include "calc/EModulus.h"
+
+#include "calc/EModulusLut.h"
+#include "calc/EModulusMesh.h"
+#include "calc/SyntheticLut.h"
+#include "io/VQDReader.h"
+#include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <vector>
+
+namespace Tessaly {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
+
+void expectSame(const std::vector<double>& actual, const std::vector<double>& expected, double tolerance = 1e-12) {
+    ASSERT_EQ(actual.size(), expected.size());
+    for (std::size_t i = 0; i < actual.size(); ++i) {
+        if (std::isnan(expected[i]))
+            EXPECT_TRUE(std::isnan(actual[i])) << i << ": " << actual[i];
+        else
+            EXPECT_NEAR(actual[i], expected[i], tolerance * std::fabs(expected[i])) << i;
+    }
+}
+
+/// An engine with the synthetic table and a reader with three events inside of the table and one outside.
+class EModulusTest : public testing::Test {
+protected:
+    EModulusTest() {
+        installLut(folder_.path().string(), lutText(syntheticLut()));
+        engine_.setSearchDirectory(folder_.path().string());
+        reader_.setFeature("area_um", {90.0, 150.0, 200.0, 5.0});
+        reader_.setFeature("deform", {0.06, 0.11, 0.15, 0.1});
+        // As water at 20 degrees, with the conditions of the table: factors of 1.
+        reference_.viscosityModel = 1;
+        reference_.temperature = 20.0;
+        reference_.flowRate = 0.16;
+        reference_.pixelationCorrection = false;
+    }
+
+    std::vector<double> compute(const EModulusParams& params) {
+        EXPECT_TRUE(engine_.compute(&reader_, params));
+        return reader_.getFeature("emodulus");
+    }
+
+    TemporaryFolder folder_;
+    EModulus engine_;
+    VQDReader reader_;
+    EModulusParams reference_;
+};
+
+TEST_F(EModulusTest, ReferenceConditionsGiveTheTablesValues) {
+    const EModulusMesh mesh = buildMesh(syntheticLut());
+    expectSame(compute(reference_),
+               {interpolate(mesh, 90.0, 0.06), interpolate(mesh, 150.0, 0.11), interpolate(mesh, 200.0, 0.15), NaN});
+    EXPECT_TRUE(reader_.isComputedFeature("emodulus"));
+    // The surface that the table samples, to a few per cent.
+    EXPECT_NEAR(reader_.getFeature("emodulus")[1], 0.0005 * std::pow(150.0, 1.5) / 0.12, 0.3);
+}
+
+TEST_F(EModulusTest, ScalesWithFlowViscosityAndWidth) {
+    const std::vector<double> reference = compute(reference_);
+    const auto times = [&reference](double factor) {
+        return std::vector<double>{factor * reference[0], factor * reference[1], factor * reference[2], NaN};
+    };
+    EModulusParams params = reference_;
+    params.flowRate *= 2.0;
+    expectSame(compute(params), times(2.0));
+
+    params = reference_;
+    params.viscosityModel = 3;
+    params.viscosity = 3 * 1.002;
+    expectSame(compute(params), times(3.0));
+
+    // Twice the channel: the same cell shapes at four times the area are an eighth as stiff.
+    params = reference_;
+    params.channelWidth = 40.0;
+    reader_.setFeature("area_um", {360.0, 600.0, 800.0, 20.0});
+    expectSame(compute(params), times(0.125));
+}
+
+TEST_F(EModulusTest, CorrectsPixelationOfTheUnscaledArea) {
+    EModulusParams params = reference_;
+    params.pixelSize = 0.68;
+    params.channelWidth = 25.0;
+    const double s = 20.0 / 25.0;
+    std::vector<double> expected;
+    const EModulusMesh mesh = buildMesh(syntheticLut());
+    for (std::size_t i = 0; i < 4; ++i) {
+        const double area = reader_.getFeature("area_um")[i];
+        const double deform = reader_.getFeature("deform")[i];
+        const double u = -0.25 * area; // twice the pixel
+        const double shift = 0.02 * std::exp(u / 7.1) + 0.0012 + 0.01 * std::exp(u / 38.6) + 0.005 * std::exp(u / 296);
+        expected.push_back(interpolate(mesh, area * s * s, deform - shift) * s * s * s);
+    }
+    params.pixelationCorrection = true;
+    expectSame(compute(params), expected);
+}
+
+TEST_F(EModulusTest, OtherDeformationFeatureIsLookedUpRaw) {
+    const std::vector<double> reference = compute(reference_);
+    reader_.setFeature("deform_fc", {0.06, 0.11, 0.15, 0.1});
+    reader_.setFeature("deform", {NaN, NaN, NaN, NaN});
+    EModulusParams params = reference_;
+    params.deformFeature = "deform_fc";
+    expectSame(compute(params), reference);
+    params.deformFeature = "deform_odd";
+    EXPECT_FALSE(engine_.compute(&reader_, params));
+}
+
+TEST_F(EModulusTest, TemperatureOfEachEvent) {
+    const std::vector<double> reference = compute(reference_);
+    EModulusParams params = reference_;
+    params.temperatureSource = 1;
+    // Without a usable column the one temperature counts.
+    expectSame(compute(params), reference);
+    reader_.setFeature("temp", {20.0, 37.0});
+    expectSame(compute(params), reference);
+    reader_.setFeature("temp", {20.0, 37.0, NaN, 20.0});
+    expectSame(compute(params), {reference[0], reference[1] * 0.691264345092565 / 1.002, NaN, NaN});
+    params.temperatureSource = 2;
+    expectSame(compute(params), reference);
+}
+
+TEST_F(EModulusTest, RefusesWhatCannotBeComputed) {
+    EXPECT_FALSE(engine_.compute(nullptr, reference_));
+    VQDReader empty;
+    EXPECT_FALSE(engine_.compute(&empty, reference_));
+    empty.setFeature("area_um", {});
+    empty.setFeature("deform", {});
+    EXPECT_FALSE(engine_.compute(&empty, reference_));
+    EXPECT_FALSE(empty.hasFeature("emodulus"));
+    empty.setFeature("area_um", {100.0, 100.0});
+    empty.setFeature("deform", {0.1});
+    EXPECT_FALSE(engine_.compute(&empty, reference_));
+    EXPECT_FALSE(empty.hasFeature("emodulus"));
+    EModulusParams other = reference_;
+    other.lutId = 1;
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(engine_.compute(&reader_, other));
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("EModulus: failed to build LUT triangulation\n"),
+              std::string::npos);
+    // A channel of no width maps nothing, but that is no failure.
+    other = reference_;
+    other.channelWidth = 0.0;
+    expectSame(compute(other), {NaN, NaN, NaN, NaN});
+}
+
+TEST_F(EModulusTest, ReportsProgressEvery256Events) {
+    reader_.setFeature("area_um", std::vector<double>(1000, 90.0));
+    reader_.setFeature("deform", std::vector<double>(1000, 0.06));
+    std::vector<int> percents;
+    QObject::connect(&engine_, &EModulus::progressChanged, [&percents](int percent) { percents.push_back(percent); });
+    compute(reference_);
+    EXPECT_EQ(percents, (std::vector<int>{0, 25, 51, 76, 100}));
+}
+
+TEST_F(EModulusTest, IsoelasticPointsLieAtTheirLevel) {
+    for (const double pixelSize : {0.34, 0.6}) {
+        for (const double width : {20.0, 28.0}) {
+            EModulusParams params;
+            params.pixelSize = pixelSize;
+            params.channelWidth = width;
+            params.viscosityModel = 3;
+            params.viscosity = 7.5;
+            params.pixelationCorrection = false; // lines are of measured deformation all the same
+            const std::vector<IsoelasticLine> lines = engine_.isoelastics(params);
+            ASSERT_GE(lines.size(), 3U);
+            const double factor = std::pow(20.0 / width, 3) * 0.04 / 0.16 * 7.5 / 1.002;
+            EModulusParams corrected = params;
+            corrected.pixelationCorrection = true;
+            double previous = 0.0;
+            for (const IsoelasticLine& line : lines) {
+                EXPECT_GT(line.value, previous);
+                previous = line.value;
+                EXPECT_NEAR(std::remainder(line.value / factor, 0.1), 0.0, 1e-9);
+                ASSERT_GE(line.points.size(), 2U);
+                std::vector<double> area;
+                std::vector<double> deform;
+                for (const auto& [a, d] : line.points) {
+                    area.push_back(a);
+                    deform.push_back(d);
+                }
+                for (std::size_t i = 1; i < area.size(); ++i)
+                    EXPECT_GT(area[i], area[i - 1]);
+                reader_.setFeature("area_um", std::move(area));
+                reader_.setFeature("deform", std::move(deform));
+                for (const double modulus : compute(corrected))
+                    EXPECT_NEAR(modulus, line.value, 1e-3 * line.value);
+            }
+        }
+    }
+}
+
+TEST_F(EModulusTest, IsoelasticsFollowTheParameters) {
+    EModulusParams params = reference_;
+    const auto values = [](const std::vector<IsoelasticLine>& lines) {
+        std::vector<double> result;
+        for (const IsoelasticLine& line : lines)
+            result.push_back(line.value);
+        return result;
+    };
+    const std::vector<double> first = values(engine_.isoelastics(params));
+    EXPECT_EQ(values(engine_.isoelastics(params)), first);
+    params.flowRate *= 2.0;
+    std::vector<double> doubled = first;
+    for (double& value : doubled)
+        value *= 2.0;
+    expectSame(values(engine_.isoelastics(params)), doubled);
+    params.lutId = 5; // lines are always those of the first table
+    EXPECT_EQ(engine_.isoelastics(params).size(), first.size());
+    params.channelWidth = 0.0;
+    EXPECT_TRUE(engine_.isoelastics(params).empty());
+}
+
+TEST(EModulusLutFile, SearchOrder) {
+    const TemporaryFolder folder;
+    const fs::path directory = folder.path() / "a" / "b" / "bin";
+    fs::create_directories(directory);
+    const std::string directoryName = directory.string();
+    EXPECT_EQ(findLutFile(directoryName, "LUT_LE_2D_FEM.txt"), "");
+
+    EModulus engine;
+    engine.setSearchDirectory(directoryName);
+    testing::internal::CaptureStderr();
+    engine.triangulate(0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "EModulus: LUT file not found: LUT_LE_2D_FEM.txt (searched from " + directoryName + ")\n");
+    EXPECT_EQ(engine.lut(0), nullptr);
+    EXPECT_TRUE(engine.isoelastics({}).empty());
+
+    // From the last place to the first: each new one takes precedence over those before it.
+    for (const char* place : {"/../../../data/", "/../../data/", "/../data/", "/../Resources/data/", "/data/"}) {
+        fs::create_directories(directoryName + place);
+        std::ofstream(directoryName + place + "LUT_LE_2D_FEM.txt") << "1 2 3\n";
+        EXPECT_EQ(findLutFile(directoryName, "LUT_LE_2D_FEM.txt"), directoryName + place + "LUT_LE_2D_FEM.txt");
+    }
+    EXPECT_EQ(findLutFile(directoryName, ""), "");
+}
+
+TEST(EModulusLutFile, TableThatAppearsLaterIsPickedUpAndKept) {
+    const TemporaryFolder folder;
+    EModulus engine;
+    engine.setSearchDirectory(folder.path().string());
+    engine.triangulate(0);
+    EXPECT_EQ(engine.mesh(0), nullptr);
+
+    installLut(folder.path().string(), lutText(syntheticLut()));
+    engine.loadLut(0);
+    ASSERT_NE(engine.lut(0), nullptr);
+    EXPECT_EQ(engine.mesh(0), nullptr);
+    engine.triangulate(0);
+    const EModulusMesh* mesh = engine.mesh(0);
+    ASSERT_NE(mesh, nullptr);
+    EXPECT_EQ(engine.lut(0)->area, syntheticLut().area);
+
+    installLut(folder.path().string(), "1 2 3\n");
+    engine.triangulate(0);
+    EXPECT_EQ(engine.mesh(0), mesh);
+    EXPECT_EQ(engine.lut(0)->area.size(), 108U);
+    engine.loadLut(3);
+    EXPECT_EQ(engine.lut(3), nullptr);
+}
+
+TEST(EModulusLutFile, FormatAndDamage) {
+    struct Case {
+        const char* what;
+        std::string text;
+        std::size_t rows;
+        double width = 20.0, flow = 0.16, viscosity = 1.002;
+    };
+    const std::string block = "# - BEGIN METADATA\n#{\"channel_width\": 30, \"flow_rate\": 0.5,\n"
+                              "# \"fluid_viscosity\": 2.5}\n# - END METADATA\n";
+    const Case cases[] = {
+        {"empty", "", 0},
+        {"no metadata, no header", "1 2 3\n4 5 6\n", 2},
+        {"metadata", block + "area deform E\n1 2 3\n", 1, 30, 0.5, 2.5},
+        {"metadata behind the rows", "1 2 3\n" + block, 1, 30, 0.5, 2.5},
+        {"a part of the keys", "# BEGIN METADATA\n# {\"flow_rate\": 0.04}\n# END METADATA\n", 0, 20, 0.04},
+        {"broken metadata", "# BEGIN METADATA\n# {\"flow_rate\": 0.04\n# END METADATA\n1 2 3\n", 1},
+        {"metadata of another kind", "# BEGIN METADATA\n# [1, 2]\n# END METADATA\n1 2 3\n", 1},
+        {"text for a number", "# BEGIN METADATA\n# {\"flow_rate\": \"fast\"}\n# END METADATA\n", 0},
+        {"a second mark of comment", "# BEGIN METADATA\n## {\"flow_rate\": 1}\n## END METADATA\n", 0, 20, 1.0},
+        {"a block without end swallows the rest", "# BEGIN METADATA\n1 2 3\n4 5 6\n", 0},
+        {"no rows in a block", "# BEGIN METADATA\n1 2 3\n# END METADATA\n4 5 6\n", 1},
+        {"comment with a header's words", "# area deform\n1 2 3\nsome deform\n4 5 6\n", 2},
+        {"only one header", "area 1 2 3\n1 2 3\ndeform 5 6\n4 area 6\n", 1},
+        {"columns missing", "1 2\n3\n\n   \n4 5 6\n", 1},
+        {"columns too many", "1 2 3 4 x\n", 1},
+        {"text", "one two three\n1 2 x\n1,5 2 3\n", 0},
+        {"no finite numbers", "nan 1 2\n1 inf 2\n1 2 -inf\n1 1e999 2\n", 0},
+        {"line ends and blanks", "\t 1\t2   3 \r\n4 5 6\r\n7 8 9", 3},
+        {"zero bytes", std::string("\0\0\0\n1 2 3\n", 10), 1},
+    };
+    const TemporaryFolder folder;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::ofstream(folder.file("table.txt"), std::ios::binary) << c.text;
+        const auto lut = readLutFile(folder.file("table.txt"));
+        ASSERT_TRUE(lut);
+        EXPECT_EQ(lut->area.size(), c.rows);
+        EXPECT_EQ(lut->deform.size(), c.rows);
+        EXPECT_EQ(lut->emodulus.size(), c.rows);
+        EXPECT_EQ(lut->channelWidth, c.width);
+        EXPECT_EQ(lut->flowRate, c.flow);
+        EXPECT_EQ(lut->viscosity, c.viscosity);
+    }
+    EXPECT_FALSE(readLutFile(folder.path().string()));
+    EXPECT_FALSE(readLutFile(folder.file("missing.txt")));
+}
+
+TEST(EModulusLutFile, TwoRowsStayWithoutMesh) {
+    const TemporaryFolder folder;
+    installLut(folder.path().string(), "1 2 3\n4 5 6\n");
+    EModulus engine;
+    engine.setSearchDirectory(folder.path().string());
+    engine.triangulate(0);
+    EXPECT_NE(engine.lut(0), nullptr);
+    EXPECT_EQ(engine.mesh(0), nullptr);
+    EXPECT_TRUE(engine.isoelastics({}).empty());
+}
+
+} // namespace
+} // namespace Tessaly

@@ -1,0 +1,101 @@
+#include "calc/EModulus.h"
+#include "core/VQDMetadata.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace Tessaly {
+namespace {
+
+// Values by NumPy, see tests/support/emodulus_reference.py.
+TEST(EModulusViscosity, ModelsAndMedia) {
+    struct Case {
+        int model, medium;
+        double width, flow, temperature, expected;
+    };
+    const Case cases[] = {
+        {0, 0, 20, 0.04, 23, 5.90198316604535},
+        {0, 1, 20, 0.04, 23, 7.58218039055956},
+        {0, 3, 20, 0.04, 23, 7.58218039055956},
+        {0, 1, 30, 0.16, 25.5, 6.51599688518196},
+        {0, 0, 40, 0.32, 37, 3.91013344634797},
+        {1, 2, 20, 0.04, 20, 1.002},
+        {1, 2, 20, 0.04, 23, 0.932380252874457},
+        {1, 2, 20, 0.04, 37, 0.691264345092565},
+        {2, 0, 20, 0.04, 23, 5.37946638642417},
+        {2, 1, 20, 0.04, 23, 6.33525807808612},
+        {2, 3, 30, 0.16, 25, 7.55903323453416},
+        {3, 4, 20, 0.04, 23, 4.2},
+        {4, 0, 20, 0.04, 23, 1.0},
+        {-1, 0, 20, 0.04, 23, 1.0},
+    };
+    for (const Case& c : cases) {
+        EModulusParams params;
+        params.viscosityModel = c.model;
+        params.medium = c.medium;
+        params.channelWidth = c.width;
+        params.flowRate = c.flow;
+        params.viscosity = 4.2;
+        params.temperature = -100.0; // only the argument counts
+        EXPECT_NEAR(viscosity(params, c.temperature), c.expected, 1e-12 * c.expected) << c.model << ' ' << c.medium;
+    }
+}
+
+TEST(EModulusViscosity, PixelationCorrection) {
+    struct Case {
+        double deform, area, pixelSize, expected;
+    };
+    // The first by hand: all three exponentials are 1. Halving the pixel is quadrupling the area.
+    const Case cases[] = {{0.1, 0, 0.34, 0.1 - 0.0362},
+                          {0.1, 50, 0.34, 0.0918215736677198},
+                          {0.05, 200, 0.34, 0.0461997331415143},
+                          {0.05, 50, 0.17, 0.0461997331415143},
+                          {0.02, 10, 0.68, -0.00959482553729574}};
+    for (const Case& c : cases)
+        EXPECT_NEAR(pixelationCorrected(c.deform, c.area, c.pixelSize), c.expected, 1e-15) << c.area;
+}
+
+TEST(EModulusParams, FromMetadata) {
+    struct Case {
+        const char* medium;
+        int code, model;
+    };
+    const Case cases[] = {{"Sorvex", 0, 0},       {"SorvexB", 1, 0},      {"Water", 2, 1},  {"water", 2, 1},
+                          {"0.83% MC-PBS", 3, 3}, {"MC-PBS 0.83%", 3, 3}, {"sorvex", 4, 3}, {"", 4, 3}};
+    for (const Case& c : cases) {
+        VQDMetadata metadata;
+        metadata.setup["medium"] = c.medium;
+        const EModulusParams params = emodulusParamsFor(metadata, false, 5.5);
+        EXPECT_EQ(params.medium, c.code) << c.medium;
+        EXPECT_EQ(params.viscosityModel, c.model) << c.medium;
+        EXPECT_EQ(params.viscosity, c.model == 3 ? 5.5 : 0.0) << c.medium;
+    }
+
+    VQDMetadata metadata;
+    metadata.setup = {{"channel width", "30.000000"}, {"flow rate", "0.120000"}, {"temperature", "25.500000"}};
+    metadata.imaging = {{"pixel size", "0.68"}};
+    EModulusParams params = emodulusParamsFor(metadata, false, 1.0);
+    EXPECT_EQ(params.channelWidth, 30.0);
+    EXPECT_EQ(params.flowRate, 0.12);
+    EXPECT_EQ(params.pixelSize, 0.68);
+    EXPECT_EQ(params.temperatureSource, 2);
+    EXPECT_EQ(params.temperature, 25.5);
+    EXPECT_EQ(emodulusParamsFor(metadata, true, 1.0).temperatureSource, 1);
+
+    // What is absent or no number gives the usual conditions; so does a temperature that was never measured.
+    for (const char* text : {"", "wide", "nan", "20 um"}) {
+        metadata.setup = {{"channel width", text}, {"flow rate", text}, {"temperature", text}};
+        metadata.imaging = {{"pixel size", text}};
+        params = emodulusParamsFor(metadata, false, 1.0);
+        EXPECT_EQ(params.channelWidth, 20.0) << text;
+        EXPECT_EQ(params.flowRate, 0.04) << text;
+        EXPECT_EQ(params.pixelSize, 0.34) << text;
+        EXPECT_EQ(params.temperature, 23.0) << text;
+    }
+    metadata.setup["temperature"] = "0.000000";
+    EXPECT_EQ(emodulusParamsFor(metadata, false, 1.0).temperature, 23.0);
+}
+
+} // namespace
+} // namespace Tessaly
