@@ -68,10 +68,14 @@ double fromRough(double value, int mode) {
 template <int Mode>
 void placeInCells(const double* values, std::span<const std::uint16_t> events, double start, double perUnit,
                   std::uint8_t* cells) {
+    // Two loops: the compiler would make branches of the limits when it saw what follows from them.
+    std::array<double, PolygonRaster::blockSize> positions;
+    for (std::size_t i = 0; i < events.size(); ++i)
+        positions[i] = (rough<Mode>(values[events[i]]) - start) * perUnit;
     for (std::size_t i = 0; i < events.size(); ++i) {
-        const double position = (rough<Mode>(values[events[i]]) - start) * perUnit;
-        const double above = position > 0.0 ? position : 0.0; // NaN too
-        cells[i] = static_cast<std::uint8_t>(above < RasterAxis::cellCount - 1 ? above : RasterAxis::cellCount - 1);
+        const double above = positions[i] > 0.0 ? positions[i] : 0.0; // NaN too
+        const double limited = above < RasterAxis::cellCount - 1 ? above : RasterAxis::cellCount - 1;
+        cells[i] = static_cast<std::uint8_t>(static_cast<int>(limited));
     }
 }
 
