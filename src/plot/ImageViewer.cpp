@@ -1,0 +1,309 @@
+#include "plot/ImageViewer.h"
+
+#include "core/FileSuffix.h"
+#include "plot/WrappingRow.h"
+
+#include <QCheckBox>
+#include <QContextMenuEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSaveFile>
+#include <QScrollArea>
+
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+
+namespace Tessaly {
+
+namespace {
+
+constexpr double smallestZoom = 0.1;
+constexpr double largestZoom = 10.0;
+constexpr double zoomStep = 1.25;
+const cv::Scalar maskTint(0, 204, 254); // blue, green, red
+constexpr double maskTintShare = 0.3;
+
+cv::Mat matFromBytes(const std::vector<std::uint8_t>& bytes, int width, int height) {
+    cv::Mat mat(height, width, CV_8UC1);
+    std::copy_n(bytes.data(), mat.total(), mat.data);
+    return mat;
+}
+
+bool holdsFrame(const std::vector<std::uint8_t>& bytes, int width, int height) {
+    return !bytes.empty() && width >= 1 && height >= 1 &&
+           static_cast<std::size_t>(width) * static_cast<std::size_t>(height) <= bytes.size();
+}
+
+void stretchContrast(cv::Mat& image) {
+    cv::Mat gray = image;
+    if (image.channels() == 3)
+        cv::cvtColor(image, gray, cv::COLOR_BGR2GRAY);
+    double lowest = 0.0;
+    double highest = 0.0;
+    cv::minMaxLoc(gray, &lowest, &highest);
+    if (highest > lowest) {
+        const double alpha = 255.0 / (highest - lowest);
+        image.convertTo(image, -1, alpha, -lowest * alpha);
+    }
+}
+
+void tintMask(cv::Mat& image, const cv::Mat& mask) {
+    if (image.channels() == 1)
+        cv::cvtColor(image, image, cv::COLOR_GRAY2BGR);
+    cv::Mat overlay = image.clone();
+    cv::Mat(image.size(), image.type(), maskTint).copyTo(overlay, mask);
+    cv::addWeighted(image, 1.0 - maskTintShare, overlay, maskTintShare, 0.0, image);
+}
+
+cv::Mat scaled(const cv::Mat& image, double factor) {
+    const cv::Size size(static_cast<int>(image.cols * factor), static_cast<int>(image.rows * factor));
+    cv::Mat result;
+    if (size.width > 0 && size.height > 0)
+        cv::resize(image, result, size, 0.0, 0.0, cv::INTER_LINEAR);
+    return result;
+}
+
+QPixmap pixmapOf(const cv::Mat& image) {
+    if (image.empty() || (image.channels() != 1 && image.channels() != 3))
+        return {};
+    cv::Mat rows = image;
+    if (image.channels() == 3)
+        cv::cvtColor(image, rows, cv::COLOR_BGR2RGB);
+    const auto format = rows.channels() == 1 ? QImage::Format_Grayscale8 : QImage::Format_RGB888;
+    return QPixmap::fromImage(QImage(rows.data, rows.cols, rows.rows, static_cast<qsizetype>(rows.step), format));
+}
+
+/// Encodes in memory and writes in one go, so that a failure leaves no half image and an older file whole.
+/// @return the reason of a failure, or nothing
+QString writeImage(const cv::Mat& image, const QString& fileName) {
+    std::vector<uchar> bytes;
+    try {
+        const QString suffix = QLatin1Char('.') + QFileInfo(fileName).suffix();
+        if (!cv::imencode(suffix.toStdString(), image, bytes))
+            return ImageViewer::tr("The image could not be encoded.");
+    } catch (const cv::Exception& exception) {
+        return QString::fromUtf8(exception.what());
+    }
+    QSaveFile file(fileName);
+    const auto size = static_cast<qint64>(bytes.size());
+    const bool written = file.open(QIODevice::WriteOnly) &&
+                         file.write(reinterpret_cast<const char*>(bytes.data()), size) == size && file.commit();
+    return written ? QString() : file.errorString();
+}
+
+} // namespace
+
+struct ImageViewer::Images {
+    cv::Mat current; // what saving writes
+    cv::Mat original;
+    cv::Mat mask;
+};
+
+ImageViewer::ImageViewer(QWidget* parent) : QWidget(parent), images_(std::make_unique<Images>()) {
+    setObjectName("imageViewer");
+    setAccessibleName(tr("Event image"));
+    buildLayout();
+    clearImage();
+}
+
+ImageViewer::~ImageViewer() = default;
+
+void ImageViewer::buildLayout() {
+    infoLabel_ = new QLabel(this);
+    infoLabel_->setObjectName("imageInfoLabel");
+    infoLabel_->setAccessibleName(tr("Image description"));
+    infoLabel_->setAlignment(Qt::AlignCenter);
+
+    imageLabel_ = new QLabel;
+    imageLabel_->setObjectName("imageLabel");
+    imageLabel_->setAccessibleName(tr("Image"));
+    imageLabel_->setAlignment(Qt::AlignCenter);
+
+    scrollArea_ = new QScrollArea(this);
+    scrollArea_->setObjectName("imageScrollArea");
+    scrollArea_->setAccessibleName(tr("Image area"));
+    scrollArea_->setAlignment(Qt::AlignCenter);
+    scrollArea_->setWidget(imageLabel_);
+    scrollArea_->setMinimumHeight(80);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    layout->addWidget(infoLabel_);
+    layout->addWidget(scrollArea_, 1);
+    layout->addWidget(buildControls());
+}
+
+QWidget* ImageViewer::buildControls() {
+    auto* buttons = new QHBoxLayout;
+    const auto addButton = [&](const char* name, const QString& text, const QString& toolTip, auto action) {
+        auto* button = new QPushButton(text, this);
+        button->setObjectName(name);
+        button->setToolTip(toolTip);
+        button->setAccessibleName(toolTip);
+        button->setStyleSheet("QPushButton { padding: 2px 6px; min-height: 16px; min-width: 20px; }");
+        connect(button, &QPushButton::clicked, this, action);
+        buttons->addWidget(button);
+    };
+    addButton("zoomInButton", tr("+"), tr("Zoom In"), &ImageViewer::zoomIn);
+    addButton("zoomOutButton", tr("-"), tr("Zoom Out"), &ImageViewer::zoomOut);
+    addButton("actualSizeButton", tr("1:1"), tr("Actual Size"), &ImageViewer::actualSize);
+    addButton("fitButton", tr("Fit"), tr("Fit to Window"), &ImageViewer::fitToWindow);
+    buttons->addStretch(1);
+
+    auto* checks = new QHBoxLayout;
+    const auto addCheck = [&](const char* name, const QString& text, const QString& toolTip) {
+        auto* check = new QCheckBox(text, this);
+        check->setObjectName(name);
+        check->setToolTip(toolTip);
+        check->setAccessibleName(text);
+        checks->addWidget(check);
+        return check;
+    };
+    maskCheck_ = addCheck("showMaskCheck", tr("Show Mask"), tr("Show mask overlay"));
+    maskCheck_->setChecked(true);
+    contrastCheck_ = addCheck("autoContrastCheck", tr("Auto Contrast"), tr("Stretch image contrast to full range"));
+    checks->addStretch(1);
+
+    connect(maskCheck_, &QCheckBox::toggled, this, &ImageViewer::showMaskToggled);
+    connect(contrastCheck_, &QCheckBox::toggled, this, [this](bool checked) {
+        autoContrast_ = checked;
+        updateDisplay();
+        emit autoContrastToggled(checked);
+    });
+    auto* row = new WrappingRow(buttons, checks, this);
+    row->setObjectName("imageControls");
+    return row;
+}
+
+void ImageViewer::setImage(const std::vector<std::uint8_t>& pixels, int width, int height, const QString& info) {
+    if (!holdsFrame(pixels, width, height)) {
+        clearImage();
+        return;
+    }
+    images_->original = matFromBytes(pixels, width, height);
+    images_->mask = cv::Mat();
+    showImages(info);
+}
+
+void ImageViewer::setImageWithMask(const std::vector<std::uint8_t>& pixels, const std::vector<std::uint8_t>& mask,
+                                   int width, int height, const QString& info) {
+    if (!holdsFrame(pixels, width, height) || !holdsFrame(mask, width, height)) {
+        clearImage();
+        return;
+    }
+    images_->original = matFromBytes(pixels, width, height);
+    images_->mask = matFromBytes(mask, width, height);
+    showImages(info);
+}
+
+void ImageViewer::showImages(const QString& info) {
+    images_->current = images_->original.clone();
+    infoLabel_->setText(info);
+    if (fitMode_)
+        fitToWindow();
+    else
+        updateDisplay();
+}
+
+void ImageViewer::clearImage() {
+    *images_ = Images();
+    imageLabel_->clear();
+    imageLabel_->resize(0, 0);
+    infoLabel_->setText(tr("No Image"));
+}
+
+bool ImageViewer::isMaskShown() const {
+    return maskCheck_->isChecked();
+}
+
+bool ImageViewer::isAutoContrast() const {
+    return contrastCheck_->isChecked();
+}
+
+void ImageViewer::setMaskControlEnabled(bool enabled) {
+    maskCheck_->setEnabled(enabled);
+}
+
+void ImageViewer::zoomTo(double factor) {
+    zoomFactor_ = std::clamp(factor, smallestZoom, largestZoom);
+    updateDisplay();
+}
+
+void ImageViewer::zoomIn() {
+    fitMode_ = false;
+    zoomTo(zoomFactor_ * zoomStep);
+}
+
+void ImageViewer::zoomOut() {
+    fitMode_ = false;
+    zoomTo(zoomFactor_ / zoomStep);
+}
+
+void ImageViewer::actualSize() {
+    fitMode_ = false;
+    zoomTo(1.0);
+}
+
+void ImageViewer::fitToWindow() {
+    fitMode_ = true;
+    const cv::Mat& image = images_->current;
+    if (image.empty())
+        return;
+    // The viewport as it is without scroll bars: the fitted image needs none.
+    const QSize viewport = scrollArea_->maximumViewportSize();
+    zoomTo(std::min(static_cast<double>(viewport.width()) / image.cols,
+                    static_cast<double>(viewport.height()) / image.rows));
+}
+
+void ImageViewer::updateDisplay() {
+    if (images_->current.empty())
+        return;
+    cv::Mat image = images_->original.empty() ? images_->current.clone() : images_->original.clone();
+    if (autoContrast_)
+        stretchContrast(image);
+    if (!images_->mask.empty())
+        tintMask(image, images_->mask);
+    const QPixmap pixmap = pixmapOf(scaled(image, zoomFactor_));
+    imageLabel_->setPixmap(pixmap);
+    imageLabel_->resize(pixmap.size());
+}
+
+void ImageViewer::saveImage() {
+    if (images_->current.empty()) {
+        QMessageBox::warning(this, tr("No Image"), tr("There is no image to save."));
+        return;
+    }
+    QString filter;
+    const QString chosen = QFileDialog::getSaveFileName(
+        this, tr("Save Image"), QString(), tr("PNG Images (*.png);;JPEG Images (*.jpg);;All Files (*)"), &filter);
+    if (chosen.isEmpty())
+        return;
+    const QString fileName = withFilterSuffix(chosen, filter);
+    const QString failure = writeImage(images_->current, fileName);
+    if (!failure.isEmpty()) {
+        QMessageBox::critical(this, tr("Error"), tr("Failed to save image: %1").arg(failure));
+        return;
+    }
+    emit imageSaved(fileName);
+    QMessageBox::information(this, tr("Success"), tr("Image saved successfully."));
+}
+
+void ImageViewer::contextMenuEvent(QContextMenuEvent* event) {
+    if (images_->current.empty()) {
+        QWidget::contextMenuEvent(event);
+        return;
+    }
+    QMenu menu(this);
+    menu.addAction(tr("Save Image..."), this, &ImageViewer::saveImage);
+    menu.exec(event->globalPos());
+}
+
+} // namespace Tessaly
