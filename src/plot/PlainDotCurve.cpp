@@ -1,14 +1,45 @@
 #include "PlainDotCurve.h"
 
+#include "DotPainter.h"
+#include "DotPositions.h"
 #include "PointSeries.h"
 
 #include <QPainter>
-#include <qwt_scale_map.h>
+#include <QPolygonF>
+#include <qwt_painter.h>
 #include <qwt_symbol.h>
 
-#include <cmath>
+#include <algorithm>
 
 namespace Tessaly {
+
+namespace {
+
+/// Fewer dots than this are as fast drawn one by one.
+constexpr int MinStamped = 1000;
+/// Points handed to the symbol at once.
+constexpr qsizetype BatchSize = 512;
+
+bool isRoundInOneColor(const QwtSymbol& symbol) {
+    const QPen& pen = symbol.pen();
+    const QBrush& brush = symbol.brush();
+    return symbol.style() == QwtSymbol::Ellipse && symbol.size().width() == symbol.size().height() &&
+           !symbol.isPinPointEnabled() && pen.style() == Qt::SolidLine && brush.style() == Qt::SolidPattern &&
+           pen.color().rgb() == brush.color().rgb();
+}
+
+/// Draws the symbol about the origin, as the library does on devices that round positions or not.
+DotPainter::Shape shapeOf(const QwtSymbol& symbol, bool aligned) {
+    const int size = symbol.size().width();
+    const double reach = aligned ? size / 2 : size * 0.5;
+    return [&symbol, size, reach](QPainter& painter) {
+        painter.setPen(symbol.pen());
+        painter.setBrush(symbol.brush());
+        painter.drawEllipse(QRectF(-reach, -reach, size, size));
+    };
+}
+
+} // namespace
 
 PlainDotCurve::PlainDotCurve(const QString& title) : QwtPlotCurve(title) {
     setStyle(NoCurve);
@@ -21,11 +52,28 @@ QRectF PlainDotCurve::boundingRect() const {
 
 void PlainDotCurve::drawSymbols(QPainter* painter, const QwtSymbol& symbol, const QwtScaleMap& xMap,
                                 const QwtScaleMap& yMap, const QRectF& /*canvasRect*/, int from, int to) const {
+    const auto* series = dynamic_cast<const PointSeries*>(data());
+    const DotPositions positions =
+        series ? DotPositions(series->points(), xMap, yMap) : DotPositions(*data(), xMap, yMap);
+    const bool aligned = QwtPainter::roundingAlignment(painter);
+    const QSize size = symbol.size();
+    const double extent = 0.5 * (std::max(size.width(), size.height()) + symbol.pen().widthF());
+
+    DotPainter dots(*painter, extent);
+    if (dots.canStamp() && to - from >= MinStamped && isRoundInOneColor(symbol)) {
+        dots.drawPlain(positions, from, to, shapeOf(symbol, aligned), symbol.pen().color(), aligned);
+        return;
+    }
+    const DotVisibility visibility(*painter, extent);
+    QPolygonF batch;
     for (int i = from; i <= to; ++i) {
-        const QPointF point = sample(i);
-        const QPointF pixel(xMap.transform(point.x()), yMap.transform(point.y()));
-        if (std::isfinite(pixel.x()) && std::isfinite(pixel.y())) {
-            symbol.drawSymbol(painter, pixel);
+        const QPointF center = positions.at(static_cast<std::size_t>(i));
+        if (visibility.shows(center)) {
+            batch.append(center);
+        }
+        if (batch.size() == BatchSize || i == to) {
+            symbol.drawSymbols(painter, batch);
+            batch.clear();
         }
     }
 }

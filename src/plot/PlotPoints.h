@@ -63,12 +63,14 @@ private:
 /// The linear last step of a scale map: pixel = p1 + (value in axis space - ts1) * factor, with the rounding of
 /// QwtScaleMap::transform.
 struct AxisPixels {
+    /// For values that are pixels already.
+    AxisPixels() = default;
     explicit AxisPixels(const QwtScaleMap& map);
     double pixel(double axisValue) const { return p1 + (axisValue - ts1) * factor; }
 
-    double p1;
-    double ts1;
-    double factor;
+    double p1 = 0.0;
+    double ts1 = 0.0;
+    double factor = 1.0;
 };
 
 } // namespace Tessaly

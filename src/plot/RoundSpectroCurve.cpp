@@ -1,14 +1,22 @@
 #include "RoundSpectroCurve.h"
 
+#include "DotPainter.h"
+#include "DotPositions.h"
 #include "PointSeries.h"
 
 #include <QPainter>
 #include <qwt_color_map.h>
-#include <qwt_scale_map.h>
 
 #include <cmath>
 
 namespace Tessaly {
+
+namespace {
+
+/// Fewer dots than this are as fast drawn one by one.
+constexpr int MinStamped = 1000;
+
+} // namespace
 
 RoundSpectroCurve::RoundSpectroCurve(const QString& title) : QwtPlotSpectroCurve(title) {}
 
@@ -22,18 +30,36 @@ void RoundSpectroCurve::drawDots(QPainter* painter, const QwtScaleMap& xMap, con
     if (!colorMap() || from > to) {
         return;
     }
+    const auto* series = dynamic_cast<const ColorPointSeries*>(data());
+    const DotPositions positions =
+        series ? DotPositions(series->points(), xMap, yMap) : DotPositions(*data(), xMap, yMap);
+    const QwtInterval range = colorRange();
+    const auto colorOf = [&](int index) {
+        // The library's maps don't take NaN.
+        const double value = series ? series->points().colors()[static_cast<std::size_t>(index)] : sample(index).z();
+        return colorMap()->rgb(range, std::isnan(value) ? range.minValue() : value);
+    };
+    const double radius = penWidth() * 0.5;
+
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing, true);
     painter->setPen(Qt::NoPen);
-    const double radius = penWidth() * 0.5;
-    const QwtInterval range = colorRange();
-    for (int i = from; i <= to; ++i) {
-        const QwtPoint3D point = sample(i);
-        const QPointF pixel(xMap.transform(point.x()), yMap.transform(point.y()));
-        if (std::isfinite(pixel.x()) && std::isfinite(pixel.y())) {
-            const double value = std::isnan(point.z()) ? range.minValue() : point.z();
-            painter->setBrush(QColor::fromRgba(colorMap()->rgb(range, value)));
-            painter->drawEllipse(pixel, radius, radius);
+    DotPainter dots(*painter, radius);
+    if (dots.canStamp() && to - from >= MinStamped) {
+        const auto shape = [radius](QPainter& stampPainter) {
+            stampPainter.setPen(Qt::NoPen);
+            stampPainter.setBrush(Qt::black);
+            stampPainter.drawEllipse(QPointF(0.0, 0.0), radius, radius);
+        };
+        dots.drawColored(positions, from, to, shape, colorOf);
+    } else {
+        const DotVisibility visibility(*painter, radius);
+        for (int i = from; i <= to; ++i) {
+            const QPointF center = positions.at(static_cast<std::size_t>(i));
+            if (visibility.shows(center)) {
+                painter->setBrush(QColor::fromRgba(colorOf(i)));
+                painter->drawEllipse(center, radius, radius);
+            }
         }
     }
     painter->restore();
