@@ -1,0 +1,454 @@
+#include "ui/MainWindow.h"
+
+#include "MessageBoxWatcher.h"
+
+#include "io/VQDReader.h"
+#include "plot/ImageViewer.h"
+#include "plot/ScatterPlot.h"
+#include "support/SampleFile.h"
+#include "support/TemporaryFolder.h"
+#include "ui/DatasetListWidget.h"
+#include "ui/DatasetsPanel.h"
+#include "ui/EventPanel.h"
+#include "ui/PlotSettingsPanel.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDockWidget>
+#include <QDropEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSettings>
+#include <QSpinBox>
+#include <QTableWidget>
+#include <QTest>
+#include <QThreadPool>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
+namespace Tessaly {
+namespace {
+
+class MainWindowTest : public testing::Test {
+protected:
+    void SetUp() override {
+        QSettings().clear();
+        window = std::make_unique<MainWindow>();
+        window->show();
+    }
+
+    void TearDown() override {
+        window.reset();
+        QThreadPool::globalInstance()->waitForDone();
+    }
+
+    QString sample(const std::string& name, SampleFileOptions options = {}) {
+        options.sample = name;
+        const std::string path = (folder.path() / (name + ".vqd")).string();
+        writeSampleFile(path, options);
+        return QString::fromStdString(path);
+    }
+
+    bool waitUntilLoaded(int count) {
+        return QTest::qWaitFor(
+            [&] {
+                if (static_cast<int>(window->datasets().size()) != count) {
+                    return false;
+                }
+                return std::all_of(window->datasets().begin(), window->datasets().end(),
+                                   [](const auto& entry) { return entry->featuresLoaded; });
+            },
+            20000);
+    }
+
+    void openAndWait(const QString& path) {
+        const int before = static_cast<int>(window->datasets().size());
+        window->openDataset(path);
+        ASSERT_TRUE(waitUntilLoaded(before + 1));
+    }
+
+    void drop(const QStringList& paths) {
+        QMimeData data;
+        QList<QUrl> urls;
+        for (const QString& path : paths) {
+            urls << QUrl::fromLocalFile(path);
+        }
+        data.setUrls(urls);
+        QDropEvent event(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(window.get(), &event);
+    }
+
+    const MainPanels& panels() const { return window->panels(); }
+    PlotSettings settings() const { return panels().plotSettings->settings(); }
+    void set(const PlotSettings& value) {
+        panels().plotSettings->setSettings(value);
+        window->onFilterChanged();
+    }
+    QString status() const { return panels().status->text(); }
+
+    TemporaryFolder folder;
+    std::unique_ptr<MainWindow> window;
+};
+
+FilterRule range(const std::string& feature, double low, double high) {
+    FilterRule rule;
+    rule.featureName = feature;
+    rule.minValue = low;
+    rule.maxValue = high;
+    return rule;
+}
+
+TEST_F(MainWindowTest, StartsEmpty) {
+    EXPECT_EQ(window->windowTitle(), "Tessaly - VQD Data Analysis");
+    EXPECT_EQ(status(), "No file loaded. Drag and drop a .vqd file or use File > Open.");
+    EXPECT_FALSE(panels().rename->isEnabled());
+    EXPECT_FALSE(panels().eventNumber->isEnabled());
+    EXPECT_EQ(window->activeDatasetId(), -1);
+    // Enough room for every dock at the size that the window asks for itself.
+    EXPECT_EQ(window->size(), QSize(1400, 900));
+}
+
+TEST_F(MainWindowTest, EveryMenuEntryIsHarmlessWithoutADatasetAndShortcutsAreUnique) {
+    QStringList shortcuts;
+    QList<QAction*> actions;
+    for (QAction* menu : window->menuBar()->actions()) {
+        EXPECT_FALSE(menu->menu()->isEmpty()) << menu->text().toStdString();
+        actions << menu->menu()->actions();
+    }
+    for (QAction* action : actions) {
+        if (!action->shortcut().isEmpty()) {
+            EXPECT_FALSE(shortcuts.contains(action->shortcut().toString()));
+            shortcuts << action->shortcut().toString();
+        }
+    }
+    EXPECT_TRUE(shortcuts.contains(QKeySequence(QKeySequence::Open).toString()));
+    MessageBoxWatcher boxes;
+    window->findChild<QAction*>("clearSessionAction")->trigger();
+    EXPECT_TRUE(boxes.seen().empty());
+    for (QDockWidget* dock : window->findChildren<QDockWidget*>()) {
+        dock->toggleViewAction()->trigger();
+        dock->toggleViewAction()->trigger();
+        EXPECT_TRUE(dock->toggleViewAction()->isChecked()) << dock->windowTitle().toStdString();
+    }
+}
+
+TEST_F(MainWindowTest, ShowsAnOpenedFile) {
+    openAndWait(sample("First"));
+    EXPECT_EQ(settings().xFeature, "area_um");
+    EXPECT_EQ(settings().yFeature, "deform");
+    EXPECT_EQ(panels().plot->xData(), window->datasets()[0]->reader->getFeature("area_um"));
+    EXPECT_TRUE(status().startsWith("Loaded: First (")) << status().toStdString();
+    EXPECT_TRUE(status().endsWith("100 events)")) << status().toStdString();
+    EXPECT_EQ(panels().rename->text(), "First");
+    EXPECT_EQ(panels().eventNumber->maximum(), 99);
+    EXPECT_EQ(panels().plot->highlightedPoint(), 0);
+    const auto* info = panels().event->imageViewer()->findChild<QLabel*>("imageInfoLabel");
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->text(), "Event 0 (with mask)");
+}
+
+TEST_F(MainWindowTest, LoadsADroppedFolderOneFileAfterTheOther) {
+    for (const char* name : {"b", "a", "c"}) {
+        sample(name);
+    }
+    std::filesystem::create_directories(folder.path() / "aa");
+    std::filesystem::rename(folder.path() / "c.vqd", folder.path() / "aa" / "c.VQD");
+    std::ofstream(folder.path() / "note.txt") << "text";
+    drop({QString::fromStdString(folder.path().string())});
+    ASSERT_TRUE(waitUntilLoaded(3));
+    QStringList names;
+    for (const auto& entry : window->datasets()) {
+        names << entry->displayName;
+    }
+    EXPECT_EQ(names, QStringList({"a", "c", "b"}));
+    EXPECT_EQ(window->activeDatasetId(), window->datasets().back()->id);
+    EXPECT_EQ(panels().datasets->currentRow(), 2);
+}
+
+TEST_F(MainWindowTest, RefusesForeignAndBrokenFiles) {
+    SampleFileOptions foreign;
+    foreign.instrument = false;
+    const QString foreignPath = sample("foreign", foreign);
+    const QString broken = QString::fromStdString(folder.file("broken.vqd"));
+    std::ofstream(broken.toStdString()) << "this is no measurement";
+    MessageBoxWatcher boxes;
+    window->openDataset(foreignPath);
+    window->openDataset(foreignPath);
+    window->openDataset(broken);
+    drop({QString::fromStdString(folder.file("missing.txt"))});
+    ASSERT_EQ(boxes.seen().size(), 3U); // the second foreign file is refused without a word
+    EXPECT_EQ(boxes.seen()[0].title, "Unsupported Data");
+    EXPECT_EQ(boxes.seen()[1].title, "Error");
+    EXPECT_EQ(boxes.seen()[1].text, "Failed to open: " + broken);
+    EXPECT_EQ(boxes.seen()[2].title, "Invalid File");
+    EXPECT_TRUE(window->datasets().empty());
+
+    openAndWait(sample("good"));
+    EXPECT_EQ(window->datasets()[0]->id, 3); // the refused files have spent their ids
+}
+
+TEST_F(MainWindowTest, OpensAFileOnlyOnce) {
+    const QString first = sample("first");
+    openAndWait(first);
+    openAndWait(sample("second"));
+    window->openDataset(first);
+    EXPECT_EQ(window->datasets().size(), 2U);
+    EXPECT_EQ(window->activeDatasetId(), window->datasets()[0]->id);
+}
+
+TEST_F(MainWindowTest, KeepsSettingsPerDataset) {
+    openAndWait(sample("first"));
+    openAndWait(sample("second"));
+    PlotSettings changed = settings();
+    changed.xFeature = "bright_avg";
+    changed.colorFeature = DensityKde;
+    changed.scaleX = 1;
+    changed.contourMode = ContourMode::Overlay;
+    changed.contourFraction1 = 0.25;
+    set(changed);
+    auto* apply = window->findChild<QPushButton*>("applyToAllButton");
+    ASSERT_TRUE(apply);
+    EXPECT_TRUE(apply->isEnabled());
+    EXPECT_FALSE(apply->styleSheet().isEmpty()); // the datasets disagree
+
+    window->openDataset(QString::fromStdString(window->datasets()[0]->filePath));
+    EXPECT_EQ(settings().xFeature, "area_um");
+    EXPECT_EQ(panels().plot->contourCurveCount(), 0);
+    window->openDataset(QString::fromStdString(window->datasets()[1]->filePath));
+    EXPECT_TRUE(settings() == changed);
+    EXPECT_GT(panels().plot->contourCurveCount(), 0);
+
+    QTest::mouseClick(apply, Qt::LeftButton);
+    EXPECT_TRUE(plotSettingsOf(*window->datasets()[0]) == changed);
+    EXPECT_TRUE(apply->styleSheet().isEmpty());
+}
+
+TEST_F(MainWindowTest, AFilterReducesThePlotAndMovesTheSelection) {
+    SampleFileOptions options;
+    options.events = 4;
+    options.columns["area_um"] = {10, 20, 30, 40};
+    options.columns["deform"] = {0.1, 0.2, std::numeric_limits<double>::quiet_NaN(), 0.4};
+    openAndWait(sample("small", options));
+    // The event with the missing value is left out though no rule exists.
+    EXPECT_TRUE(status().endsWith("3/4 events shown (75.0% pass filter))")) << status().toStdString();
+
+    DatasetEntry& dataset = *window->datasets()[0];
+    dataset.filter.addRule(range("area_um", 15, 100));
+    window->onFilterChanged();
+    EXPECT_EQ(panels().plot->xData(), (std::vector<double>{20, 40}));
+    EXPECT_TRUE(status().endsWith("2/4 events shown (50.0% pass filter))")) << status().toStdString();
+    EXPECT_EQ(dataset.currentEventIndex, 1); // event 0 has dropped out
+    EXPECT_EQ(panels().eventNumber->value(), 1);
+    EXPECT_EQ(panels().plot->highlightedPoint(), 0);
+
+    // An event that is filtered out can still be looked at.
+    panels().eventNumber->setValue(2);
+    EXPECT_EQ(dataset.currentEventIndex, 2);
+    EXPECT_EQ(panels().plot->highlightedPoint(), -1);
+
+    dataset.filter.setCombineMode(EventFilter::ShowExcluded);
+    window->onFilterChanged();
+    EXPECT_EQ(panels().plot->xData(), (std::vector<double>{10}));
+
+    const int group = window->session().addFilterGroup("");
+    window->session().addRuleToGroup(group, range("area_um", 35, 100));
+    window->session().setGroupEnabled(dataset.id, group, true);
+    dataset.filter.setCombineMode(EventFilter::ShowPassing);
+    window->onFilterChanged();
+    EXPECT_EQ(panels().plot->xData(), (std::vector<double>{40}));
+
+    dataset.filter.setEnabled(false);
+    window->onFilterChanged();
+    EXPECT_EQ(panels().plot->xData().size(), 3U);
+}
+
+TEST_F(MainWindowTest, AClickOnAPointShowsItsEvent) {
+    SampleFileOptions options;
+    options.events = 3;
+    options.columns["area_um"] = {10, 20, 30};
+    options.columns["deform"] = {0.1, 0.2, 0.3};
+    openAndWait(sample("clicked", options));
+    window->datasets()[0]->filter.addRule(range("area_um", 15, 100));
+    window->onFilterChanged();
+    QApplication::processEvents();
+    ScatterPlot* plot = panels().plot;
+    QTest::mouseClick(plot->canvas(), Qt::LeftButton, Qt::NoModifier, plot->toCanvas({30, 0.3}).toPoint());
+    EXPECT_EQ(window->datasets()[0]->currentEventIndex, 2);
+    EXPECT_EQ(panels().eventNumber->value(), 2);
+    EXPECT_EQ(plot->highlightedPoint(), 1);
+    const auto* table = panels().event->findChild<QTableWidget*>();
+    ASSERT_TRUE(table);
+    bool found = false;
+    for (int row = 0; row < table->rowCount(); ++row) {
+        if (table->item(row, 0)->toolTip() == "area_um") {
+            found = true;
+            EXPECT_EQ(table->item(row, 1)->text(), "30");
+        }
+    }
+    EXPECT_TRUE(found);
+}
+
+TEST_F(MainWindowTest, MarksPointsThatALogAxisCannotShow) {
+    SampleFileOptions options;
+    options.events = 3;
+    options.columns["area_um"] = {-1, 20, 30};
+    openAndWait(sample("log", options));
+    auto* scale = window->findChild<QComboBox*>("xScaleCombo");
+    ASSERT_TRUE(scale);
+    scale->setCurrentIndex(1);
+    EXPECT_EQ(scale->itemText(1), QString::fromUtf8("Log ⚠"));
+    EXPECT_EQ(scale->toolTip(),
+              QString::fromUtf8("X-axis scale mode: 1 point with value ≤ 0 not shown (cannot be drawn on a log axis)"));
+    EXPECT_EQ(panels().plot->xData().size(), 3U);
+    scale->setCurrentIndex(2);
+    EXPECT_EQ(scale->itemText(1), "Log");
+}
+
+TEST_F(MainWindowTest, ZoomStaysForAnotherColourAndResetsForAnotherFeature) {
+    openAndWait(sample("zoom"));
+    panels().plot->setAxisScale(QwtPlot::xBottom, 40, 50);
+    panels().plot->replot();
+    PlotSettings changed = settings();
+    changed.colorFeature = "bright_avg";
+    set(changed);
+    EXPECT_FALSE(panels().plot->axisAutoScale(QwtPlot::xBottom));
+    changed.xFeature = "bright_avg";
+    set(changed);
+    EXPECT_TRUE(panels().plot->axisAutoScale(QwtPlot::xBottom));
+}
+
+TEST_F(MainWindowTest, IsoelasticsAreOfferedForAreaAgainstDeformation) {
+    openAndWait(sample("iso"));
+    const auto* box = window->findChild<QCheckBox*>("isoelasticsCheck");
+    ASSERT_TRUE(box);
+    EXPECT_TRUE(box->isVisible());
+    PlotSettings changed = settings();
+    std::swap(changed.xFeature, changed.yFeature);
+    set(changed);
+    EXPECT_TRUE(box->isVisible());
+    changed.xFeature = "bright_avg";
+    set(changed);
+    EXPECT_FALSE(box->isVisible());
+}
+
+TEST_F(MainWindowTest, RenamesAndFallsBackToTheSampleName) {
+    openAndWait(sample("Original"));
+    QLineEdit* edit = panels().rename;
+    edit->setFocus();
+    edit->setText("  <b>New  ");
+    QTest::keyClick(edit, Qt::Key_Return);
+    EXPECT_EQ(window->datasets()[0]->displayName, "<b>New");
+    EXPECT_TRUE(panels().datasets->list()->item(0)->text().startsWith("<b>&lt;b&gt;New</b>"));
+    EXPECT_TRUE(status().startsWith("Loaded: <b>New (")) << status().toStdString();
+    edit->setText("   ");
+    QTest::keyClick(edit, Qt::Key_Return);
+    EXPECT_EQ(window->datasets()[0]->displayName, "Original");
+    EXPECT_EQ(edit->text(), "Original");
+}
+
+TEST_F(MainWindowTest, DuplicatesReordersAndRemoves) {
+    openAndWait(sample("first"));
+    openAndWait(sample("second"));
+    emit panels().datasets->duplicateRequested();
+    ASSERT_EQ(window->datasets().size(), 3U);
+    EXPECT_EQ(window->datasets()[2]->displayName, "second (copy)");
+    EXPECT_EQ(window->datasets()[2]->reader, window->datasets()[1]->reader);
+    EXPECT_EQ(panels().datasets->currentRow(), 2);
+    const int copy = window->activeDatasetId();
+
+    emit panels().datasets->reorderRequested(2, 0);
+    EXPECT_EQ(window->datasets()[0]->id, copy);
+    EXPECT_EQ(window->activeDatasetId(), copy);
+    EXPECT_EQ(panels().datasets->currentRow(), 0);
+
+    emit panels().datasets->removeRequested();
+    EXPECT_EQ(window->datasets().size(), 2U);
+    EXPECT_EQ(window->activeDatasetId(), window->datasets()[0]->id);
+    emit panels().datasets->removeRequested();
+    emit panels().datasets->removeRequested();
+    EXPECT_TRUE(window->datasets().empty());
+    EXPECT_EQ(status(), "No file loaded.");
+    EXPECT_TRUE(panels().plot->xData().empty());
+    EXPECT_EQ(settings().xFeature, "");
+}
+
+TEST_F(MainWindowTest, RefusesToRemoveWhatIsStillLoading) {
+    SampleFileOptions options;
+    options.events = 200000;
+    options.images = options.masks = options.traces = false;
+    const QString path = sample("large", options);
+    // The library's lock holds the preload back.
+    std::unique_lock lock(hdf5Mutex());
+    window->openDataset(path);
+    EXPECT_EQ(status(), "Loading: large...");
+    EXPECT_FALSE(panels().rename->isEnabled());
+    MessageBoxWatcher boxes;
+    emit panels().datasets->removeRequested();
+    emit panels().datasets->duplicateRequested();
+    EXPECT_EQ(window->datasets().size(), 1U);
+    ASSERT_EQ(boxes.seen().size(), 1U);
+    EXPECT_EQ(boxes.seen()[0].title, "Cannot Remove");
+    lock.unlock();
+    ASSERT_TRUE(waitUntilLoaded(1));
+    EXPECT_TRUE(status().startsWith("Loaded: large")) << status().toStdString();
+}
+
+TEST_F(MainWindowTest, ClosesWhileAPreloadRuns) {
+    const QString path = sample("closing");
+    std::unique_lock lock(hdf5Mutex());
+    window->openDataset(path);
+    window->openDataset(sample("queued"));
+    window->close();
+    window.reset();
+    lock.unlock();
+    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(20000));
+}
+
+TEST_F(MainWindowTest, ClearsTheSessionOnlyWhenConfirmed) {
+    openAndWait(sample("cleared"));
+    {
+        MessageBoxWatcher boxes(QMessageBox::Cancel);
+        window->findChild<QAction*>("clearSessionAction")->trigger();
+        ASSERT_EQ(boxes.seen().size(), 1U);
+        EXPECT_EQ(window->datasets().size(), 1U);
+    }
+    const int group = window->session().addFilterGroup("gates");
+    EXPECT_EQ(group, 0);
+    MessageBoxWatcher boxes(QMessageBox::Ok);
+    window->findChild<QAction*>("clearSessionAction")->trigger();
+    EXPECT_TRUE(window->datasets().empty());
+    EXPECT_EQ(window->session().addFilterGroup("again"), 0);
+    openAndWait(sample("next"));
+    EXPECT_EQ(window->datasets()[0]->id, 1);
+}
+
+TEST_F(MainWindowTest, TheColourMapIsKeptInTheSettings) {
+    const QList<QAction*> maps = window->findChild<QMenu*>("colorMapMenu")->actions();
+    ASSERT_EQ(maps.size(), 6);
+    maps[4]->trigger();
+    EXPECT_EQ(panels().plot->colorMapIndex(), 4);
+    EXPECT_EQ(MainWindow().colorMapIndex(), 4);
+    QSettings().setValue("settings/colorMapIndex", 17);
+    EXPECT_EQ(MainWindow().colorMapIndex(), 0);
+}
+
+TEST_F(MainWindowTest, ReportsAnExceptionOnceAtATime) {
+    MessageBoxWatcher boxes;
+    // The second report comes while the dialog of the first is up.
+    QTimer::singleShot(0, window.get(), [this] { window->onUnhandledException("Second", "dropped"); });
+    window->onUnhandledException("Unexpected Error", "something");
+    ASSERT_EQ(boxes.seen().size(), 1U);
+    EXPECT_EQ(boxes.seen()[0].title, "Unexpected Error");
+    EXPECT_TRUE(boxes.seen()[0].text.contains("something"));
+}
+
+} // namespace
+} // namespace Tessaly

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+
+#include <utility>
+#include <vector>
+
+namespace Tessaly {
+
+/// Answers message boxes while it lives and remembers what they said.
+class MessageBoxWatcher {
+public:
+    struct Seen {
+        QString title;
+        QString text;
+    };
+
+    explicit MessageBoxWatcher(QMessageBox::StandardButton answer = QMessageBox::NoButton) : answer_(answer) {
+        QObject::connect(&timer_, &QTimer::timeout, [this] { look(); });
+        timer_.start(10);
+    }
+
+    const std::vector<Seen>& seen() const { return seen_; }
+
+private:
+    void look() {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box) {
+            return;
+        }
+        seen_.push_back({box->windowTitle(), box->text()});
+        if (QAbstractButton* button = box->button(answer_)) {
+            button->click();
+        } else {
+            box->close();
+        }
+    }
+
+    QMessageBox::StandardButton answer_;
+    QTimer timer_;
+    std::vector<Seen> seen_;
+};
+
+} // namespace Tessaly
