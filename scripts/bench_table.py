@@ -34,8 +34,9 @@ COLUMNS = ("workload", "events", "time", "baseline", "ratio", "bar", "")
 def parse_name(run_name):
     """Name, whether it is the baseline, and the number of events in a run's name (None without one)."""
     parts = run_name.split("/")
-    # What the benchmark library appends, such as "real_time" or "iterations:3", says nothing about the workload.
-    numbers = [int(part) for part in parts[1:] if part.isdigit()]
+    # What the benchmark library appends, such as "real_time" or "iterations:3", says nothing about the workload, and a
+    # small number is a setting of it.
+    numbers = [int(part) for part in parts[1:] if part.isdigit() and int(part) >= 1000]
     return parts[0], "baseline" in parts[1:], numbers[0] if numbers else None
 
 
@@ -87,7 +88,8 @@ def table_of(workloads, baselines):
     """All rows, workloads with a bar that did not run included, and whether a bar was missed."""
     rows, missed = [], False
     for (name, events), seconds in workloads.items():
-        row, row_missed = row_of(name, events, seconds, baselines.get((name, events)))
+        baseline = baselines.get((name, events), baselines.get((name, None)))
+        row, row_missed = row_of(name, events, seconds, baseline)
         rows.append(row)
         missed = missed or row_missed
     ran = {name for name, _ in workloads}

@@ -216,9 +216,8 @@ std::vector<Polyline> marchingSquares(const DensityGrid& grid, double level) {
 
 std::vector<ContourLevel> computeContours(std::span<const double> x, std::span<const double> y,
                                           std::span<const double> fractions, int scaleX, int scaleY) {
-    std::vector<ContourLevel> contours;
     if (x.size() < 4 || x.size() != y.size() || fractions.empty())
-        return contours;
+        return {};
     // A linear axis needs no copy.
     std::vector<double> mappedX;
     std::vector<double> mappedY;
@@ -227,7 +226,13 @@ std::vector<ContourLevel> computeContours(std::span<const double> x, std::span<c
     if (scaleY != ScaleMode::Linear)
         y = mappedY = transformValues(y, scaleY);
     const DensityGrid grid = kernelDensityGrid(x, y, 0);
-    const std::vector<double> levels = densitiesAtFractions(interpolateGrid(grid, x, y), fractions);
+    return contoursOfDensity(grid, interpolateGrid(grid, x, y), fractions, scaleX, scaleY);
+}
+
+std::vector<ContourLevel> contoursOfDensity(const DensityGrid& grid, std::span<const double> density,
+                                            std::span<const double> fractions, int scaleX, int scaleY) {
+    std::vector<ContourLevel> contours;
+    const std::vector<double> levels = densitiesAtFractions(density, fractions);
     for (std::size_t i = 0; i < fractions.size(); ++i) {
         ContourLevel contour{fractions[i], levels[i], {}};
         if (contour.level > 0.0)

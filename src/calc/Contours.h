@@ -25,6 +25,12 @@ struct ContourLevel {
 std::vector<ContourLevel> computeContours(std::span<const double> x, std::span<const double> y,
                                           std::span<const double> fractions, int scaleX, int scaleY);
 
+/// The same from a density that is known already, e.g. from colouring the points by it.
+/// @param grid     kernelDensityGrid() of the points in axis space
+/// @param density  interpolateGrid() at the points
+std::vector<ContourLevel> contoursOfDensity(const DensityGrid& grid, std::span<const double> density,
+                                            std::span<const double> fractions, int scaleX, int scaleY);
+
 /// Lines of one value through a grid, chained to polylines; a closed line ends on its first point.
 /// Source: marching squares with the cell mean deciding saddles.
 std::vector<Polyline> marchingSquares(const DensityGrid& grid, double level);

@@ -59,18 +59,30 @@ std::span<const double> inAxisSpace(const Column& values, int mode, Column& mapp
     return mapped;
 }
 
-Column densityOf(const PlotFrame& frame, const PlotSettings& settings) {
+bool allFinite(std::span<const double> values) {
+    return std::ranges::all_of(values, [](double value) { return std::isfinite(value); });
+}
+
+void colorByDensity(PlotFrame& frame, const PlotSettings& settings) {
     Column mappedX;
     Column mappedY;
-    return computeDensity(inAxisSpace(frame.x, settings.scaleX, mappedX),
-                          inAxisSpace(frame.y, settings.scaleY, mappedY), densityMethodOf(settings.colorFeature));
+    const std::span<const double> x = inAxisSpace(frame.x, settings.scaleX, mappedX);
+    const std::span<const double> y = inAxisSpace(frame.y, settings.scaleY, mappedY);
+    const DensityMethod method = densityMethodOf(settings.colorFeature);
+    if (method != DensityMethod::Kde || x.size() < 4 || !allFinite(x) || !allFinite(y)) {
+        frame.color = computeDensity(x, y, method);
+        return;
+    }
+    // What computeDensity() does when it has no event to leave out, with the grid kept.
+    frame.density = {kernelDensityGrid(x, y, 0), settings.scaleX, settings.scaleY};
+    frame.color = interpolateGrid(frame.density->grid, x, y);
 }
 
 void colorPoints(PlotFrame& frame, VQDReader& reader, const PlotSettings& settings, std::size_t events) {
     if (settings.colorFeature.empty())
         return;
     if (isDensitySelector(settings.colorFeature)) {
-        frame.color = densityOf(frame, settings);
+        colorByDensity(frame, settings);
         frame.colorLabel = QCoreApplication::translate("Tessaly::PlotFrame", "Density");
         return;
     }
@@ -93,6 +105,7 @@ void clean(PlotFrame& frame) {
         ++kept;
     if (kept == count)
         return;
+    frame.density.reset();
     if (!frame.reduced) {
         frame.visibleIndices.resize(count);
         std::ranges::copy(std::views::iota(0, static_cast<int>(count)), frame.visibleIndices.begin());
@@ -169,6 +182,8 @@ std::vector<ContourLevel> contoursOf(const PlotFrame& frame, const PlotSettings&
         return {};
     const std::array fractions{std::min(settings.contourFraction1, settings.contourFraction2),
                                std::max(settings.contourFraction1, settings.contourFraction2)};
+    if (frame.density && frame.density->scaleX == settings.scaleX && frame.density->scaleY == settings.scaleY)
+        return contoursOfDensity(frame.density->grid, frame.color, fractions, settings.scaleX, settings.scaleY);
     return computeContours(frame.x, frame.y, fractions, settings.scaleX, settings.scaleY);
 }
 

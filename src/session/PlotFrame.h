@@ -27,6 +27,14 @@ struct PlotFrame {
     QString colorLabel;
     int xNotOnLogAxis = 0; ///< points at or below zero if the X axis is logarithmic, else 0
     int yNotOnLogAxis = 0;
+    /// The density behind the colours and the scales it was estimated on, if it was estimated from exactly these
+    /// points: then contours need no second estimate.
+    struct KnownDensity {
+        DensityGrid grid;
+        int scaleX = 0;
+        int scaleY = 0;
+    };
+    std::optional<KnownDensity> density;
     bool filterInForce = false; ///< the effective filter is enabled and has rules
 
     /// Event index of a plot index.

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -195,6 +196,36 @@ TEST(PlotFrameTest, ContoursOrderTheirFractions) {
     frame.x.resize(3);
     frame.y.resize(3);
     EXPECT_TRUE(contoursOf(frame, settings).empty());
+}
+
+TEST(PlotFrameTest, ContoursAreTheSameWhetherTheDensityIsKnownOrNot) {
+    auto columns = sampleColumns(400, 3);
+    struct Case {
+        const char* what;
+        double spoiled; ///< put in place of one area
+        bool knownDensity;
+    };
+    for (const Case& c :
+         {Case{"as measured", 50.0, true}, Case{"below zero", -5.0, true}, Case{"missing", nan, false}}) {
+        columns["area_um"][10] = c.spoiled;
+        SessionBuilder builder;
+        builder.add({{"area_um", columns.at("area_um")}, {"deform", columns.at("deform")}});
+        PlotSettings settings = xy(std::string(DensityKde));
+        settings.contourMode = ContourMode::Overlay;
+        settings.scaleX = ScaleMode::Log;
+        const PlotFrame frame = frameOf(builder, settings);
+        EXPECT_EQ(frame.density.has_value(), c.knownDensity) << c.what;
+        const std::array fractions{0.1, 0.67};
+        const auto direct = computeContours(frame.x, frame.y, fractions, ScaleMode::Log, ScaleMode::Linear);
+        const auto lines = contoursOf(frame, settings);
+        ASSERT_EQ(lines.size(), direct.size());
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            EXPECT_EQ(lines[i].level, direct[i].level) << c.what;
+            EXPECT_EQ(lines[i].polylines, direct[i].polylines) << c.what;
+        }
+        settings.scaleX = ScaleMode::Linear; // the plot's scale has changed since the frame was made
+        EXPECT_EQ(contoursOf(frame, settings)[0].level, computeContours(frame.x, frame.y, fractions, 0, 0)[0].level);
+    }
 }
 
 } // namespace

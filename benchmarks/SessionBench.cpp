@@ -1,0 +1,158 @@
+#include "calc/Contours.h"
+#include "calc/Density.h"
+#include "core/EventFilter.h"
+#include "io/VQDReader.h"
+#include "session/PlotFrame.h"
+#include "session/Session.h"
+
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+#include <hdf5.h>
+
+#include <array>
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace Tessaly;
+
+constexpr std::size_t eventCount = 1'000'000;
+using Column = std::vector<double>;
+
+FilterRule rangeRule(const std::string& feature, double low, double high) {
+    FilterRule rule;
+    rule.featureName = feature;
+    rule.minValue = low;
+    rule.maxValue = high;
+    return rule;
+}
+
+/// Twelve corners on an ellipse, as drawn around a population.
+FilterRule polygonRule(const std::string& x, const std::string& y, double centreX, double centreY, double radiusX,
+                       double radiusY) {
+    FilterRule rule;
+    rule.type = FilterRule::Polygon;
+    rule.featureName = x;
+    rule.featureNameY = y;
+    for (int corner = 0; corner < 12; ++corner) {
+        const double angle = corner * std::numbers::pi / 6.0;
+        rule.polygonVertices.emplace_back(centreX + radiusX * std::cos(angle), centreY + radiusY * std::sin(angle));
+    }
+    return rule;
+}
+
+void writeColumn(const std::string& path, const std::string& name, const Column& column) {
+    const hid_t file = H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
+    const hid_t group = H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+    const hsize_t extent = column.size();
+    const hid_t space = H5Screate_simple(1, &extent, nullptr);
+    const hid_t dataset =
+        H5Dcreate2(group, name.c_str(), H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+    const herr_t written = H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, column.data());
+    H5Dclose(dataset);
+    H5Sclose(space);
+    H5Gclose(group);
+    H5Fclose(file);
+    if (written < 0)
+        throw std::runtime_error("cannot write the file of the benchmark");
+}
+
+/// A filtered dataset of 10^6 events, two populations of different size, brightness and fluorescence, and the points
+/// that its filter leaves.
+struct Workload {
+    Session session;
+    DatasetEntry* dataset = nullptr;
+    PlotSettings settings;
+    EventFilter filter;
+    ColumnMap columns;
+    Column x;
+    Column y;
+
+    Workload() {
+        std::mt19937_64 random(20240611);
+        std::normal_distribution<double> normal;
+        std::uniform_real_distribution<double> uniform;
+        Column area, deform, brightness, position, fl1, fl2;
+        for (std::size_t i = 0; i < eventCount; ++i) {
+            const bool large = uniform(random) < 0.4;
+            area.push_back((large ? 90.0 : 45.0) + (large ? 14.0 : 6.0) * normal(random));
+            deform.push_back((large ? 0.07 : 0.03) * std::exp(0.35 * normal(random)));
+            brightness.push_back(105.0 + 5.0 * normal(random));
+            position.push_back(300.0 * uniform(random));
+            fl1.push_back(2000.0 + 500.0 * normal(random));
+            fl2.push_back(1000.0 + 300.0 * normal(random));
+        }
+        auto entry = session.newEntry();
+        entry->reader = std::make_shared<VQDReader>();
+        loadInto(*entry->reader, std::move(area));
+        entry->reader->setFeature("deform", std::move(deform));
+        entry->reader->setFeature("bright_avg", std::move(brightness));
+        entry->reader->setFeature("pos_x", std::move(position));
+        entry->reader->setFeature("fl1_max", std::move(fl1));
+        entry->reader->setFeature("fl2_max", std::move(fl2));
+        filter.addRule(rangeRule("bright_avg", 95.0, 115.0));
+        filter.addRule(rangeRule("pos_x", 20.0, 280.0));
+        filter.addRule(rangeRule("area_um", 20.0, 150.0));
+        filter.addRule(polygonRule("area_um", "deform", 70.0, 0.06, 55.0, 0.055));
+        filter.addRule(polygonRule("fl1_max", "fl2_max", 2000.0, 1000.0, 1200.0, 700.0));
+        entry->filter = filter;
+        dataset = session.datasetAt(session.append(std::move(entry)));
+        settings = {"area_um", "deform", std::string(DensityKde), 0, 0, ContourMode::Overlay, 0.1, 0.67};
+        for (const std::string& feature : filter.requiredFeatures())
+            columns[feature] = &dataset->reader->getFeature(feature);
+        for (const int event : filter.evaluate(columns, eventCount)) {
+            x.push_back((*columns.at("area_um"))[static_cast<std::size_t>(event)]);
+            y.push_back((*columns.at("deform"))[static_cast<std::size_t>(event)]);
+        }
+    }
+
+    /// The event count comes from a file, so the first column goes through one. It stays cached when the file is gone.
+    static void loadInto(VQDReader& reader, Column area) {
+        const QTemporaryDir folder;
+        const std::string path = folder.filePath("events.vqd").toStdString();
+        initializeHdf5();
+        writeColumn(path, "area_um", area);
+        if (!reader.open(path) || reader.getFeature("area_um").size() != eventCount)
+            throw std::runtime_error("the file of the benchmark does not open");
+    }
+};
+
+Workload& workload() {
+    static Workload made;
+    return made;
+}
+
+/// All that a change of the filter computes, up to what the plot draws.
+void filterChange(benchmark::State& state) {
+    const Workload& work = workload();
+    for (auto _ : state) {
+        const auto frame = buildPlotFrame(work.session, *work.dataset, work.settings);
+        benchmark::DoNotOptimize(frame);
+        benchmark::DoNotOptimize(contoursOf(*frame, work.settings));
+    }
+    state.counters["events"] = static_cast<double>(eventCount);
+}
+
+/// Its three kernels alone, on the same events and points.
+void kernelsAlone(benchmark::State& state) {
+    const Workload& work = workload();
+    const std::array fractions{work.settings.contourFraction1, work.settings.contourFraction2};
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(work.filter.evaluate(work.columns, eventCount));
+        benchmark::DoNotOptimize(computeDensity(work.x, work.y, DensityMethod::Kde));
+        benchmark::DoNotOptimize(computeContours(work.x, work.y, fractions, 0, 0));
+    }
+    state.counters["events"] = static_cast<double>(eventCount);
+}
+
+BENCHMARK(filterChange)->Name("filter_change_to_picture")->Unit(benchmark::kMillisecond);
+BENCHMARK(kernelsAlone)->Name("filter_change_to_picture/baseline")->Unit(benchmark::kMillisecond);
+
+} // namespace
