@@ -26,10 +26,9 @@ protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    /// Whether a dataset that was picked up in this widget is over it. Virtual for platforms that can't drag.
+    virtual bool isOwnDrag(const QDropEvent* event) const;
     void mousePressEvent(QMouseEvent* event) override;
-
-private:
-    bool isOwnDrag(const QDropEvent* event) const;
 };
 
 } // namespace Tessaly

@@ -27,9 +27,10 @@ protected:
     void startDrag(Qt::DropActions supportedActions) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    /// Whether a dataset that was picked up in this widget is over it. Virtual for platforms that can't drag.
+    virtual bool isOwnDrag(const QDropEvent* event) const;
 
 private:
-    bool isOwnDrag(const QDropEvent* event) const;
     /// The dataset under a drag, -1 where it can't be dropped.
     int dropTargetId(const QDropEvent* event) const;
 };

@@ -14,8 +14,6 @@
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTest>
-#include <QTimer>
-#include <QWindow>
 
 #include <gtest/gtest.h>
 
@@ -246,72 +244,107 @@ TEST_F(DatasetsPanelTest, RefusesDragsFromElsewhere) {
     EXPECT_EQ(panel->list()->count(), 3);
 }
 
-// Drags with the real mouse: the drag runs an event loop of its own, in which the timer moves and lets go.
-class DatasetDraggingTest : public DatasetsPanelTest {
-protected:
-    void drag(QWidget* viewport, const QPoint& from, const QPoint& to) {
-        QWindow* window = panel->windowHandle();
-        const auto inWindow = [&](const QPoint& p) { return viewport->mapTo(panel.get(), p); };
-        QTimer::singleShot(0, window, [=] {
-            QTimer::singleShot(0, window, [=] {
-                QTest::mouseMove(window, inWindow(to) + QPoint(1, 0));
-                QTest::mouseMove(window, inWindow(to));
-                QTest::mouseRelease(window, Qt::LeftButton, {}, inWindow(to));
-            });
-        });
-        QTest::mousePress(window, Qt::LeftButton, {}, inWindow(from));
-        QTest::mouseMove(window, inWindow(from) + QPoint(0, 4));
-        QTest::mouseMove(window, inWindow(from) + QPoint(0, 3 * QApplication::startDragDistance()));
-        QTest::mouseMove(window, inWindow(from) + QPoint(0, 4 * QApplication::startDragDistance()));
-        QTest::qWait(1);
-    }
-};
-
-TEST_F(DatasetDraggingTest, ListRowsAreReordered) {
+TEST_F(DatasetsPanelTest, ATreeDropBecomesRows) {
     make();
     panel->setRows(threeRows());
-    auto* list = panel->list();
     QSignalSpy reorder(panel.get(), &DatasetsPanel::reorderRequested);
-    const auto upper = [&](int row) { return list->visualItemRect(list->item(row)).center() - QPoint(0, 5); };
-    const auto lower = [&](int row) { return list->visualItemRect(list->item(row)).center() + QPoint(0, 5); };
-    struct Case {
-        int from;
-        QPoint to;
-        int toRow; // -1: nothing moves
+    emit panel->tree()->internalReorderRequested(7, 5, true);
+    emit panel->tree()->internalReorderRequested(5, 3, false);
+    emit panel->tree()->internalReorderRequested(5, 99, false);
+    emit panel->list()->internalReorderRequested(2, 0);
+    ASSERT_EQ(reorder.count(), 3);
+    EXPECT_EQ(reorder[0], QVariantList({0, 3}));
+    EXPECT_EQ(reorder[1], QVariantList({2, 1}));
+    EXPECT_EQ(reorder[2], QVariantList({2, 0}));
+}
+
+// A drag can't be started without a window system; these take every drag for their own.
+struct OwnDragList : DatasetListWidget {
+    bool isOwnDrag(const QDropEvent* event) const override { return event->mimeData()->hasFormat(DatasetMimeType); }
+};
+struct OwnDragTree : DatasetTreeWidget {
+    bool isOwnDrag(const QDropEvent* event) const override { return event->mimeData()->hasFormat(DatasetMimeType); }
+};
+
+struct DragOutcome {
+    bool moveAccepted = false;
+    bool dropAccepted = false;
+};
+
+DragOutcome dragTo(QAbstractScrollArea& view, int id, const QPoint& position) {
+    const std::unique_ptr<QMimeData> data(datasetMimeData(id));
+    QDragEnterEvent enter(position, Qt::CopyAction | Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(view.viewport(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDragMoveEvent move(position, Qt::CopyAction | Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(view.viewport(), &move);
+    QDropEvent drop(position, Qt::CopyAction | Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(view.viewport(), &drop);
+    EXPECT_TRUE(!drop.isAccepted() || drop.dropAction() == Qt::CopyAction);
+    return {move.isAccepted(), drop.isAccepted()};
+}
+
+TEST(DatasetListWidgetTest, ADropAsksForANewOrder) {
+    OwnDragList list;
+    for (const int id : {7, 3, 5}) {
+        auto* item = new QListWidgetItem(QString::number(id), &list);
+        item->setData(Qt::UserRole, id);
+    }
+    list.resize(200, 200);
+    list.show();
+    QSignalSpy reorder(&list, &DatasetListWidget::internalReorderRequested);
+    const auto at = [&](int row, int offset) {
+        return list.visualItemRect(list.item(row)).center() + QPoint(0, offset);
     };
-    const QPoint empty = list->viewport()->rect().bottomLeft() + QPoint(20, -5);
-    for (const Case& c : {Case{2, upper(0), 0}, Case{0, lower(1), 2}, Case{0, empty, 3}, Case{1, lower(0), -1},
-                          Case{1, upper(2), -1}, Case{1, lower(2), 3}}) {
+    struct Case {
+        int id;
+        QPoint position;
+        int from;
+        int to; // -1: nothing moves
+    };
+    for (const Case& c :
+         {Case{5, at(0, -5), 2, 0}, Case{7, at(1, 5), 0, 2}, Case{7, QPoint(20, 180), 0, 3}, Case{3, at(0, 5), 1, -1},
+          Case{3, at(2, -5), 1, -1}, Case{3, at(1, 5), 1, -1}, Case{3, at(2, 5), 1, 3}, Case{99, at(0, 0), -1, -1}}) {
         reorder.clear();
-        drag(list->viewport(), lower(c.from), c.to);
-        ASSERT_EQ(reorder.count(), c.toRow < 0 ? 0 : 1) << c.from << " to " << c.toRow;
-        if (c.toRow >= 0) {
-            EXPECT_EQ(reorder[0][0].toInt(), c.from);
-            EXPECT_EQ(reorder[0][1].toInt(), c.toRow);
+        EXPECT_EQ(dragTo(list, c.id, c.position).dropAccepted, c.to >= 0);
+        EXPECT_EQ(reorder.count(), 0); // not from within the drop
+        QApplication::processEvents();
+        ASSERT_EQ(reorder.count(), c.to < 0 ? 0 : 1) << c.id;
+        if (c.to >= 0) {
+            EXPECT_EQ(reorder[0], QVariantList({c.from, c.to}));
         }
-        EXPECT_EQ(list->count(), 3); // the list leaves the moving to others
+        EXPECT_EQ(list.count(), 3); // the list leaves the moving to others
     }
 }
 
-TEST_F(DatasetDraggingTest, TreeItemsAreReordered) {
-    make();
-    panel->setRows(threeRows());
-    mode()->setCurrentIndex(1);
-    auto* tree = panel->tree();
-    QApplication::processEvents();
-    QSignalSpy reorder(panel.get(), &DatasetsPanel::reorderRequested);
-    const auto centre = [&](QTreeWidgetItem* item) { return tree->visualItemRect(item).center(); };
-    drag(tree->viewport(), centre(treeItem(7)), centre(treeItem(5)) + QPoint(0, 5));
-    ASSERT_EQ(reorder.count(), 1);
-    EXPECT_EQ(reorder[0], QVariantList({0, 3}));
-    reorder.clear();
-    drag(tree->viewport(), centre(treeItem(5)), centre(treeItem(3)) - QPoint(0, 5));
-    ASSERT_EQ(reorder.count(), 1);
-    EXPECT_EQ(reorder[0], QVariantList({2, 1}));
-    reorder.clear();
-    drag(tree->viewport(), centre(treeItem(7)), centre(treeItem(5)->parent())); // a folder
-    drag(tree->viewport(), centre(treeItem(7)), centre(treeItem(7)) + QPoint(0, 5));
+TEST(DatasetTreeWidgetTest, ADropOnADatasetAsksForANewOrder) {
+    OwnDragTree tree;
+    auto* folder = new QTreeWidgetItem(&tree, {"folder"});
+    for (const int id : {0, 3, 5}) {
+        auto* item = new QTreeWidgetItem(folder, {QString::number(id)});
+        item->setData(0, Qt::UserRole, id);
+    }
+    tree.expandAll();
+    tree.resize(200, 200);
+    tree.show();
+    QSignalSpy reorder(&tree, &DatasetTreeWidget::internalReorderRequested);
+    const auto at = [&](QTreeWidgetItem* item, int offset) {
+        return tree.visualItemRect(item).center() + QPoint(0, offset);
+    };
+    EXPECT_TRUE(dragTo(tree, 0, at(tree.itemOfId(5), 5)).moveAccepted);
     EXPECT_EQ(reorder.count(), 0);
+    QApplication::processEvents();
+    EXPECT_TRUE(dragTo(tree, 5, at(tree.itemOfId(0), -5)).dropAccepted);
+    QApplication::processEvents();
+    ASSERT_EQ(reorder.count(), 2);
+    EXPECT_EQ(reorder[0], QVariantList({0, 5, true}));
+    EXPECT_EQ(reorder[1], QVariantList({5, 0, false}));
+    for (const QPoint& refused : {at(folder, 0), at(tree.itemOfId(3), 5), QPoint(20, 180)}) {
+        const DragOutcome outcome = dragTo(tree, 3, refused);
+        EXPECT_FALSE(outcome.moveAccepted || outcome.dropAccepted);
+    }
+    QApplication::processEvents();
+    EXPECT_EQ(reorder.count(), 2);
 }
 
 } // namespace

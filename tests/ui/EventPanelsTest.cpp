@@ -78,11 +78,11 @@ TEST(StatisticsDockWidgetTest, ListsTheFiguresOfBothAxes) {
     };
     EXPECT_EQ(table->headerItem()->text(0) + table->headerItem()->text(1) + table->headerItem()->text(2),
               "StatisticXY");
-    panel.updateStatistics({1, 2}, {1000000, 3}, "Area", "Deformation");
+    panel.updateStatistics({1, 2}, {1000000, 4}, "Area", "Deformation");
     EXPECT_EQ(column(0), QStringList({"Statistic", "N", "Mean", "SD", "Q1", "Median", "Q3", "IQR"}));
     EXPECT_EQ(column(1), QStringList({"Area", "2", "1.5", "0.707107", "1.25", "1.5", "1.75", "0.5"}));
-    // Mean 500001.5, deviations 499998.5: SD is 499998.5 times the root of 2.
-    EXPECT_EQ(column(2), QStringList({"Deformation", "2", "500002", "707105", "250002", "500002", "750001", "499998"}));
+    // Deviations from the mean are 499998: SD is that times the root of 2.
+    EXPECT_EQ(column(2), QStringList({"Deformation", "2", "500002", "707104", "250003", "500002", "750001", "499998"}));
     EXPECT_EQ(table->topLevelItem(3)->textAlignment(1), Qt::AlignRight | Qt::AlignVCenter);
     panel.updateStatistics({4}, {5}, "Area", "Deformation");
     EXPECT_EQ(column(1), QStringList({"Area", "1", "4", "0", "4", "4", "4", "0"}));
