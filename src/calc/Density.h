@@ -22,7 +22,8 @@ struct DensityGrid {
 
 /// Density at every event, in axis space.
 /// @param x, y  coordinates after the axes' scale modes were applied, of one length
-/// @return one value per event: smoothed count (KDE), count of the bin (histogram) or neighbours per area; NaN where x or
+/// @return one value per event: smoothed count (KDE), count of the bin (histogram) or neighbours per area; NaN where x
+/// or
 ///         y is not finite, and everywhere with fewer than 4 finite pairs
 std::vector<double> computeDensity(std::span<const double> x, std::span<const double> y, DensityMethod method);
 
