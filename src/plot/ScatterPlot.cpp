@@ -113,6 +113,13 @@ void ScatterPlot::setupPlot() {
     panner_->setAxisEnabled(QwtAxis::XTop, false);
 
     navigator_ = std::make_unique<PlotNavigator>(*this);
+    if (auto* frame = qobject_cast<QFrame*>(canvas())) {
+        frame->setFrameStyle(QFrame::Box | QFrame::Plain);
+        frame->setLineWidth(1);
+        QPalette framePalette = frame->palette();
+        framePalette.setColor(QPalette::WindowText, Qt::gray);
+        frame->setPalette(framePalette);
+    }
     canvas()->setObjectName("scatterPlotCanvas");
     canvas()->setAccessibleName(tr("Events"));
     // Installed once more, so that the plot sees events before picker and panner.
