@@ -60,6 +60,7 @@ void EventController::clear() {
 
 void EventController::reset() {
     clear();
+    panels_.event->tracePlot()->hide();
     const QSignalBlocker blocker(panels_.eventNumber);
     panels_.eventNumber->setRange(0, 0);
 }

@@ -57,6 +57,7 @@ MainWindow::MainWindow(QWidget* parent)
     setObjectName(QStringLiteral("mainWindow"));
     buildMenus();
     connectDocks();
+    events_.reset();
     plot_.updateApplyPlotButton();
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
     resize(1400, 900);

@@ -16,6 +16,10 @@ StatisticsDockWidget::StatisticsDockWidget(QWidget* parent) : QWidget(parent), t
     table_->setRootIsDecorated(false);
     table_->setAlternatingRowColors(true);
     table_->header()->setStretchLastSection(true);
+    table_->header()->setMinimumSectionSize(40);
+    table_->header()->resizeSection(0, 80);
+    // The two value columns share what the first leaves, so that nothing scrolls sideways in a narrow dock.
+    table_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 4, 4, 4);
     layout->addWidget(table_);
