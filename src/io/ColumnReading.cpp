@@ -8,24 +8,22 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 namespace Tessaly {
 
 namespace {
 
-void readAll(hid_t dataset, hid_t memoryType, void* target) {
-    requireSuccess(H5Dread(dataset, memoryType, H5S_ALL, H5S_ALL, H5P_DEFAULT, target), "H5Dread");
-}
-
 /// Reads in the stored width into the end of the column's own memory and widens from the front. That needs no second
 /// buffer, and the library's slower conversion to double is not asked for.
 template <typename Stored>
-void readWidened(hid_t dataset, hid_t memoryType, std::vector<double>& column) {
-    static_assert(sizeof(Stored) <= sizeof(double));
-    const std::size_t count = column.size();
-    std::byte* bytes = reinterpret_cast<std::byte*>(column.data());
-    const std::byte* source = bytes + count * (sizeof(double) - sizeof(Stored));
-    readAll(dataset, memoryType, bytes + count * (sizeof(double) - sizeof(Stored)));
+void readWhole(hid_t dataset, hid_t memoryType, std::size_t count, std::vector<double>& column) {
+    column.resize(count);
+    const std::size_t shift = count * (sizeof(double) - sizeof(Stored));
+    std::byte* const source = reinterpret_cast<std::byte*>(column.data()) + shift;
+    requireSuccess(H5Dread(dataset, memoryType, H5S_ALL, H5S_ALL, H5P_DEFAULT, source), "H5Dread");
+    if constexpr (std::is_same_v<Stored, double>)
+        return;
     // A block is copied out before its place may be overwritten: writing never overtakes reading.
     std::array<Stored, 1024> block;
     for (std::size_t begin = 0; begin < count; begin += block.size()) {
@@ -36,22 +34,56 @@ void readWidened(hid_t dataset, hid_t memoryType, std::vector<double>& column) {
     }
 }
 
-void readIntegers(hid_t dataset, hid_t type, std::vector<double>& column) {
+/// Reads block by block through a small buffer. Fresh memory is expensive to touch; so every page of the column is
+/// touched once, by the numbers themselves, without zeros before them.
+template <typename Stored>
+void readInBlocks(hid_t dataset, hid_t memoryType, std::size_t count, std::vector<double>& column) {
+    const std::size_t blockLength = std::min(count, std::size_t{12} * 1024);
+    const Hdf5Id fileSpace(H5Dget_space(dataset), H5Sclose, "H5Dget_space");
+    const hsize_t bufferLength = blockLength;
+    const Hdf5Id memorySpace(H5Screate_simple(1, &bufferLength, nullptr), H5Sclose, "H5Screate_simple");
+    std::vector<Stored> block(blockLength);
+    column.reserve(count);
+    for (hsize_t begin = 0; begin < count; begin += blockLength) {
+        const hsize_t length = std::min<hsize_t>(blockLength, count - begin);
+        const hsize_t origin = 0;
+        requireSuccess(H5Sselect_hyperslab(fileSpace.get(), H5S_SELECT_SET, &begin, nullptr, &length, nullptr),
+                       "H5Sselect_hyperslab");
+        requireSuccess(H5Sselect_hyperslab(memorySpace.get(), H5S_SELECT_SET, &origin, nullptr, &length, nullptr),
+                       "H5Sselect_hyperslab");
+        requireSuccess(H5Dread(dataset, memoryType, memorySpace.get(), fileSpace.get(), H5P_DEFAULT, block.data()),
+                       "H5Dread");
+        column.insert(column.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(length));
+    }
+}
+
+/// Chunks may be larger than a block and would be unpacked again for every one, so these are read in one piece.
+template <typename Stored>
+void readWidened(hid_t dataset, hid_t memoryType, std::size_t count, std::vector<double>& column) {
+    const Hdf5Id properties(H5Dget_create_plist(dataset), H5Pclose, "H5Dget_create_plist");
+    if (H5Pget_layout(properties.get()) == H5D_CONTIGUOUS)
+        readInBlocks<Stored>(dataset, memoryType, count, column);
+    else
+        readWhole<Stored>(dataset, memoryType, count, column);
+}
+
+/// Leaves the column empty for kinds that aren't read.
+void readIntegers(hid_t dataset, hid_t type, std::size_t count, std::vector<double>& column) {
     const bool isSigned = H5Tget_sign(type) != H5T_SGN_NONE;
     switch (H5Tget_size(type)) {
     case 1:
-        return isSigned ? readWidened<std::int8_t>(dataset, H5T_NATIVE_INT8, column)
-                        : readWidened<std::uint8_t>(dataset, H5T_NATIVE_UINT8, column);
+        return isSigned ? readWidened<std::int8_t>(dataset, H5T_NATIVE_INT8, count, column)
+                        : readWidened<std::uint8_t>(dataset, H5T_NATIVE_UINT8, count, column);
     case 2:
-        return isSigned ? readWidened<std::int16_t>(dataset, H5T_NATIVE_INT16, column)
-                        : readWidened<std::uint16_t>(dataset, H5T_NATIVE_UINT16, column);
+        return isSigned ? readWidened<std::int16_t>(dataset, H5T_NATIVE_INT16, count, column)
+                        : readWidened<std::uint16_t>(dataset, H5T_NATIVE_UINT16, count, column);
     case 4:
-        return isSigned ? readWidened<std::int32_t>(dataset, H5T_NATIVE_INT32, column)
-                        : readWidened<std::uint32_t>(dataset, H5T_NATIVE_UINT32, column);
+        return isSigned ? readWidened<std::int32_t>(dataset, H5T_NATIVE_INT32, count, column)
+                        : readWidened<std::uint32_t>(dataset, H5T_NATIVE_UINT32, count, column);
     case 8:
-        return readWidened<std::int64_t>(dataset, H5T_NATIVE_INT64, column);
+        return readWidened<std::int64_t>(dataset, H5T_NATIVE_INT64, count, column);
     default:
-        return; // zeros
+        return;
     }
 }
 
@@ -75,26 +107,28 @@ std::vector<double> readColumn(std::int64_t dataset, std::uint64_t byteBudget) {
     requirePlausible(dataset, extent[0], sizeof(double));
     if (saturatedProduct(extent[0], sizeof(double)) > byteBudget)
         throw FileError("the columns of the file declare more data than it can hold");
-    std::vector<double> column(extent[0], 0.0);
-    if (column.empty())
+    const std::size_t count = extent[0];
+    std::vector<double> column;
+    if (count == 0)
         return column;
     const Hdf5Id type(H5Dget_type(dataset), H5Tclose, "H5Dget_type");
     switch (H5Tget_class(type.get())) {
     case H5T_FLOAT:
         if (H5Tget_size(type.get()) == sizeof(float))
-            readWidened<float>(dataset, H5T_NATIVE_FLOAT, column);
+            readWidened<float>(dataset, H5T_NATIVE_FLOAT, count, column);
         else
-            readAll(dataset, H5T_NATIVE_DOUBLE, column.data());
+            readWidened<double>(dataset, H5T_NATIVE_DOUBLE, count, column);
         break;
     case H5T_INTEGER:
-        readIntegers(dataset, type.get(), column);
+        readIntegers(dataset, type.get(), count, column);
         break;
     case H5T_ENUM:
-        readWidened<std::int8_t>(dataset, H5T_NATIVE_INT8, column);
+        readWidened<std::int8_t>(dataset, H5T_NATIVE_INT8, count, column);
         break;
     default:
-        break; // zeros
+        break;
     }
+    column.resize(count); // kinds that aren't read are zeros
     return column;
 }
 
