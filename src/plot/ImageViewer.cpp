@@ -134,7 +134,7 @@ void ImageViewer::buildLayout() {
     scrollArea_->setMinimumHeight(80);
 
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setContentsMargins(4, 4, 4, 4);
     layout->setSpacing(4);
     layout->addWidget(infoLabel_);
     layout->addWidget(scrollArea_, 1);
