@@ -9,6 +9,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <limits>
 
 namespace Tessaly {
@@ -84,49 +85,73 @@ std::vector<double> kernelTaps(double cells, int gridSize) {
     return taps;
 }
 
-/// Adds up shifted copies of a row: result[i] = sum over k of taps[k] * source[i - k * stride].
-/// A piece of the result stays in registers while the taps pass by.
-void convolve(const double* source, std::ptrdiff_t stride, std::span<const double> taps, double* result, int count) {
-    constexpr int piece = 16;
-    int i = 0;
-    for (; i + piece <= count; i += piece) {
-        std::array<double, piece> sums{};
-        const double* from = source + i;
-        for (const double tap : taps) {
-            for (std::size_t lane = 0; lane < piece; ++lane)
-                sums[lane] += tap * from[lane];
-            from -= stride;
-        }
-        std::copy(sums.begin(), sums.end(), result + i);
+/// A piece of a grid's row, short enough to stay in registers while the taps pass by.
+constexpr std::size_t pieceSize = 16;
+
+/// result[i] = sum over t of taps[t] * from[i - t * stride], for one piece.
+void convolvePiece(const double* from, std::size_t stride, std::span<const double> taps, double* result) {
+    std::array<double, pieceSize> sums{};
+    for (const double tap : taps) {
+        for (std::size_t i = 0; i < pieceSize; ++i)
+            sums[i] += tap * from[i];
+        from -= stride;
     }
-    for (; i < count; ++i) {
-        double sum = 0.0;
-        const double* from = source + i;
-        for (const double tap : taps) {
-            sum += tap * *from;
-            from -= stride;
-        }
-        result[i] = sum;
-    }
+    std::copy(sums.begin(), sums.end(), result);
 }
 
-/// Smooths counts along the rows, then along the columns; outside of the grid there is nothing.
+/// The taps that meet something: those with which positions `first` to `last` reach places `from` to `to`.
+struct TapRange {
+    std::size_t begin;
+    std::size_t end;
+
+    TapRange(std::size_t from, std::size_t to, std::size_t first, std::size_t last, std::size_t tapCount) {
+        const std::size_t radius = tapCount / 2;
+        begin = from + radius > last ? from + radius - last : 0;
+        end = to + radius + 1 > first ? std::min(to + radius + 1 - first, tapCount) : 0;
+    }
+};
+
+/// Smooths counts along the rows, then along the columns. Outside of the grid there is nothing, as there is in many
+/// rows and at many rows' ends: adding zeros changes no sum, so that they are left out.
 std::vector<double> smoothed(const std::vector<std::uint32_t>& counts, int size, std::span<const double> xTaps,
                              std::span<const double> yTaps) {
     const auto width = static_cast<std::size_t>(size);
-    const std::size_t xRadius = xTaps.size() / 2;
-    const std::size_t yRadius = yTaps.size() / 2;
-    // Zeros around rows and columns stand for the outside: adding them changes no sum.
-    std::vector<double> row(width + 2 * xRadius);
-    std::vector<double> rows((width + 2 * yRadius) * width);
+    const std::size_t paddedWidth = (width + pieceSize - 1) / pieceSize * pieceSize;
+    std::vector<double> source(paddedWidth + xTaps.size() - 1);
+    std::vector<double> rows(paddedWidth * width);
+    std::size_t firstRow = width;
+    std::size_t lastRow = 0;
     for (std::size_t r = 0; r < width; ++r) {
-        std::copy_n(counts.begin() + static_cast<std::ptrdiff_t>(r * width), size,
-                    row.begin() + static_cast<std::ptrdiff_t>(xRadius));
-        convolve(row.data() + 2 * xRadius, 1, xTaps, rows.data() + (r + yRadius) * width, size);
+        const std::uint32_t* row = counts.data() + r * width;
+        const auto first = static_cast<std::size_t>(std::find_if(row, row + width, std::identity()) - row);
+        if (first == width)
+            continue;
+        std::size_t last = width - 1;
+        while (row[last] == 0)
+            --last;
+        firstRow = std::min(firstRow, r);
+        lastRow = r;
+        std::copy_n(row, width, source.begin() + static_cast<std::ptrdiff_t>(xTaps.size() / 2));
+        for (std::size_t i = 0; i < paddedWidth; i += pieceSize) {
+            const TapRange range(i, i + pieceSize - 1, first, last, xTaps.size());
+            if (range.begin < range.end)
+                convolvePiece(source.data() + i + xTaps.size() - 1 - range.begin, 1,
+                              xTaps.subspan(range.begin, range.end - range.begin), rows.data() + r * paddedWidth + i);
+        }
     }
     std::vector<double> result(width * width);
-    for (std::size_t r = 0; r < width; ++r)
-        convolve(rows.data() + (r + 2 * yRadius) * width, size, yTaps, result.data() + r * width, size);
+    for (std::size_t r = 0; r < width; ++r) {
+        const TapRange range(r, r, firstRow, lastRow, yTaps.size());
+        if (firstRow > lastRow || range.begin >= range.end)
+            continue;
+        const double* from = rows.data() + (r + yTaps.size() / 2 - range.begin) * paddedWidth;
+        std::array<double, pieceSize> piece;
+        for (std::size_t i = 0; i < width; i += pieceSize) {
+            convolvePiece(from + i, paddedWidth, yTaps.subspan(range.begin, range.end - range.begin), piece.data());
+            std::copy_n(piece.begin(), std::min(pieceSize, width - i),
+                        result.begin() + static_cast<std::ptrdiff_t>(r * width + i));
+        }
+    }
     return result;
 }
 
