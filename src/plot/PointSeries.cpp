@@ -13,7 +13,11 @@ namespace {
 
 bool isLogAxis(const QwtPlotItem& item, QwtAxisId axis) {
     const QwtPlot* plot = item.plot();
-    return plot && dynamic_cast<const QwtLogTransform*>(plot->axisScaleEngine(axis)->transformation()) != nullptr;
+    if (!plot) {
+        return false;
+    }
+    const std::unique_ptr<QwtTransform> copy(plot->axisScaleEngine(axis)->transformation());
+    return dynamic_cast<const QwtLogTransform*>(copy.get()) != nullptr;
 }
 
 QRectF rectOf(const QwtInterval& x, const QwtInterval& y) {
