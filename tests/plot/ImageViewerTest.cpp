@@ -1,0 +1,245 @@
+#include "plot/ImageViewer.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QContextMenuEvent>
+#include <QDir>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+#include <opencv2/imgcodecs.hpp>
+
+namespace Tessaly {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+class ImageViewerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        viewer.resize(300, 400);
+        viewer.show();
+        QApplication::processEvents();
+    }
+
+    template <class Widget>
+    Widget* child(const char* name) {
+        return viewer.findChild<Widget*>(name);
+    }
+    QImage shown() { return child<QLabel>("imageLabel")->pixmap().toImage(); }
+    int grayAt(int x, int y) { return qGray(shown().pixel(x, y)); }
+    QString info() { return child<QLabel>("imageInfoLabel")->text(); }
+    QSize viewport() { return child<QScrollArea>("imageScrollArea")->maximumViewportSize(); }
+
+    /// Answers the save dialog and the message box behind it.
+    QStringList saveAs(const QString& fileName) {
+        QStringList boxes;
+        QTimer timer;
+        QObject::connect(&timer, &QTimer::timeout, [&] {
+            QWidget* modal = QApplication::activeModalWidget();
+            if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
+                dialog->findChild<QLineEdit*>("fileNameEdit")->setText(fileName);
+                QMetaObject::invokeMethod(dialog, "accept");
+            } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+                boxes << box->windowTitle() << box->text();
+                box->accept();
+            }
+        });
+        timer.start(5);
+        QMetaObject::invokeMethod(&viewer, "saveImage");
+        return boxes;
+    }
+
+    ImageViewer viewer;
+};
+
+TEST_F(ImageViewerTest, ClearsTheViewUnlessTheBytesFillTheFrame) {
+    struct Case {
+        std::size_t pixels;
+        std::size_t mask; // 0: without a mask
+        int width;
+        int height;
+        bool valid;
+    };
+    const Case cases[] = {{12, 0, 4, 3, true},         {13, 0, 4, 3, true},   {11, 0, 4, 3, false},
+                          {12, 0, 0, 3, false},        {12, 0, 4, -1, false}, {0, 0, 1, 1, false},
+                          {12, 12, 4, 3, true},        {12, 11, 4, 3, false}, {11, 12, 4, 3, false},
+                          {12, 0, 65536, 65536, false} /* does not wrap */};
+    for (const Case& c : cases) {
+        viewer.setImage(Bytes(4, 9), 2, 2, "earlier");
+        if (c.mask == 0)
+            viewer.setImage(Bytes(c.pixels, 50), c.width, c.height, "Event 1");
+        else
+            viewer.setImageWithMask(Bytes(c.pixels, 50), Bytes(c.mask, 1), c.width, c.height, "Event 1");
+        EXPECT_EQ(info(), c.valid ? "Event 1" : "No Image") << c.pixels << " " << c.width << " x " << c.height;
+        EXPECT_EQ(shown().isNull(), !c.valid);
+    }
+}
+
+TEST_F(ImageViewerTest, StretchesContrastAndTintsTheMask) {
+    viewer.actualSize();
+    viewer.setImage({50, 60, 100, 150}, 4, 1, "");
+    const int plain[] = {50, 60, 100, 150};
+    for (int x = 0; x < 4; ++x)
+        EXPECT_EQ(grayAt(x, 0), plain[x]);
+
+    QSignalSpy toggled(&viewer, &ImageViewer::autoContrastToggled);
+    child<QCheckBox>("autoContrastCheck")->click();
+    EXPECT_TRUE(viewer.isAutoContrast());
+    ASSERT_EQ(toggled.count(), 1);
+    const int stretched[] = {0, 26, 128, 255}; // (v - 50) * 2.55: 0, 25.5 and 127.5 to even, 255
+    for (int x = 0; x < 4; ++x)
+        EXPECT_NEAR(grayAt(x, 0), stretched[x], 1);
+
+    // Tinted after the stretch: 0.7 v + 0.3 (254, 204, 0); every non-zero byte is inside.
+    viewer.setImageWithMask({50, 60, 100, 150}, {1, 0, 0, 255}, 4, 1, "");
+    const auto rgb = [&](int x) { return shown().pixelColor(x, 0); };
+    EXPECT_EQ(rgb(0), QColor(76, 61, 0)); // v = 0: 76.2, 61.2, 0
+    EXPECT_EQ(rgb(3).red(), 255);         // v = 255: 254.7, 239.7, 178.5
+    EXPECT_EQ(rgb(3).green(), 240);
+    EXPECT_NEAR(rgb(3).blue(), 178.5, 0.5);
+    EXPECT_EQ(rgb(1).red(), rgb(1).blue());
+    EXPECT_NEAR(rgb(1).red(), 26, 1);
+}
+
+TEST_F(ImageViewerTest, LeavesAFlatImageAlone) {
+    viewer.actualSize();
+    child<QCheckBox>("autoContrastCheck")->setChecked(true);
+    viewer.setImage(Bytes(9, 77), 3, 3, "");
+    EXPECT_EQ(grayAt(1, 1), 77);
+}
+
+TEST_F(ImageViewerTest, ZoomsBySteppingWithinItsLimits) {
+    viewer.actualSize();
+    viewer.setImage(Bytes(200, 1), 20, 10, "");
+    viewer.zoomIn();
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 1.25);
+    EXPECT_EQ(shown().size(), QSize(25, 12)); // 12.5 is cut off
+    EXPECT_EQ(child<QLabel>("imageLabel")->size(), QSize(25, 12));
+    for (int i = 0; i < 20; ++i)
+        viewer.zoomIn();
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 10.0);
+    for (int i = 0; i < 40; ++i)
+        viewer.zoomOut();
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 0.1);
+    EXPECT_EQ(shown().size(), QSize(2, 1));
+
+    viewer.setImage(Bytes(25, 1), 5, 5, "");
+    EXPECT_TRUE(shown().isNull()); // half a pixel is none
+    child<QPushButton>("actualSizeButton")->click();
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 1.0);
+}
+
+TEST_F(ImageViewerTest, FitsEachNewImageUntilTheUserZooms) {
+    const auto fitted = [&](double columns, double rows) {
+        return std::min(viewport().width() / columns, viewport().height() / rows);
+    };
+    viewer.setImage(Bytes(250 * 80, 1), 250, 80, "");
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), fitted(250, 80));
+    viewer.setImage(Bytes(100 * 400, 1), 100, 400, "");
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), fitted(100, 400));
+    viewer.setImage(Bytes(4, 1), 2, 2, "");
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 10.0);
+
+    child<QPushButton>("zoomOutButton")->click();
+    viewer.setImage(Bytes(250 * 80, 1), 250, 80, "");
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 8.0);
+    child<QPushButton>("fitButton")->click(); // scroll bars are up by now and have to go
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), fitted(250, 80));
+    viewer.setImage(Bytes(100 * 400, 1), 100, 400, "");
+    EXPECT_DOUBLE_EQ(viewer.zoomFactor(), fitted(100, 400));
+}
+
+TEST_F(ImageViewerTest, MaskBoxReportsAndCanBeDisabled) {
+    EXPECT_TRUE(viewer.isMaskShown());
+    QSignalSpy toggled(&viewer, &ImageViewer::showMaskToggled);
+    child<QCheckBox>("showMaskCheck")->click();
+    EXPECT_FALSE(viewer.isMaskShown());
+    ASSERT_EQ(toggled.count(), 1);
+    viewer.setMaskControlEnabled(false);
+    child<QCheckBox>("showMaskCheck")->click();
+    EXPECT_EQ(toggled.count(), 1);
+}
+
+TEST_F(ImageViewerTest, KeepsItsButtonsWholeInANarrowColumn) {
+    viewer.setFixedWidth(260);
+    QApplication::processEvents();
+    EXPECT_LE(viewer.minimumSizeHint().width(), 260);
+    for (auto* control : viewer.findChildren<QAbstractButton*>()) {
+        EXPECT_GE(control->width(), control->sizeHint().width()) << control->objectName().toStdString();
+        const QRect inViewer(control->mapTo(&viewer, QPoint(0, 0)), control->size());
+        EXPECT_TRUE(viewer.rect().contains(inViewer)) << control->objectName().toStdString();
+        EXPECT_FALSE(control->accessibleName().isEmpty());
+    }
+}
+
+TEST_F(ImageViewerTest, SavesTheOriginalPixels) {
+    const QTemporaryDir folder;
+    const Bytes pixels{50, 60, 70, 80, 90, 250};
+    viewer.setImageWithMask(pixels, Bytes(6, 1), 3, 2, "");
+    child<QCheckBox>("autoContrastCheck")->setChecked(true);
+    QSignalSpy saved(&viewer, &ImageViewer::imageSaved);
+
+    const QStringList success{"Success", "Image saved successfully."};
+    EXPECT_EQ(saveAs(folder.filePath("gap 0.5")), success);
+    ASSERT_EQ(saved.count(), 1);
+    const QString path = folder.filePath("gap 0.5.png");
+    EXPECT_EQ(saved[0][0].toString(), path);
+    const cv::Mat read = cv::imread(path.toStdString(), cv::IMREAD_UNCHANGED);
+    ASSERT_EQ(read.type(), CV_8UC1);
+    ASSERT_EQ(read.cols, 3);
+    EXPECT_EQ(Bytes(read.begin<std::uint8_t>(), read.end<std::uint8_t>()), pixels);
+}
+
+TEST_F(ImageViewerTest, TellsWhySavingFailedAndLeavesNoFile) {
+    const QTemporaryDir folder;
+    viewer.setImage(Bytes(4, 1), 2, 2, "");
+    QSignalSpy saved(&viewer, &ImageViewer::imageSaved);
+    for (const char* name : {"image.unknown", "missing folder/image.png"}) {
+        const QStringList boxes = saveAs(folder.filePath(name));
+        ASSERT_EQ(boxes.size(), 2) << name;
+        EXPECT_EQ(boxes[0], "Error");
+        EXPECT_TRUE(boxes[1].startsWith("Failed to save image: ")) << boxes[1].toStdString();
+    }
+    EXPECT_EQ(saved.count(), 0);
+    EXPECT_TRUE(QDir(folder.path()).isEmpty());
+
+    viewer.clearImage();
+    const QStringList none{"No Image", "There is no image to save."};
+    EXPECT_EQ(saveAs("never asked for"), none);
+}
+
+TEST_F(ImageViewerTest, OffersAMenuOnlyOverAnImage) {
+    QStringList entries;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+            for (const QAction* action : menu->actions())
+                entries << action->text();
+            menu->close();
+        }
+    });
+    timer.start(5);
+    const auto rightClick = [&] {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, {50, 50}, viewer.mapToGlobal(QPoint(50, 50)));
+        QApplication::sendEvent(&viewer, &event);
+        QApplication::processEvents();
+    };
+    rightClick();
+    EXPECT_TRUE(entries.isEmpty());
+    viewer.setImage(Bytes(4, 1), 2, 2, "");
+    rightClick();
+    EXPECT_EQ(entries, QStringList{"Save Image..."});
+}
+
+} // namespace
+} // namespace Tessaly

@@ -1,0 +1,116 @@
+#include "plot/TracePlot.h"
+
+#include <QPen>
+#include <qwt_plot_curve.h>
+#include <qwt_scale_div.h>
+#include <qwt_text.h>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace Tessaly {
+namespace {
+
+QList<QwtPlotCurve*> curvesOf(const QwtPlot& plot) {
+    QList<QwtPlotCurve*> curves;
+    for (QwtPlotItem* item : plot.itemList(QwtPlotItem::Rtti_PlotCurve))
+        curves << static_cast<QwtPlotCurve*>(item);
+    return curves;
+}
+
+TEST(WavelengthColorTest, FollowsThePiecewiseSpectrum) {
+    struct Case {
+        int wavelength;
+        QColor color;
+    };
+    // Calculated with Python's pow() from the table of pieces: truncate(255 * (f * c)^0.8).
+    const Case cases[] = {
+        {379, {128, 128, 128}}, {380, {97, 0, 97}},                         // c = 1, f = 0.3
+        {400, {130, 0, 180}},                                               // r = 2/3, f = 0.65
+        {440, {0, 0, 255}},     {465, {0, 146, 255}},                       // g = 1/2
+        {500, {0, 255, 146}},                                               // b = 1/2
+        {525, {74, 255, 0}},                                                // r = 15/70
+        {593, {255, 213, 0}},                                               // g = 52/65
+        {645, {255, 0, 0}},     {700, {255, 0, 0}},     {740, {180, 0, 0}}, // f = 0.65
+        {780, {97, 0, 0}},      {781, {128, 128, 128}}, {800, {128, 128, 128}},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(wavelengthColor(c.wavelength).name().toStdString(), c.color.name().toStdString()) << c.wavelength;
+}
+
+TEST(TracePlotTest, ChannelsTakeNamesColoursAndOffsets) {
+    TracePlot plot;
+    EXPECT_FALSE(plot.hasChannels());
+    plot.setupChannels({{3, "unknown"}, {1, "525/50"}, {2, "593"}}, {{1, 7.0}}, 1e6, {"fl1_median_rf", "fl2_median"},
+                       true);
+    ASSERT_TRUE(plot.hasChannels());
+    struct Case {
+        const char* traceName;
+        const char* title;
+        QColor color;
+        double offset;
+    };
+    const Case cases[] = {{"fl1_median_rf", "FL1 refined (525/50)", wavelengthColor(525), 7.0},
+                          {"fl2_median", "FL2 (593)", wavelengthColor(593), 0.0},
+                          {"fl3_median", "FL3 (unknown)", QColor(Qt::gray), 0.0}};
+    const auto curves = curvesOf(plot);
+    ASSERT_EQ(curves.size(), 3);
+    for (std::size_t i = 0; i < 3; ++i) {
+        const TraceChannel& channel = plot.channels()[i];
+        EXPECT_EQ(channel.traceName, cases[i].traceName);
+        EXPECT_EQ(channel.color, cases[i].color);
+        EXPECT_EQ(channel.offset, cases[i].offset);
+        const QwtPlotCurve* curve = curves[static_cast<qsizetype>(i)];
+        EXPECT_EQ(curve->title().text().toStdString(), cases[i].title);
+        EXPECT_EQ(curve->pen().color(), cases[i].color);
+        EXPECT_FALSE(curve->isVisible());
+    }
+    // Without the wish for refined traces the plain ones are taken, and the old curves go.
+    plot.setupChannels({{1, "525/50"}}, {}, 1e6, {"fl1_median_rf"}, false);
+    ASSERT_EQ(curvesOf(plot).size(), 1);
+    EXPECT_EQ(plot.channels()[0].traceName, "fl1_median");
+    EXPECT_EQ(curvesOf(plot)[0]->title().text(), "FL1 (525/50)");
+}
+
+TEST(TracePlotTest, TracesAreDrawnAgainstTimeWithTheirOffset) {
+    struct Case {
+        double sampleRate;
+        double step; // microseconds, or samples if the rate is not known
+    };
+    for (const Case& c : {Case{500000.0, 2.0}, Case{0.0, 1.0}, Case{-5.0, 1.0}}) {
+        TracePlot plot;
+        plot.setupChannels({{1, "525/50"}, {2, "593/46"}, {3, "700/75"}}, {{2, -10.0}}, c.sampleRate, {}, false);
+        plot.setTraces({{"fl1_median", {1.0F, 50000.0F, 3.0F}}, {"fl2_median", {20.0F, 30.0F}}, {"fl3_median", {}}});
+        const auto curves = curvesOf(plot);
+        ASSERT_EQ(curves.size(), 3);
+        ASSERT_EQ(curves[0]->dataSize(), 3U);
+        EXPECT_EQ(curves[0]->sample(2), QPointF(2 * c.step, 3.0));
+        ASSERT_EQ(curves[1]->dataSize(), 2U);
+        EXPECT_EQ(curves[1]->sample(1), QPointF(c.step, 20.0));
+        EXPECT_TRUE(curves[0]->isVisible() && curves[1]->isVisible());
+        EXPECT_FALSE(curves[2]->isVisible());
+        // A sample above the scale does not widen it.
+        EXPECT_EQ(plot.axisScaleDiv(QwtPlot::yLeft).lowerBound(), -10.0);
+        EXPECT_EQ(plot.axisScaleDiv(QwtPlot::yLeft).upperBound(), 35000.0);
+        EXPECT_TRUE(plot.axisAutoScale(QwtPlot::xBottom));
+
+        plot.setTraces({});
+        for (const QwtPlotCurve* curve : curves) {
+            EXPECT_EQ(curve->dataSize(), 0U);
+            EXPECT_FALSE(curve->isVisible());
+        }
+        EXPECT_TRUE(plot.hasChannels());
+    }
+}
+
+TEST(TracePlotTest, LeavesOutSamplesThatAreNoNumber) {
+    TracePlot plot;
+    plot.setupChannels({{1, "525"}}, {}, 1e6, {}, false);
+    plot.setTraces({{"fl1_median", {std::numeric_limits<float>::quiet_NaN(), 4.0F}}});
+    ASSERT_EQ(curvesOf(plot)[0]->dataSize(), 1U);
+    EXPECT_EQ(curvesOf(plot)[0]->sample(0), QPointF(1.0, 4.0));
+}
+
+} // namespace
+} // namespace Tessaly
