@@ -1,0 +1,67 @@
+#include "DemoSet.h"
+
+namespace Tessaly {
+
+namespace {
+
+struct Donor {
+    double stiffness;
+    double size;
+    std::size_t controlEvents;
+    std::size_t treatedEvents;
+};
+
+constexpr Donor donors[] = {{0.94, 1.02, 2400, 2200}, {1.0, 1.0, 2800, 2000}, {1.07, 0.97, 2100, 2600}};
+
+std::array<CellKind, 2> populations(double stiffness, double size, double secondDye) {
+    return {CellKind{0.58, 70.0 * size, 0.10, 0.8 * stiffness, 0.15, {0.0, 450.0 * secondDye, 0.0}},
+            CellKind{0.42, 125.0 * size, 0.11, 1.6 * stiffness, 0.15, {2500.0, 120.0 * secondDye, 0.0}}};
+}
+
+} // namespace
+
+std::vector<DemoSetEntry> demoSet() {
+    std::vector<DemoSetEntry> entries;
+    for (const bool treated : {false, true}) {
+        const std::string condition = treated ? "Treated" : "Control";
+        for (std::int64_t donor = 1; donor <= 3; ++donor) {
+            const Donor& properties = donors[donor - 1];
+            const std::string number = std::to_string(donor);
+            DemoRun run;
+            run.sample = condition + " donor ID" + number + " BR1 TR1";
+            run.date = "2024-05-1" + number;
+            run.time = treated ? "14:20:00" : "10:05:00";
+            run.runIndex = 2 * donor + (treated ? 1 : 0);
+            run.seed = static_cast<std::uint64_t>(1000 + 10 * donor + (treated ? 1 : 0));
+            run.events = treated ? properties.treatedEvents : properties.controlEvents;
+            run.temperature = 22.9 + 0.2 * static_cast<double>(donor);
+            run.kinds = populations((treated ? 1.3 : 1.0) * properties.stiffness, properties.size, treated ? 1.8 : 1.0);
+            if (treated && donor == 3)
+                run.changedSampleName = "Treated donor ID3 BR1 TR1 (single cells)";
+            entries.push_back({condition, condition + "_donor" + number + ".vqd", run});
+        }
+    }
+    DemoRun reservoir;
+    reservoir.sample = "Control donor ID1 reservoir";
+    reservoir.date = "2024-05-11";
+    reservoir.time = "09:50:00";
+    reservoir.seed = 2000;
+    reservoir.events = 2000;
+    reservoir.reservoir = true;
+    reservoir.temperature = 23.1;
+    reservoir.kinds = populations(donors[0].stiffness, donors[0].size, 1.0);
+    entries.push_back({"Control", "Control_donor1_reservoir.vqd", reservoir});
+    return entries;
+}
+
+DemoRun benchmarkRun(std::size_t events, bool images) {
+    DemoRun run;
+    run.sample = "Benchmark, " + std::to_string(events) + " events";
+    run.seed = 3000;
+    run.events = events;
+    run.images = images;
+    run.kinds = populations(1.0, 1.0, 1.0);
+    return run;
+}
+
+} // namespace Tessaly

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "DemoRun.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessaly {
+
+/// A run of the demo set and where it goes.
+struct DemoSetEntry {
+    std::string folder; ///< below the set's own
+    std::string fileName;
+    DemoRun run;
+};
+
+/// Two conditions with three donors each and a run in the reservoir. Treated cells are a third stiffer; a donor's cells
+/// are a little softer or stiffer in both conditions. Sample names bear the donor's number (ID) and the replicate (BR).
+std::vector<DemoSetEntry> demoSet();
+
+/// One measurement of any length, for benchmarks.
+DemoRun benchmarkRun(std::size_t events, bool images);
+
+} // namespace Tessaly
