@@ -28,8 +28,8 @@ void runningMedian(const std::int16_t* raw, std::int16_t* median, std::size_t co
 void setPeak(std::size_t channel, double height, double position, double width, double area, EventScalars& scalars) {
     const bool found = height >= PeakThreshold;
     scalars[ofChannel(Feature::Fl1Max, channel)] = height;
-    // The third channel reports no place without a peak; the others keep that of their largest sample.
-    scalars[ofChannel(Feature::Fl1Pos, channel)] = found || channel < 3 ? position : NaN;
+    // The third channel reports no place when nothing rises above the baseline; the others keep their largest sample's.
+    scalars[ofChannel(Feature::Fl1Pos, channel)] = height > 0.0 || channel < 3 ? position : NaN;
     scalars[ofChannel(Feature::Fl1Width, channel)] = found ? width : 0.0;
     scalars[ofChannel(Feature::Fl1Area, channel)] = area;
     scalars[ofChannel(Feature::Fl1Npeaks, channel)] = found ? 1.0 : 0.0;
