@@ -3,6 +3,7 @@
 #include "plot/ImageViewer.h"
 #include "plot/TracePlot.h"
 
+#include <QEvent>
 #include <QHeaderView>
 #include <QSplitter>
 #include <QTableWidget>
@@ -13,7 +14,7 @@ namespace Tessaly {
 
 namespace {
 
-constexpr int ValueWidth = 90;
+constexpr int ValueWidth = 84;
 
 QTableWidgetItem* itemAt(QTableWidget* table, int row, int column) {
     QTableWidgetItem* item = table->item(row, column);
@@ -48,11 +49,17 @@ EventPanel::EventPanel(QWidget* parent)
     splitter->setChildrenCollapsible(false);
     addTab(splitter, tr("Image"));
 
+    buildTable();
+    addTab(table_, tr("Event Data"));
+}
+
+void EventPanel::buildTable() {
     table_->setObjectName(QStringLiteral("eventTable"));
     table_->setAccessibleName(tr("Event Data"));
     table_->setHorizontalHeaderLabels({tr("Feature"), tr("Value")});
     table_->setAlternatingRowColors(true);
     table_->verticalHeader()->hide();
+    table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().height() + 8);
     table_->horizontalHeader()->setStretchLastSection(true);
     table_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -60,7 +67,7 @@ EventPanel::EventPanel(QWidget* parent)
     table_->setWordWrap(false);
     // Tab leaves the table instead of walking through hundreds of cells.
     table_->setTabKeyNavigation(false);
-    addTab(table_, tr("Event Data"));
+    table_->viewport()->installEventFilter(this);
 }
 
 void EventPanel::setValues(const std::vector<EventValue>& values) {
@@ -75,12 +82,23 @@ void EventPanel::setValues(const std::vector<EventValue>& values) {
         itemAt(table_, row, 1)->setText(value.value);
     }
     if (otherRows) {
-        // The labels get what they need as long as the values stay in sight.
-        table_->resizeColumnToContents(0);
-        const int room = std::max(table_->viewport()->width() - ValueWidth, ValueWidth);
-        table_->setColumnWidth(0, std::min(table_->columnWidth(0), room));
+        fitLabelColumn();
     }
     table_->setUpdatesEnabled(true);
+}
+
+void EventPanel::fitLabelColumn() {
+    // The labels get what they need as long as the values stay in sight.
+    table_->resizeColumnToContents(0);
+    const int room = std::max(table_->viewport()->width() - ValueWidth, ValueWidth);
+    table_->setColumnWidth(0, std::min(table_->columnWidth(0), room));
+}
+
+bool EventPanel::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == table_->viewport() && event->type() == QEvent::Resize) {
+        fitLabelColumn();
+    }
+    return QTabWidget::eventFilter(watched, event);
 }
 
 void EventPanel::clearValues() {

@@ -31,7 +31,12 @@ public:
     void setValues(const std::vector<EventValue>& values);
     void clearValues();
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    void buildTable();
+    void fitLabelColumn();
+
     ImageViewer* imageViewer_;
     TracePlot* tracePlot_;
     QTableWidget* table_;

@@ -125,6 +125,8 @@ QWidget* buildCentre(MainPanels& panels) {
     layout->addLayout(buildEventRow(panels));
 
     panels.plot = new ScatterPlot;
+    // The axes would like more, which would keep the window from fitting on a small screen.
+    panels.plot->setMinimumSize(200, 200);
     panels.event = new EventPanel;
     auto* splitter = new QSplitter(Qt::Horizontal);
     splitter->setObjectName(QStringLiteral("plotSplitter"));

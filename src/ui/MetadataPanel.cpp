@@ -66,6 +66,7 @@ MetadataPanel::MetadataPanel(QWidget* parent) : QTreeWidget(parent) {
     setColumnCount(2);
     setHeaderLabels({tr("Parameter"), tr("Value")});
     header()->setStretchLastSection(true);
+    setStyleSheet(QStringLiteral("QTreeWidget::item { padding: 2px 0; }"));
     setEditTriggers(QAbstractItemView::NoEditTriggers);
 }
 

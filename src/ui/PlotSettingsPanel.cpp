@@ -24,7 +24,7 @@ namespace {
 constexpr int MinFeatureWidth = 150;
 constexpr int ColumnSpacing = 4;
 constexpr int RowSpacing = 2;
-constexpr int HalfSpacing = 8;
+constexpr int HalfSpacing = 6;
 constexpr int LogItem = 1;
 
 constexpr char LogProblemSheet[] = "QComboBox { background-color: #fff8e1; border: 1px solid #f9a825; }";
@@ -81,7 +81,7 @@ PlotSettingsPanel::PlotSettingsPanel(QWidget* parent) : QGroupBox(tr("Plot Setti
     buildOverlayControls();
 
     halves_ = new QHBoxLayout(this);
-    halves_->setContentsMargins(8, 4, 8, 6);
+    halves_->setContentsMargins(6, 4, 6, 6);
     halves_->setSpacing(HalfSpacing);
     left_ = new QGridLayout;
     right_ = new QGridLayout;
@@ -283,10 +283,14 @@ void PlotSettingsPanel::updateWidths() {
         combo->setMaximumWidth(combo->fontMetrics().horizontalAdvance(tr("Position along channel axis [µm]")) + 60);
     }
     // The highlighted button is bold, which must not move its neighbours.
-    QFont bold = applyToAll_->font();
-    bold.setBold(true);
-    const QSize text = QFontMetrics(bold).size(Qt::TextShowMnemonic, applyToAll_->text());
-    applyToAll_->setMinimumSize(text + QSize(24, 12));
+    if (applyToAll_->styleSheet().isEmpty()) {
+        QFont bold = applyToAll_->font();
+        bold.setBold(true);
+        const QString text = applyToAll_->text();
+        const QSize plainSize = applyToAll_->fontMetrics().size(Qt::TextShowMnemonic, text);
+        const QSize boldSize = QFontMetrics(bold).size(Qt::TextShowMnemonic, text);
+        applyToAll_->setMinimumSize(applyToAll_->sizeHint() + (boldSize - plainSize).expandedTo(QSize(0, 0)));
+    }
 }
 
 void PlotSettingsPanel::connectControls() {

@@ -15,7 +15,11 @@ StatisticsDockWidget::StatisticsDockWidget(QWidget* parent) : QWidget(parent), t
     table_->setColumnCount(3);
     table_->setRootIsDecorated(false);
     table_->setAlternatingRowColors(true);
+    table_->setStyleSheet(QStringLiteral("QTreeWidget::item { padding: 1px 0; }"));
     table_->header()->setStretchLastSection(true);
+    table_->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+    table_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
+    table_->header()->setTextElideMode(Qt::ElideRight);
     table_->header()->setMinimumSectionSize(40);
     table_->header()->resizeSection(0, 80);
     // The two value columns share what the first leaves, so that nothing scrolls sideways in a narrow dock.
