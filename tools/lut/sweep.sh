@@ -1,0 +1,14 @@
+#!/bin/sh
+# sweep.sh LAMBDA WORK: one lambda into WORK/sweep-LAMBDA.txt, unless that file is there already.
+set -eu
+lambda=$1
+work=$2
+here=$(dirname "$0")
+target=$work/sweep-$lambda.txt
+[ -s "$target" ] && exit 0
+# the finer, the narrower the gap
+edges=$(awk -v l="$lambda" 'BEGIN { printf "%d", (l > 0.7) ? 64 + 100 * (l - 0.7) : 64 }')
+export OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1
+cd "$here"
+nice -n 10 FreeFem++ -nw -v 0 sweep.edp -lambda "$lambda" -edges "$edges" -out "$target.part" > "$target.log" 2>&1
+mv "$target.part" "$target"
