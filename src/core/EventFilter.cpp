@@ -2,6 +2,7 @@
 
 #include "core/PolygonRaster.h"
 #include "core/ScaleMath.h"
+#include "core/VectorState.h"
 
 #include <algorithm>
 #include <array>
@@ -190,6 +191,7 @@ std::vector<std::string> EventFilter::requiredFeatures() const {
 }
 
 std::vector<int> EventFilter::evaluate(const ColumnMap& columns, std::size_t eventCount) const {
+    clearUpperVectorState();
     const PreparedRules rules = preparedRules(rules_, columns, eventCount);
     std::vector<int> result;
     if (rules.isEmpty()) {

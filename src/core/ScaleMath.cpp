@@ -1,5 +1,7 @@
 #include "core/ScaleMath.h"
 
+#include "core/VectorState.h"
+
 #include <cmath>
 
 namespace Tessaly {
@@ -40,6 +42,7 @@ double PseudoLogScale::inverse(double value) const {
 }
 
 std::vector<double> transformValues(std::span<const double> values, int mode) {
+    clearUpperVectorState();
     std::vector<double> result(values.begin(), values.end());
     if (mode == ScaleMode::Log) {
         for (double& value : result)
