@@ -14,8 +14,8 @@ struct Donor {
 constexpr Donor donors[] = {{0.94, 1.02, 2400, 2200}, {1.0, 1.0, 2800, 2000}, {1.07, 0.97, 2100, 2600}};
 
 std::array<CellKind, 2> populations(double stiffness, double size, double secondDye) {
-    return {CellKind{0.58, 70.0 * size, 0.10, 0.8 * stiffness, 0.15, {0.0, 450.0 * secondDye, 0.0}},
-            CellKind{0.42, 125.0 * size, 0.11, 1.6 * stiffness, 0.15, {2500.0, 120.0 * secondDye, 0.0}}};
+    return {CellKind{0.58, 65.0 * size, 0.12, 0.8 * stiffness, 0.14, {0.0, 450.0 * secondDye, 0.0}},
+            CellKind{0.42, 150.0 * size, 0.12, 1.6 * stiffness, 0.14, {2500.0, 120.0 * secondDye, 0.0}}};
 }
 
 } // namespace
@@ -35,7 +35,8 @@ std::vector<DemoSetEntry> demoSet() {
             run.seed = static_cast<std::uint64_t>(1000 + 10 * donor + (treated ? 1 : 0));
             run.events = treated ? properties.treatedEvents : properties.controlEvents;
             run.temperature = 22.9 + 0.2 * static_cast<double>(donor);
-            run.kinds = populations((treated ? 1.3 : 1.0) * properties.stiffness, properties.size, treated ? 1.8 : 1.0);
+            run.kinds =
+                populations((treated ? 1.25 : 1.0) * properties.stiffness, properties.size, treated ? 1.8 : 1.0);
             if (treated && donor == 3)
                 run.changedSampleName = "Treated donor ID3 BR1 TR1 (single cells)";
             entries.push_back({condition, condition + "_donor" + number + ".vqd", run});
