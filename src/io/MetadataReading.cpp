@@ -1,6 +1,7 @@
 #include "MetadataReading.h"
 
 #include "io/Hdf5Library.h"
+#include "io/HeapText.h"
 
 #include <hdf5.h>
 
@@ -39,20 +40,6 @@ void readInto(hid_t attribute, hid_t memoryType, void* target) {
     requireSuccess(H5Aread(attribute, memoryType, target), "H5Aread");
 }
 
-/// The library converts no text between character sets, so the memory type takes the file's.
-std::string readVariableText(hid_t attribute, hid_t fileType) {
-    const Hdf5Id type(H5Tcopy(H5T_C_S1), H5Tclose, "H5Tcopy");
-    requireSuccess(H5Tset_size(type.get(), H5T_VARIABLE), "H5Tset_size");
-    requireSuccess(H5Tset_cset(type.get(), H5Tget_cset(fileType)), "H5Tset_cset");
-    char* value = nullptr;
-    readInto(attribute, type.get(), &value);
-    if (value == nullptr)
-        return {};
-    std::string text(value);
-    H5free_memory(value);
-    return text;
-}
-
 std::string readFixedText(hid_t attribute, hid_t fileType) {
     std::string text(H5Tget_size(fileType), '\0');
     if (H5Aget_storage_size(attribute) < text.size())
@@ -75,7 +62,7 @@ std::string readFixedText(hid_t attribute, hid_t fileType) {
 std::optional<std::string> readScalar(hid_t attribute, hid_t type) {
     switch (H5Tget_class(type)) {
     case H5T_STRING:
-        return H5Tis_variable_str(type) > 0 ? readVariableText(attribute, type) : readFixedText(attribute, type);
+        return H5Tis_variable_str(type) > 0 ? readHeapText(attribute) : readFixedText(attribute, type);
     case H5T_FLOAT: {
         double value = 0.0;
         readInto(attribute, H5T_NATIVE_DOUBLE, &value);
@@ -188,6 +175,8 @@ VQDMetadata readFileMetadata(std::int64_t file) {
     VQDMetadata metadata;
     try {
         const Hdf5Id root(H5Gopen2(file, "/", H5P_DEFAULT), H5Gclose, "H5Gopen2");
+        // Asking for any name at all decodes every attribute. If that fails, listing them would crash the library.
+        requireSuccess(H5Aexists(root.get(), "setup:module composition"), "H5Aexists");
         // Names first, values by name: opening by index looks through all attributes every time.
         std::vector<std::string> names;
         requireSuccess(H5Aiterate2(root.get(), H5_INDEX_CRT_ORDER, H5_ITER_INC, nullptr, collectName, &names),

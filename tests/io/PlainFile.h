@@ -1,0 +1,66 @@
+#pragma once
+
+#include "io/VQDReader.h"
+
+#include <hdf5.h>
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Tessaly {
+
+/// Writes a file through the plain C interface, with everything that can be got wrong left to the test.
+class PlainFile {
+public:
+    explicit PlainFile(const std::string& path) {
+        initializeHdf5();
+        file_ = checked(H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT));
+    }
+    ~PlainFile() { H5Fclose(file_); }
+    PlainFile(const PlainFile&) = delete;
+    PlainFile& operator=(const PlainFile&) = delete;
+
+    hid_t file() const { return file_; }
+
+    void group(const std::string& path) {
+        H5Gclose(checked(H5Gcreate2(file_, path.c_str(), H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT)));
+    }
+
+    /// Declares a dataset; `data` is in the type itself, or null to leave the dataset unwritten.
+    void dataset(const std::string& path, hid_t type, const std::vector<hsize_t>& extent, const void* data = nullptr,
+                 hid_t properties = H5P_DEFAULT) {
+        const hid_t space = checked(H5Screate_simple(static_cast<int>(extent.size()), extent.data(), nullptr));
+        const hid_t made = checked(H5Dcreate2(file_, path.c_str(), type, space, H5P_DEFAULT, properties, H5P_DEFAULT));
+        if (data != nullptr)
+            checked(H5Dwrite(made, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, data));
+        H5Dclose(made);
+        H5Sclose(space);
+    }
+
+    template <typename Value>
+    void column(const std::string& name, hid_t type, const std::vector<Value>& values) {
+        dataset("/events/" + name, type, {values.size()}, values.data());
+    }
+
+    /// A scalar attribute of the root group.
+    void attribute(const std::string& name, hid_t type, const void* value) {
+        const hid_t space = checked(H5Screate(H5S_SCALAR));
+        const hid_t made = checked(H5Acreate2(file_, name.c_str(), type, space, H5P_DEFAULT, H5P_DEFAULT));
+        checked(H5Awrite(made, type, value));
+        H5Aclose(made);
+        H5Sclose(space);
+    }
+
+    static hid_t checked(hid_t id) {
+        if (id < 0)
+            throw std::runtime_error("cannot write the test file");
+        return id;
+    }
+
+private:
+    hid_t file_ = -1;
+};
+
+} // namespace Tessaly
