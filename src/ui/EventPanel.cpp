@@ -3,7 +3,6 @@
 #include "plot/ImageViewer.h"
 #include "plot/TracePlot.h"
 
-#include <QEvent>
 #include <QHeaderView>
 #include <QSplitter>
 #include <QTableWidget>
@@ -25,13 +24,31 @@ QTableWidgetItem* itemAt(QTableWidget* table, int row, int column) {
     return item;
 }
 
+// The labels get what they need as long as the values stay in sight.
+void fitLabelColumn(QTableWidget* table) {
+    table->resizeColumnToContents(0);
+    const int room = std::max(table->viewport()->width() - ValueWidth, ValueWidth);
+    table->setColumnWidth(0, std::min(table->columnWidth(0), room));
+}
+
+class EventTable : public QTableWidget {
+public:
+    EventTable() : QTableWidget(0, 2) {}
+
+protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QTableWidget::resizeEvent(event);
+        fitLabelColumn(this);
+    }
+};
+
 } // namespace
 
 EventPanel::EventPanel(QWidget* parent)
     : QTabWidget(parent),
       imageViewer_(new ImageViewer),
       tracePlot_(new TracePlot),
-      table_(new QTableWidget(0, 2)) {
+      table_(new EventTable) {
     setObjectName(QStringLiteral("eventPanel"));
     setAccessibleName(tr("Event"));
     if (imageViewer_->objectName().isEmpty()) {
@@ -61,13 +78,14 @@ void EventPanel::buildTable() {
     table_->verticalHeader()->hide();
     table_->verticalHeader()->setDefaultSectionSize(table_->fontMetrics().height() + 8);
     table_->horizontalHeader()->setStretchLastSection(true);
+    // The stretched section never gets narrower than it was asked to be.
+    table_->horizontalHeader()->resizeSection(1, table_->horizontalHeader()->minimumSectionSize());
     table_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->setWordWrap(false);
     // Tab leaves the table instead of walking through hundreds of cells.
     table_->setTabKeyNavigation(false);
-    table_->viewport()->installEventFilter(this);
 }
 
 void EventPanel::setValues(const std::vector<EventValue>& values) {
@@ -82,23 +100,9 @@ void EventPanel::setValues(const std::vector<EventValue>& values) {
         itemAt(table_, row, 1)->setText(value.value);
     }
     if (otherRows) {
-        fitLabelColumn();
+        fitLabelColumn(table_);
     }
     table_->setUpdatesEnabled(true);
-}
-
-void EventPanel::fitLabelColumn() {
-    // The labels get what they need as long as the values stay in sight.
-    table_->resizeColumnToContents(0);
-    const int room = std::max(table_->viewport()->width() - ValueWidth, ValueWidth);
-    table_->setColumnWidth(0, std::min(table_->columnWidth(0), room));
-}
-
-bool EventPanel::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == table_->viewport() && event->type() == QEvent::Resize) {
-        fitLabelColumn();
-    }
-    return QTabWidget::eventFilter(watched, event);
 }
 
 void EventPanel::clearValues() {

@@ -31,11 +31,8 @@ public:
     void setValues(const std::vector<EventValue>& values);
     void clearValues();
 
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void buildTable();
-    void fitLabelColumn();
 
     ImageViewer* imageViewer_;
     TracePlot* tracePlot_;
