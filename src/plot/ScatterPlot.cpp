@@ -34,6 +34,11 @@ namespace Tessaly {
 
 namespace {
 
+constexpr int TitlePointSize = 12;
+constexpr int AxisTitlePointSize = 10;
+constexpr int TickLabelPointSize = 9;
+constexpr int MaxMajorSteps = 8; // what the library asks for by itself
+
 constexpr int AxisX = QwtAxis::XBottom;
 constexpr int AxisY = QwtAxis::YLeft;
 constexpr int AxisColor = QwtAxis::YRight;
@@ -96,7 +101,7 @@ ScatterPlot::~ScatterPlot() = default;
 void ScatterPlot::setupPlot() {
     setObjectName("scatterPlot");
     setAccessibleName(tr("Scatter Plot"));
-    setTitle(tr("Scatter Plot"));
+    setupTexts();
     setCanvasBackground(Qt::white);
     setAxisVisible(AxisColor, false);
 
@@ -126,6 +131,42 @@ void ScatterPlot::setupPlot() {
     canvas()->installEventFilter(this);
     canvas()->setFocusPolicy(Qt::StrongFocus);
     canvas()->setMouseTracking(true);
+}
+
+void ScatterPlot::setupTexts() {
+    const auto bold = [this](int pointSize) {
+        QFont sized(font());
+        sized.setPointSize(pointSize);
+        sized.setBold(true);
+        return sized;
+    };
+    QwtText title(tr("Scatter Plot"));
+    title.setFont(bold(TitlePointSize));
+    setTitle(title);
+    QwtText axisTitle;
+    axisTitle.setFont(bold(AxisTitlePointSize));
+    QFont labels(font());
+    labels.setPointSize(TickLabelPointSize);
+    for (const int axis : {int(QwtAxis::XBottom), int(QwtAxis::YLeft), AxisColor}) {
+        setAxisTitle(axis, axisTitle);
+        setAxisFont(axis, labels);
+    }
+}
+
+void ScatterPlot::resizeEvent(QResizeEvent* event) {
+    QwtPlot::resizeEvent(event);
+    // A narrow canvas gets fewer ticks, so that their labels never run into each other.
+    const auto fit = [this](int axis, int pixels, int pixelsPerLabel) {
+        const int steps = std::clamp(pixels / pixelsPerLabel, 2, MaxMajorSteps);
+        const bool changed = steps != axisMaxMajor(axis);
+        setAxisMaxMajor(axis, steps);
+        return changed;
+    };
+    const bool xChanged = fit(QwtAxis::XBottom, canvas()->width(), 50);
+    const bool yChanged = fit(QwtAxis::YLeft, canvas()->height(), 30);
+    if (xChanged || yChanged) {
+        replot();
+    }
 }
 
 void ScatterPlot::setupCurves() {

@@ -104,6 +104,7 @@ signals:
 
 protected:
     bool eventFilter(QObject* object, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private slots:
     void onPointSelected(int index);
@@ -112,6 +113,7 @@ private:
     friend class PlotNavigator;
 
     void setupPlot();
+    void setupTexts();
     void setupCurves();
     bool hasColors() const;
     void showColorScale();
