@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QString>
-
 class QApplication;
 
 namespace Tessaly {

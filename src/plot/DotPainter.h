@@ -28,6 +28,9 @@ public:
     /// @param extent   reach of a dot about its centre, in the painter's coordinates
     DotPainter(QPainter& painter, double extent);
 
+    /// Fewer dots than this are as fast drawn one by one.
+    static constexpr int MinDots = 1000;
+
     /// Whether the painter is one that dots can be stamped on. If not, they must be drawn as shapes: vector devices,
     /// rotation or shear, opacity, special composition modes, huge dots.
     bool canStamp() const { return canStamp_; }

@@ -15,8 +15,6 @@ namespace Tessaly {
 
 namespace {
 
-/// Fewer dots than this are as fast drawn one by one.
-constexpr int MinStamped = 1000;
 /// Points handed to the symbol at once.
 constexpr qsizetype BatchSize = 512;
 
@@ -41,13 +39,14 @@ DotPainter::Shape shapeOf(const QwtSymbol& symbol, bool aligned) {
 
 } // namespace
 
-PlainDotCurve::PlainDotCurve(const QString& title) : QwtPlotCurve(title) {
+PlainDotCurve::PlainDotCurve(Role role) : role_(role) {
     setStyle(NoCurve);
 }
 
 QRectF PlainDotCurve::boundingRect() const {
     const auto* series = dynamic_cast<const PointSeries*>(data());
-    return series ? drawableBounds(series->points(), *this) : QwtPlotCurve::boundingRect();
+    const auto emptyLogSide = role_ == Role::Points ? EmptyLogSide::OneDecade : EmptyLogSide::NoWish;
+    return series ? drawableBounds(series->points(), *this, emptyLogSide) : QwtPlotCurve::boundingRect();
 }
 
 void PlainDotCurve::drawSymbols(QPainter* painter, const QwtSymbol& symbol, const QwtScaleMap& xMap,
@@ -60,7 +59,7 @@ void PlainDotCurve::drawSymbols(QPainter* painter, const QwtSymbol& symbol, cons
     const double extent = 0.5 * (std::max(size.width(), size.height()) + symbol.pen().widthF());
 
     DotPainter dots(*painter, extent);
-    if (dots.canStamp() && to - from >= MinStamped && isRoundInOneColor(symbol)) {
+    if (dots.canStamp() && to - from >= DotPainter::MinDots && isRoundInOneColor(symbol)) {
         dots.drawPlain(positions, from, to, shapeOf(symbol, aligned), symbol.pen().color(), aligned);
         return;
     }

@@ -9,14 +9,23 @@ namespace Tessaly {
 /// Points without a finite pixel are left out.
 class PlainDotCurve : public QwtPlotCurve {
 public:
-    explicit PlainDotCurve(const QString& title = QString());
+    enum class Role {
+        Points, ///< the points of the plot
+        Mark    ///< marks over some of them
+    };
 
-    /// Values at or below zero don't count along a logarithmic axis.
+    explicit PlainDotCurve(Role role = Role::Points);
+
+    /// Values at or below zero don't count along a logarithmic axis. Without any other, points ask for 1 to 10 there,
+    /// marks for nothing.
     QRectF boundingRect() const override;
 
 protected:
     void drawSymbols(QPainter* painter, const QwtSymbol& symbol, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                      const QRectF& canvasRect, int from, int to) const override;
+
+private:
+    Role role_;
 };
 
 } // namespace Tessaly

@@ -5,7 +5,6 @@
 
 class QEvent;
 class QMouseEvent;
-class QRect;
 class QRectF;
 class QRubberBand;
 class QWheelEvent;

@@ -55,18 +55,17 @@ bool onLogAxisY(const QwtPlotItem& item) {
     return isLogAxis(item, item.yAxis());
 }
 
-QRectF drawableBounds(const PlotPoints& points, const QwtPlotItem& item) {
-    static constexpr double NeutralLower = 1.0;
-    static constexpr double NeutralUpper = 10.0;
+QRectF drawableBounds(const PlotPoints& points, const QwtPlotItem& item, EmptyLogSide emptyLogSide) {
+    const QwtInterval empty = emptyLogSide == EmptyLogSide::OneDecade ? QwtInterval(1.0, 10.0) : QwtInterval();
     const bool logX = onLogAxisX(item);
     const bool logY = onLogAxisY(item);
     QwtInterval x = points.rangeX(logX);
     QwtInterval y = points.rangeY(logY);
     if (logX && !x.isValid()) {
-        x = QwtInterval(NeutralLower, NeutralUpper);
+        x = empty;
     }
     if (logY && !y.isValid()) {
-        y = QwtInterval(NeutralLower, NeutralUpper);
+        y = empty;
     }
     return rectOf(x, y);
 }

@@ -43,8 +43,14 @@ private:
 bool onLogAxisX(const QwtPlotItem& item);
 bool onLogAxisY(const QwtPlotItem& item);
 
-/// The rectangle that an item asks auto scaling to show: all finite values, along logarithmic axes those above zero.
-/// Where there is none the side is 1 to 10 on a logarithmic axis, and negative (no wish) on others.
-QRectF drawableBounds(const PlotPoints& points, const QwtPlotItem& item);
+/// What an item asks for along a logarithmic axis that can show none of its values.
+enum class EmptyLogSide {
+    NoWish,   ///< for what lies over the points
+    OneDecade ///< 1 to 10, for the points themselves: the axis would else keep bounds that it cannot show either
+};
+
+/// The rectangle that an item asks auto scaling to show: all finite values, along logarithmic axes those above zero. A
+/// side without values is negative, which is no wish, or as `emptyLogSide` says.
+QRectF drawableBounds(const PlotPoints& points, const QwtPlotItem& item, EmptyLogSide emptyLogSide);
 
 } // namespace Tessaly

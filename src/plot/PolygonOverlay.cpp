@@ -9,6 +9,7 @@
 #include <qwt_scale_map.h>
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace Tessaly {
@@ -48,7 +49,7 @@ QRectF PolygonOverlay::boundingRect() const {
         x.push_back(vertex.x());
         y.push_back(vertex.y());
     }
-    return drawableBounds(PlotPoints(std::move(x), std::move(y), {}), *this);
+    return drawableBounds(PlotPoints(std::move(x), std::move(y), {}), *this, EmptyLogSide::NoWish);
 }
 
 void PolygonOverlay::draw(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,

@@ -7,12 +7,13 @@
 namespace Tessaly {
 
 /// Ticks of a pseudo-logarithmic axis: major ticks at the decades from the linear threshold outwards and at zero, and
-/// at both bounds. Decades on the negative side are walked from the lower bound towards zero two at a time.
+/// at both bounds where they are whole steps. On the negative side the walk towards zero starts a decade nearer to it
+/// than the one in which the lower bound lies: -5000 is followed by -100.
 class PseudoLogScaleEngine : public QwtScaleEngine {
 public:
     /// @param linearThreshold  where the logarithmic pieces begin, in data units
     /// @param linearRange      length of the linear piece from zero to the threshold, in axis space
-    PseudoLogScaleEngine(double linearThreshold, double linearRange);
+    explicit PseudoLogScaleEngine(double linearThreshold = 100.0, double linearRange = 0.5);
 
     double linearThreshold() const { return linearThreshold_; }
     double linearRange() const { return linearRange_; }

@@ -11,18 +11,12 @@
 
 namespace Tessaly {
 
-namespace {
-
-/// Fewer dots than this are as fast drawn one by one.
-constexpr int MinStamped = 1000;
-
-} // namespace
-
 RoundSpectroCurve::RoundSpectroCurve(const QString& title) : QwtPlotSpectroCurve(title) {}
 
 QRectF RoundSpectroCurve::boundingRect() const {
     const auto* series = dynamic_cast<const ColorPointSeries*>(data());
-    return series ? drawableBounds(series->points(), *this) : QwtPlotSpectroCurve::boundingRect();
+    return series ? drawableBounds(series->points(), *this, EmptyLogSide::OneDecade)
+                  : QwtPlotSpectroCurve::boundingRect();
 }
 
 void RoundSpectroCurve::drawDots(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
@@ -45,7 +39,7 @@ void RoundSpectroCurve::drawDots(QPainter* painter, const QwtScaleMap& xMap, con
     painter->setRenderHint(QPainter::Antialiasing, true);
     painter->setPen(Qt::NoPen);
     DotPainter dots(*painter, radius);
-    if (dots.canStamp() && to - from >= MinStamped) {
+    if (dots.canStamp() && to - from >= DotPainter::MinDots) {
         const auto shape = [radius](QPainter& stampPainter) {
             stampPainter.setPen(Qt::NoPen);
             stampPainter.setBrush(Qt::black);

@@ -43,8 +43,6 @@ constexpr int AxisX = QwtAxis::XBottom;
 constexpr int AxisY = QwtAxis::YLeft;
 constexpr int AxisColor = QwtAxis::YRight;
 constexpr int ColorBarWidth = 10;
-constexpr double PseudoLogThreshold = 100.0;
-constexpr double PseudoLogRange = 0.5;
 constexpr double ContourZ = 40.0;
 constexpr double IsoLineZ = -10.0;
 constexpr double IsoLabelZ = -9.0;
@@ -186,7 +184,7 @@ void ScatterPlot::setupCurves() {
     colorCurve_->attach(this);
 
     const QColor markColor(254, 204, 0);
-    highlightCurve_ = new PlainDotCurve;
+    highlightCurve_ = new PlainDotCurve(PlainDotCurve::Role::Mark);
     highlightCurve_->setSymbol(new QwtSymbol(QwtSymbol::Ellipse, markColor, plotPen(markColor, 2.0), QSize(12, 12)));
     highlightCurve_->setRenderHint(QwtPlotItem::RenderAntialiased, true);
     highlightCurve_->setVisible(false);
@@ -307,7 +305,7 @@ void ScatterPlot::setAxisScaleMode(int axis, int mode) {
         setAxisScaleEngine(axis, new QwtLogScaleEngine(Base));
         break;
     case ScaleMode::PseudoLog:
-        setAxisScaleEngine(axis, new PseudoLogScaleEngine(PseudoLogThreshold, PseudoLogRange));
+        setAxisScaleEngine(axis, new PseudoLogScaleEngine);
         break;
     default:
         setAxisScaleEngine(axis, new QwtLinearScaleEngine(Base));

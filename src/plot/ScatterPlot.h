@@ -10,7 +10,6 @@
 #include <vector>
 
 class QwtPlotCurve;
-class QwtPlotItem;
 class QwtPlotMarker;
 class QwtPlotPanner;
 class QwtPlotShapeItem;

@@ -93,7 +93,7 @@ TracePlot::TracePlot(QWidget* parent) : QwtPlot(parent) {
 
     setUpAxis(*this, xBottom, tr("Time [µs]"));
     setUpAxis(*this, yLeft, tr("Fluorescence [a.u.]"));
-    setAxisScaleEngine(yLeft, new PseudoLogScaleEngine(100.0, 0.5));
+    setAxisScaleEngine(yLeft, new PseudoLogScaleEngine);
     setAxisScale(yLeft, lowestValue, highestValue);
     setAxisAutoScale(xBottom);
 

@@ -12,6 +12,7 @@
 #include <QPen>
 #include <qwt_color_map.h>
 #include <qwt_plot_shapeitem.h>
+#include <qwt_scale_div.h>
 #include <qwt_scale_widget.h>
 
 #include <gtest/gtest.h>
@@ -234,6 +235,31 @@ TEST_F(ScatterPlotTest, LogAxisShowsThePositiveValues) {
             EXPECT_NEAR(plot.axisInterval(X).maxValue(), row.upper, 1e-9);
             plot.grab();
         }
+    }
+}
+
+TEST_F(ScatterPlotTest, LogAxisIsNotWidenedByWhatItCannotShow) {
+    show({-5, 2000, 8000}, {1, 2, 3});
+    plot.setAxisScaleMode(X, ScaleMode::Log);
+    const QwtInterval before = plot.axisInterval(X);
+    EXPECT_GE(before.minValue(), 1000.0);
+    plot.highlightPoint(0);
+    plot.addPolygonOverlay(0, QPolygonF({{-50, 1}, {0, 1}, {-20, 3}}), true);
+    EXPECT_EQ(plot.axisInterval(X), before);
+}
+
+TEST_F(ScatterPlotTest, PseudoLogAxisEndsOnWholeStepsAndShowsTheDecadesBetween) {
+    plot.setAxisScaleMode(X, ScaleMode::PseudoLog);
+    const struct {
+        double lower, upper;
+        QList<double> ticks;
+    } rows[] = {{0, 5000, {0, 100, 1000, 5000}},
+                {-5000, 3000, {-5000, -100, 0, 100, 1000, 3000}},
+                // Eight steps make it steps of 2000.
+                {-5000, 5000, {-6000, -100, 0, 100, 1000, 6000}}};
+    for (const auto& row : rows) {
+        show({row.lower, row.upper}, {0, 1});
+        EXPECT_EQ(plot.axisScaleDiv(X).ticks(QwtScaleDiv::MajorTick), row.ticks);
     }
 }
 
