@@ -13,14 +13,16 @@ namespace {
 
 using Point = std::pair<double, double>;
 
-/// The densities below which given shares of the values lie; 0 for a share that is not strictly between 0 and 1.
+/// The densities below which given shares of the values lie; 0 for a share that is not strictly between 0 and 1, and
+/// without values.
 std::vector<double> densitiesAtFractions(std::span<const double> density, std::span<const double> fractions) {
-    const auto isShare = [](double fraction) { return fraction > 0.0 && fraction < 1.0; };
+    const auto isShare = [&density](double fraction) { return !density.empty() && fraction > 0.0 && fraction < 1.0; };
     std::vector<std::size_t> places;
     for (const double fraction : fractions) {
+        if (!isShare(fraction))
+            continue;
         const double place = std::floor(static_cast<double>(density.size()) * fraction);
-        if (isShare(fraction))
-            places.push_back(std::min(static_cast<std::size_t>(place), density.size() - 1));
+        places.push_back(std::min(static_cast<std::size_t>(place), density.size() - 1));
     }
     const std::vector<double> found = orderStatistics(density, places);
     std::vector<double> levels;

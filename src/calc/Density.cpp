@@ -91,10 +91,10 @@ constexpr std::size_t pieceSize = 16;
 /// result[i] = sum over t of taps[t] * from[i - t * stride], for one piece.
 void convolvePiece(const double* from, std::size_t stride, std::span<const double> taps, double* result) {
     std::array<double, pieceSize> sums{};
-    for (const double tap : taps) {
+    for (std::size_t t = 0; t < taps.size(); ++t) {
+        const double* piece = from - t * stride;
         for (std::size_t i = 0; i < pieceSize; ++i)
-            sums[i] += tap * from[i];
-        from -= stride;
+            sums[i] += taps[t] * piece[i];
     }
     std::copy(sums.begin(), sums.end(), result);
 }

@@ -23,8 +23,8 @@ struct DensityGrid {
 /// Density at every event, in axis space.
 /// @param x, y  coordinates after the axes' scale modes were applied, of one length
 /// @return one value per event: smoothed count (KDE), count of the bin (histogram) or neighbours per area; NaN where x
-/// or
-///         y is not finite, and everywhere with fewer than 4 finite pairs
+///         or y is not finite, and everywhere with fewer than 4 finite pairs or columns of unequal length
+/// O(n) with one pass over a grid of at most 512 x 512 cells; about O(n sqrt(n)) for neighbours. Any thread.
 std::vector<double> computeDensity(std::span<const double> x, std::span<const double> y, DensityMethod method);
 
 /// Number of bins per axis, from 20 candidates between 32 and 512.

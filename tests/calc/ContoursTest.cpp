@@ -234,6 +234,9 @@ TEST(Contours, TooLittleGivesNothing) {
     EXPECT_TRUE(computeContours(four, three, half, 0, 0).empty());
     EXPECT_TRUE(computeContours(four, four, {}, 0, 0).empty());
     EXPECT_EQ(computeContours(four, four, half, 0, 0).size(), 1U);
+    const auto ofNothing = contoursOfDensity(DensityGrid(), {}, half, 0, 0);
+    ASSERT_EQ(ofNothing.size(), 1U);
+    EXPECT_EQ(ofNothing[0].level, 0.0);
     const std::vector<double> odd{nan, 1e308, -1e308, std::numeric_limits<double>::infinity()};
     for (int mode = 0; mode < 3; ++mode)
         EXPECT_EQ(computeContours(odd, four, half, mode, mode).size(), 1U);
