@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+#include <vector>
+
+namespace Tessaly {
+
+class Tour;
+
+/// One thing that the user does and what is to be seen then.
+struct TourStep {
+    QString name; ///< of the picture that is taken at the end
+    std::function<void(Tour&)> run;
+};
+
+/// The empty window and the way to loaded datasets.
+std::vector<TourStep> loadingSteps();
+/// Features, colours, contours, scales, zoom, isoelastics.
+std::vector<TourStep> plotSteps();
+/// One event: picture, mask, traces, values; metadata and statistics.
+std::vector<TourStep> eventSteps();
+/// Folders, order, names, copies; filters and settings for all.
+std::vector<TourStep> datasetSteps();
+/// Colour maps, refused files, small window, and the end of the session.
+std::vector<TourStep> windowSteps();
+
+} // namespace Tessaly
