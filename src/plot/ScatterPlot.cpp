@@ -27,6 +27,7 @@
 #include <qwt_symbol.h>
 #include <qwt_text.h>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -153,18 +154,24 @@ void ScatterPlot::setupTexts() {
 
 void ScatterPlot::resizeEvent(QResizeEvent* event) {
     QwtPlot::resizeEvent(event);
-    // A narrow canvas gets fewer ticks, so that their labels never run into each other.
+    if (fitSteps()) {
+        replot();
+    }
+}
+
+bool ScatterPlot::fitSteps() {
+    // A narrow canvas gets fewer ticks, so that their labels never run into each other. Those of a pseudo-log axis
+    // don't depend on its steps: longer ones would only widen it.
     const auto fit = [this](int axis, int pixels, int pixelsPerLabel) {
-        const int steps = std::clamp(pixels / pixelsPerLabel, 2, MaxMajorSteps);
+        const bool pseudoLog = dynamic_cast<const PseudoLogScaleEngine*>(axisScaleEngine(axis)) != nullptr;
+        const int steps = pseudoLog ? MaxMajorSteps : std::clamp(pixels / pixelsPerLabel, 2, MaxMajorSteps);
         const bool changed = steps != axisMaxMajor(axis);
         setAxisMaxMajor(axis, steps);
         return changed;
     };
     const bool xChanged = fit(QwtAxis::XBottom, canvas()->width(), 50);
     const bool yChanged = fit(QwtAxis::YLeft, canvas()->height(), 30);
-    if (xChanged || yChanged) {
-        replot();
-    }
+    return xChanged || yChanged;
 }
 
 void ScatterPlot::setupCurves() {
@@ -312,6 +319,7 @@ void ScatterPlot::setAxisScaleMode(int axis, int mode) {
         break;
     }
     setAxisAutoScale(axis, true);
+    fitSteps();
     replot();
 }
 

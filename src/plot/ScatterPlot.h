@@ -113,6 +113,8 @@ private:
 
     void setupPlot();
     void setupTexts();
+    /// Asks for as many major steps as have room. False if there is no change.
+    bool fitSteps();
     void setupCurves();
     bool hasColors() const;
     void showColorScale();

@@ -257,9 +257,13 @@ TEST_F(ScatterPlotTest, PseudoLogAxisEndsOnWholeStepsAndShowsTheDecadesBetween) 
                 {-5000, 3000, {-5000, -100, 0, 100, 1000, 3000}},
                 // Eight steps make it steps of 2000.
                 {-5000, 5000, {-6000, -100, 0, 100, 1000, 6000}}};
-    for (const auto& row : rows) {
-        show({row.lower, row.upper}, {0, 1});
-        EXPECT_EQ(plot.axisScaleDiv(X).ticks(QwtScaleDiv::MajorTick), row.ticks);
+    for (const int width : {900, 200}) {
+        plot.resize(width, 400);
+        QApplication::processEvents();
+        for (const auto& row : rows) {
+            show({row.lower, row.upper}, {0, 1});
+            EXPECT_EQ(plot.axisScaleDiv(X).ticks(QwtScaleDiv::MajorTick), row.ticks) << width;
+        }
     }
 }
 
