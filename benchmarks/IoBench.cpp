@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -54,8 +53,7 @@ public:
 
 private:
     static std::string pathOf(const std::string& name) {
-        const auto unique = std::to_string(static_cast<unsigned long>(std::random_device()()));
-        static const std::string stem = "tessaly-bench-" + unique + "-";
+        static const std::string stem = "tessaly-bench-" + std::to_string(std::random_device()()) + "-";
         return (std::filesystem::temp_directory_path() / (stem + name + ".vqd")).string();
     }
 

@@ -51,6 +51,10 @@ Hdf5Lock::Hdf5Lock() : lock_(hdf5Mutex()) {
     initializeHdf5();
 }
 
+Hdf5Lock::~Hdf5Lock() {
+    H5Eclear2(H5E_DEFAULT);
+}
+
 Hdf5Id::Hdf5Id(std::int64_t id, Closer closer, const char* call) : id_(id), closer_(closer) {
     requireSuccess(id, call);
 }

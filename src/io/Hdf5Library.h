@@ -44,6 +44,10 @@ private:
 class Hdf5Lock {
 public:
     Hdf5Lock();
+    /// Forgets the errors that the library keeps for this thread; they would leak with the thread.
+    ~Hdf5Lock();
+    Hdf5Lock(const Hdf5Lock&) = delete;
+    Hdf5Lock& operator=(const Hdf5Lock&) = delete;
 
 private:
     std::lock_guard<std::recursive_mutex> lock_;

@@ -80,7 +80,8 @@ TEST_F(Reader, ThreeByteIntegersAndWideEnumerations) {
         file.group("/events");
         const hid_t three = H5Tcopy(H5T_STD_I32LE);
         H5Tset_size(three, 3);
-        file.column("three", three, std::vector<std::uint8_t>(12, 1));
+        const std::vector<std::uint8_t> bytes(12, 1);
+        file.dataset("/events/three", three, {4}, bytes.data());
         H5Tclose(three);
         const hid_t wide = H5Tenum_create(H5T_NATIVE_INT32);
         for (const int value : {-5, 7, 100000})
@@ -91,7 +92,7 @@ TEST_F(Reader, ThreeByteIntegersAndWideEnumerations) {
         file.column("bits", H5T_NATIVE_B16, std::vector<std::uint16_t>{1, 2});
     }
     ASSERT_TRUE(reader_.open(path));
-    EXPECT_EQ(reader_.getFeature("three"), std::vector<double>(12, 0.0));
+    EXPECT_EQ(reader_.getFeature("three"), std::vector<double>(4, 0.0));
     // Read as signed 8-bit: the library clips to its limits.
     EXPECT_EQ(reader_.getFeature("wide"), (std::vector<double>{-5, 7, 127}));
     ASSERT_EQ(reader_.getFeature("huge").size(), 2U);
