@@ -3,6 +3,7 @@
 #include "calc/EModulusLut.h"
 #include "calc/EModulusMesh.h"
 #include "calc/EModulusTable.h"
+#include "core/VectorState.h"
 #include "io/VQDReader.h"
 
 #include <QCoreApplication>
@@ -123,6 +124,7 @@ bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
             temperatures = stored;
     }
 
+    clearUpperVectorState();
     const ViscositySource viscosities(params, temperatures);
     const double s = table->lut.channelWidth / params.channelWidth;
     const double areaFactor = s * s;
