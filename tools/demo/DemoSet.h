@@ -14,8 +14,9 @@ struct DemoSetEntry {
     DemoRun run;
 };
 
-/// Two conditions with three donors each and a run in the reservoir. Treated cells are a quarter stiffer; a donor's cells
-/// are a little softer or stiffer in both conditions. Sample names bear the donor's number (ID) and the replicate (BR).
+/// Two conditions with three donors each and a run in the reservoir. Treated cells are a quarter stiffer; a donor's
+/// cells are a little softer or stiffer in both conditions. Sample names bear the donor's number (ID) and the replicate
+/// (BR).
 std::vector<DemoSetEntry> demoSet();
 
 /// One measurement of any length, for benchmarks.
