@@ -26,7 +26,7 @@ void showFolders(Tour& tour) {
     Tour::expect(tree->isVisible() && tree->topLevelItemCount() > 0 && tree->topLevelItem(0)->childCount() > 0,
                  "The datasets are shown in their folders.");
     QTreeWidgetItem* second = tree->itemOfId(tour.window().datasets()[1]->id);
-    tour.clickAt(tree->viewport(), tree->visualItemRect(second).center());
+    tour.clickRow(tree, tree->visualItemRect(second));
     Tour::expect(tour.window().activeDatasetId() == tour.window().datasets()[1]->id,
                  "A click in the tree shows the dataset.");
 }
@@ -35,7 +35,7 @@ void reorder(Tour& tour) {
     tour.choose(tour.find<QComboBox>("datasetModeCombo"), 0);
     DatasetsPanel* panel = tour.panels().datasets;
     DatasetListWidget* list = panel->list();
-    tour.clickAt(list->viewport(), list->visualItemRect(list->item(0)).center());
+    tour.clickRow(list, list->visualItemRect(list->item(0)));
     const int first = tour.window().activeDatasetId();
     // Without a window system nothing can be dragged out of a list: this is what a drop asks for.
     emit list->internalReorderRequested(0, 3);
@@ -55,7 +55,7 @@ void rename(Tour& tour) {
 void duplicate(Tour& tour) {
     DatasetListWidget* list = tour.panels().datasets->list();
     const std::size_t before = tour.window().datasets().size();
-    QMenu* menu = tour.openContextMenu(list, list->visualItemRect(list->item(2)).center());
+    QMenu* menu = tour.openContextMenu(list, list->visualItemRect(list->item(2)));
     tour.picture("dataset-menu");
     tour.clickMenuEntry(menu, "Duplicate Dataset");
     Tour::expect(tour.window().datasets().size() == before + 1, "There is one dataset more.");
@@ -67,10 +67,10 @@ void remove(Tour& tour) {
     DatasetListWidget* list = tour.panels().datasets->list();
     const std::size_t before = tour.window().datasets().size();
     const int last = list->count() - 1;
-    QMenu* menu = tour.openContextMenu(list, list->visualItemRect(list->item(last)).center());
+    QMenu* menu = tour.openContextMenu(list, list->visualItemRect(list->item(last)));
     tour.clickMenuEntry(menu, "Remove Dataset");
     Tour::expect(tour.window().datasets().size() == before - 1, "The copy is gone.");
-    tour.clickAt(list->viewport(), list->visualItemRect(list->item(0)).center());
+    tour.clickRow(list, list->visualItemRect(list->item(0)));
 }
 
 void filter(Tour& tour) {

@@ -18,6 +18,8 @@
 #include <QTableWidget>
 #include <QTreeWidget>
 
+#include <algorithm>
+
 namespace Tessaly {
 
 namespace {
@@ -28,8 +30,10 @@ QString imageInfo(Tour& tour) {
 
 void clickPoint(Tour& tour) {
     ScatterPlot* plot = tour.panels().plot;
-    const std::size_t middle = plot->xData().size() / 2;
-    const QPoint position = plot->toCanvas({plot->xData()[middle], plot->yData()[middle]}).toPoint();
+    // The plot is coloured by density: this is a typical cell.
+    const std::vector<double>& density = plot->colorData();
+    const auto typical = static_cast<std::size_t>(std::max_element(density.begin(), density.end()) - density.begin());
+    const QPoint position = plot->toCanvas({plot->xData()[typical], plot->yData()[typical]}).toPoint();
     const int nearest = plot->findNearestPoint(plot->toData(position));
     tour.clickAt(plot->canvas(), position);
     Tour::expect(plot->highlightedPoint() == nearest, "The clicked point is marked.");

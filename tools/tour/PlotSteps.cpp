@@ -44,7 +44,7 @@ double shownWidth(const ScatterPlot& plot) {
 
 void showFirstDataset(Tour& tour) {
     DatasetListWidget* list = tour.panels().datasets->list();
-    tour.clickAt(list->viewport(), list->visualItemRect(list->item(0)).center());
+    tour.clickRow(list, list->visualItemRect(list->item(0)));
     Tour::expect(tour.window().activeDatasetId() == tour.window().datasets().front()->id,
                  "A click in the list shows the dataset.");
     const PlotSettings settings = tour.panels().plotSettings->settings();

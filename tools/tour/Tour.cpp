@@ -5,6 +5,7 @@
 
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QDragEnterEvent>
@@ -95,7 +96,9 @@ void Tour::settle() {
 }
 
 void Tour::click(QWidget* widget) {
-    clickAt(widget, widget->rect().center());
+    // A check box answers on its mark and text only, however wide it is.
+    const bool isCheckBox = qobject_cast<QCheckBox*>(widget) != nullptr;
+    clickAt(widget, isCheckBox ? QPoint(8, widget->height() / 2) : widget->rect().center());
 }
 
 void Tour::clickAt(QWidget* widget, const QPoint& position) {
@@ -103,6 +106,10 @@ void Tour::clickAt(QWidget* widget, const QPoint& position) {
            QStringLiteral("\"%1\" can be clicked.").arg(widget->objectName()));
     QTest::mouseClick(widget, Qt::LeftButton, Qt::NoModifier, position);
     settle();
+}
+
+void Tour::clickRow(QAbstractScrollArea* view, const QRect& row) {
+    clickAt(view->viewport(), (row & view->viewport()->rect()).center());
 }
 
 void Tour::dragTo(QWidget* widget, const QPoint& from, const QPoint& to) {
@@ -186,7 +193,8 @@ void Tour::clickMenuEntry(QMenu* menu, const QString& text) {
     expect(false, QStringLiteral("The menu has an entry \"%1\".").arg(text));
 }
 
-QMenu* Tour::openContextMenu(QAbstractScrollArea* view, const QPoint& position) {
+QMenu* Tour::openContextMenu(QAbstractScrollArea* view, const QRect& row) {
+    const QPoint position = (row & view->viewport()->rect()).center();
     QTest::mouseClick(view->viewport(), Qt::RightButton, Qt::NoModifier, position);
     QContextMenuEvent event(QContextMenuEvent::Mouse, position, view->viewport()->mapToGlobal(position));
     QApplication::sendEvent(view->viewport(), &event);

@@ -11,6 +11,7 @@ class QAbstractScrollArea;
 class QComboBox;
 class QMenu;
 class QPoint;
+class QRect;
 class QWidget;
 
 namespace Tessaly {
@@ -50,6 +51,8 @@ public:
     /// Clicks in the middle of a widget that must be visible and enabled.
     void click(QWidget* widget);
     void clickAt(QWidget* widget, const QPoint& position);
+    /// Clicks what can be seen of a row of a list or tree.
+    void clickRow(QAbstractScrollArea* view, const QRect& row);
     /// Presses and moves in steps; release() ends it.
     void dragTo(QWidget* widget, const QPoint& from, const QPoint& to);
     void release(QWidget* widget, const QPoint& position);
@@ -65,8 +68,8 @@ public:
     QMenu* openMenu(const QString& title);
     /// Clicks an entry of an open menu.
     void clickMenuEntry(QMenu* menu, const QString& text);
-    /// Opens the context menu at a place of a list or tree.
-    QMenu* openContextMenu(QAbstractScrollArea* view, const QPoint& position);
+    /// Opens the context menu of a row of a list or tree.
+    QMenu* openContextMenu(QAbstractScrollArea* view, const QRect& row);
     /// Drops a path from the desktop onto the window.
     void dropOnWindow(const QString& path);
 

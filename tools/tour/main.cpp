@@ -40,6 +40,7 @@ int walk(Tour& tour) {
                 step.run(tour);
                 tour.picture(step.name);
             } catch (const std::exception& failure) {
+                tour.picture("failed-" + step.name);
                 std::fprintf(stderr, "tessaly_tour: step \"%s\" failed: not so: %s\n", qPrintable(step.name),
                              failure.what());
                 return 1;
