@@ -214,7 +214,8 @@ std::vector<Value> plainRow(hid_t file, const std::string& path, const std::arra
     hsize_t length = 1;
     for (const hsize_t n : count)
         length *= n;
-    const hid_t memorySpace = checked(H5Screate_simple(1, &length, nullptr));
+    // Of the same rank as the file's: the library is slower otherwise.
+    const hid_t memorySpace = checked(H5Screate_simple(static_cast<int>(rank), count.data(), nullptr));
     std::vector<Value> values(length);
     checked(H5Dread(dataset, type, memorySpace, fileSpace, H5P_DEFAULT, values.data()));
     H5Sclose(memorySpace);

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
+#include <unistd.h>
 
 namespace Tessaly {
 
@@ -87,7 +88,23 @@ void readIntegers(hid_t dataset, hid_t type, std::size_t count, std::vector<doub
     }
 }
 
+void spend(ColumnBudget& budget, hid_t dataset, std::uint64_t bytes) {
+    std::uint64_t& left = isBackedByStorage(dataset, bytes) ? budget.stored : budget.declared;
+    if (bytes > left)
+        throw FileError("the columns of the file take too much memory");
+    left -= bytes;
+}
+
 } // namespace
+
+std::uint64_t ColumnBudget::defaultStored() {
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long pageSize = sysconf(_SC_PAGESIZE);
+    constexpr std::uint64_t unknownMachine = 4ULL << 30;
+    return pages > 0 && pageSize > 0
+               ? saturatedProduct(static_cast<std::uint64_t>(pages), static_cast<std::uint64_t>(pageSize)) / 2
+               : unknownMachine;
+}
 
 std::uint64_t readRowCount(std::int64_t dataset) {
     const std::vector<std::uint64_t> extent = datasetExtent(dataset);
@@ -100,13 +117,12 @@ std::uint64_t readRowCount(std::int64_t dataset) {
     return extent[0];
 }
 
-std::vector<double> readColumn(std::int64_t dataset, std::uint64_t byteBudget) {
+std::vector<double> readColumn(std::int64_t dataset, ColumnBudget& budget) {
     const std::vector<std::uint64_t> extent = datasetExtent(dataset);
     if (extent.size() != 1)
         throw FileError("the dataset doesn't have one dimension");
     requirePlausible(dataset, extent[0], sizeof(double));
-    if (saturatedProduct(extent[0], sizeof(double)) > byteBudget)
-        throw FileError("the columns of the file declare more data than it can hold");
+    spend(budget, dataset, saturatedProduct(extent[0], sizeof(double)));
     const std::size_t count = extent[0];
     std::vector<double> column;
     if (count == 0)

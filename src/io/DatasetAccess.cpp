@@ -59,15 +59,21 @@ std::uint64_t productOf(const Lengths& lengths, std::uint64_t factor) {
     return factor;
 }
 
+/// Bytes that a dataset takes in its file, whatever larger number the file states.
+std::uint64_t storedBytes(hid_t dataset) {
+    const Hdf5Id file(H5Iget_file_id(dataset), H5Fclose, "H5Iget_file_id");
+    hsize_t size = 0;
+    requireSuccess(H5Fget_filesize(file.get(), &size), "H5Fget_filesize");
+    return std::min<std::uint64_t>(H5Dget_storage_size(dataset), size);
+}
+
 /// @param asked  bytes that are to be read, after unpacking
 /// @param whole  declared size of the whole dataset in bytes, if it isn't stored in chunks
 void requireStorageInFile(hid_t dataset, std::uint64_t asked, std::optional<std::uint64_t> whole) {
-    const std::uint64_t stored = H5Dget_storage_size(dataset);
-    const std::uint64_t inFile = std::min(stored, fileSizeOf(dataset));
     // Data that were never written have no storage; they read as the fill value.
-    if (whole && stored != 0 && inFile < *whole)
+    if (whole && H5Dget_storage_size(dataset) != 0 && storedBytes(dataset) < *whole)
         throw FileError("the stored data are smaller than the declared size");
-    if (asked > unquestionedBytes && asked / largestCompression > inFile)
+    if (asked > unquestionedBytes && !isBackedByStorage(dataset, asked))
         throw FileError("the declared size is out of proportion to the stored data");
 }
 
@@ -141,11 +147,8 @@ void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_
         requireStorageInFile(dataset, bytes, std::nullopt);
 }
 
-std::uint64_t fileSizeOf(std::int64_t object) {
-    const Hdf5Id file(H5Iget_file_id(object), H5Fclose, "H5Iget_file_id");
-    hsize_t size = 0;
-    requireSuccess(H5Fget_filesize(file.get(), &size), "H5Fget_filesize");
-    return size;
+bool isBackedByStorage(std::int64_t dataset, std::uint64_t bytes) {
+    return bytes / largestCompression <= storedBytes(dataset);
 }
 
 } // namespace Tessaly

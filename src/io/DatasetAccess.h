@@ -36,7 +36,7 @@ std::vector<std::uint64_t> datasetExtent(std::int64_t dataset);
 /// @param memorySize  bytes that the caller will spend on an element
 void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_t memorySize);
 
-/// Size of the file that holds an object, in bytes.
-std::uint64_t fileSizeOf(std::int64_t object);
+/// Whether so many unpacked bytes of a dataset can come from its storage, and are not merely declared.
+bool isBackedByStorage(std::int64_t dataset, std::uint64_t bytes);
 
 } // namespace Tessaly

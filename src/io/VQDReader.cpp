@@ -18,10 +18,6 @@ namespace Tessaly {
 
 namespace {
 
-/// Memory that the columns of a file may take: in proportion to the file, so that a small file can't exhaust it.
-constexpr std::uint64_t smallestColumnBudget = 256ULL << 20;
-constexpr std::uint64_t columnBytesPerFileByte = 64;
-
 const std::vector<double>& noColumn() {
     static const std::vector<double> empty;
     return empty;
@@ -46,7 +42,7 @@ struct VQDReader::Impl {
     std::unordered_map<std::string, std::unique_ptr<std::vector<double>>> columnCache;
     std::unordered_set<std::string> computedFeatureNames;
     std::optional<DatasetAccess> access;
-    std::uint64_t columnBytes = 0; ///< memory taken by the columns read so far
+    ColumnBudget budget;
 
     /// The group of the features; nothing if the file has none.
     std::optional<Hdf5Id> eventsGroup() const {
@@ -143,12 +139,7 @@ std::unique_ptr<std::vector<double>> VQDReader::Impl::readFeature(const std::str
     if (!events || !access->hasLink(events->get(), name))
         return nullptr;
     const Hdf5Id dataset = access->openDataset(events->get(), name);
-    const std::uint64_t budget =
-        std::max(smallestColumnBudget, saturatedProduct(fileSizeOf(dataset.get()), columnBytesPerFileByte));
-    auto column =
-        std::make_unique<std::vector<double>>(readColumn(dataset.get(), budget - std::min(budget, columnBytes)));
-    columnBytes += column->size() * sizeof(double);
-    return column;
+    return std::make_unique<std::vector<double>>(readColumn(dataset.get(), budget));
 }
 
 std::vector<std::uint8_t> VQDReader::Impl::picture(const char* what, bool available, std::size_t index, int* width,

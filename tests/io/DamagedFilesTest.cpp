@@ -215,6 +215,24 @@ TEST_F(DamagedFiles, ManyUnwrittenColumnsStayWithinABudget) {
     EXPECT_EQ(fateOf(path_), Fate::Survived); // all of them would take 3.2 GB
 }
 
+TEST_F(DamagedFiles, EvenDataAreReadHoweverWellTheyCompress) {
+    const std::vector<double> zeros(500'000, 0.0);
+    {
+        PlainFile file(path_);
+        file.group("/events");
+        const hid_t list = chunked({500'000});
+        H5Pset_shuffle(list);
+        H5Pset_deflate(list, 9);
+        for (int i = 0; i < 80; ++i)
+            file.dataset("/events/column" + std::to_string(i), H5T_NATIVE_DOUBLE, {zeros.size()}, zeros.data(), list);
+        H5Pclose(list);
+    }
+    EXPECT_LT(std::filesystem::file_size(path_), 1'000'000U); // for 320 MB of columns
+    ASSERT_TRUE(reader_.open(path_));
+    for (int i = 0; i < 80; ++i)
+        ASSERT_EQ(reader_.getFeature("column" + std::to_string(i)).size(), zeros.size()) << i;
+}
+
 TEST_F(DamagedFiles, DataOutsideOfTheFileIsRefused) {
     const std::string pipe = folder_.file("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
