@@ -10,8 +10,8 @@ namespace Tessaly {
 namespace {
 
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double DebrisShare = 0.03;
-constexpr double DoubletShare = 0.02;
+constexpr double DebrisShare = 0.015;
+constexpr double DoubletShare = 0.006;
 
 EModulusParams paramsOf(const DemoRun& run) {
     EModulusParams params;
@@ -104,7 +104,7 @@ void EventMaker::makeImaged(const Subject& subject, double x, double y, DemoRand
     std::vector<CellOutline> cells{fitOutline(subject.target, x, y, map_, random)};
     if (subject.doublet) {
         CellOutline second = cells.front();
-        second.x += 0.9 * (second.front + second.rear);
+        second.x += 0.55 * (second.front + second.rear);
         second.y += random.normal(0.0, 3.0);
         cells.push_back(second);
     }
