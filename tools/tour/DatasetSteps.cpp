@@ -70,7 +70,7 @@ void remove(Tour& tour) {
     QMenu* menu = tour.openContextMenu(list, list->visualItemRect(list->item(last)));
     tour.clickMenuEntry(menu, "Remove Dataset");
     Tour::expect(tour.window().datasets().size() == before - 1, "The copy is gone.");
-    tour.clickRow(list, list->visualItemRect(list->item(0)));
+    tour.clickRow(list, list->visualItemRect(list->item(2)));
 }
 
 void filter(Tour& tour) {

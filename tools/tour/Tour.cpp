@@ -216,14 +216,14 @@ void Tour::dropOnWindow(const QString& path) {
 }
 
 void Tour::expectBox(const std::function<void()>& action, const QString& title, const QString& text,
-                     const QString& pictureName, int answerKey) {
+                     const QString& pictureName, int answer) {
     QString seenTitle;
     QString seenText;
     std::optional<TourFailure> failure; // must not fly through the box's event loop
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box || !box->isVisible()) {
+        if (!box || !box->isVisible() || !box->button(static_cast<QMessageBox::StandardButton>(answer))) {
             return;
         }
         timer.stop();
@@ -235,7 +235,7 @@ void Tour::expectBox(const std::function<void()>& action, const QString& title, 
         } catch (const TourFailure& pictureFailure) {
             failure = pictureFailure;
         }
-        QTest::keyClick(box, static_cast<Qt::Key>(answerKey));
+        QTest::mouseClick(box->button(static_cast<QMessageBox::StandardButton>(answer)), Qt::LeftButton);
     });
     timer.start(20);
     action();

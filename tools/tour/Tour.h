@@ -73,9 +73,10 @@ public:
     /// Drops a path from the desktop onto the window.
     void dropOnWindow(const QString& path);
 
-    /// Does something that brings up a message box, takes its picture and answers it with a key.
+    /// Does something that brings up a message box, takes its picture and clicks a button.
+    /// @param answer  a QMessageBox::StandardButton that the box must have
     void expectBox(const std::function<void()>& action, const QString& title, const QString& text,
-                   const QString& pictureName, int answerKey);
+                   const QString& pictureName, int answer);
 
 private:
     QWidget* findWidget(const char* name) const;

@@ -9,6 +9,7 @@
 
 #include <QLabel>
 #include <QMenu>
+#include <QMessageBox>
 #include <QTemporaryDir>
 
 namespace Tessaly {
@@ -33,7 +34,7 @@ void refuseForeignFile(Tour& tour) {
     const QString path = folder.filePath("foreign.vqd");
     writeForeignFile(path.toStdString());
     const std::size_t before = tour.window().datasets().size();
-    tour.expectBox([&] { tour.dropOnWindow(path); }, "Unsupported Data", "", "unsupported-file", Qt::Key_Return);
+    tour.expectBox([&] { tour.dropOnWindow(path); }, "Unsupported Data", "", "unsupported-file", QMessageBox::Ok);
     Tour::expect(tour.window().datasets().size() == before, "A foreign file is not listed.");
 }
 
@@ -42,7 +43,8 @@ void refuseBrokenFile(Tour& tour) {
     const QString path = folder.filePath("broken.vqd");
     writeBrokenFile(path.toStdString());
     const std::size_t before = tour.window().datasets().size();
-    tour.expectBox([&] { tour.dropOnWindow(path); }, "Error", "Failed to open: " + path, "broken-file", Qt::Key_Return);
+    tour.expectBox([&] { tour.dropOnWindow(path); }, "Error", "Failed to open: " + path, "broken-file",
+                   QMessageBox::Ok);
     Tour::expect(tour.window().datasets().size() == before, "A broken file is not listed.");
 }
 
@@ -51,7 +53,7 @@ void refuseOtherFiles(Tour& tour) {
     const QString path = folder.filePath("notes.txt");
     writeBrokenFile(path.toStdString());
     tour.expectBox([&] { tour.dropOnWindow(path); }, "Invalid File",
-                   "Please drop .vqd file(s) or folders containing them.", "other-file", Qt::Key_Return);
+                   "Please drop .vqd file(s) or folders containing them.", "other-file", QMessageBox::Ok);
 }
 
 void smallWindow(Tour& tour) {
@@ -67,10 +69,12 @@ void smallWindow(Tour& tour) {
 void clearSession(Tour& tour) {
     // Changing one's mind keeps everything.
     const auto choose = [&] { tour.clickMenuEntry(tour.openMenu("File"), "Clear Session"); };
-    tour.expectBox(choose, "Clear Session", "Unsaved changes will be lost.", "clear-question", Qt::Key_Escape);
+    tour.expectBox(choose, "Clear Session", "Unsaved changes will be lost.", "clear-question", QMessageBox::Cancel);
     Tour::expect(!tour.window().datasets().empty(), "Nothing is closed on Cancel.");
-    const QSize large(1400, 900);
-    tour.window().resize(large);
+    tour.expectBox(choose, "Clear Session", "Continue?", "clear-confirmed", QMessageBox::Ok);
+    Tour::expect(tour.window().datasets().empty(), "The session is empty on OK.");
+    Tour::expect(tour.panels().status->text() == "No file loaded.", "The status line says so.");
+    Tour::expect(tour.panels().plot->xData().empty(), "The plot is empty.");
 }
 
 } // namespace
@@ -78,7 +82,7 @@ void clearSession(Tour& tour) {
 std::vector<TourStep> windowSteps() {
     return {{"colour-map", changeColourMap},    {"after-unsupported", refuseForeignFile},
             {"after-broken", refuseBrokenFile}, {"after-other", refuseOtherFiles},
-            {"small-window", smallWindow},      {"end", clearSession}};
+            {"small-window", smallWindow},      {"cleared", clearSession}};
 }
 
 } // namespace Tessaly
