@@ -295,7 +295,10 @@ void PlotSettingsPanel::updateWidths() {
 
 void PlotSettingsPanel::connectControls() {
     for (const QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
-        connect(combo, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::featuresChanged);
+        connect(combo, &QComboBox::currentIndexChanged, this, [this] {
+            updateFeatureToolTips();
+            emit featuresChanged();
+        });
     }
     connect(xScale_, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::xScaleChanged);
     connect(yScale_, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::yScaleChanged);
@@ -328,12 +331,21 @@ void PlotSettingsPanel::setFeatures(const std::vector<FeatureItem>& features) {
     selectKey(xFeature_, "area_um");
     selectKey(yFeature_, "deform");
     colorFeature_->setCurrentIndex(0);
+    updateFeatureToolTips();
 }
 
 void PlotSettingsPanel::clearFeatures() {
     for (QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
         const QSignalBlocker blocker(combo);
         combo->clear();
+    }
+    updateFeatureToolTips();
+}
+
+void PlotSettingsPanel::updateFeatureToolTips() {
+    // A narrow box cuts long names.
+    for (QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
+        combo->setToolTip(combo->currentText());
     }
 }
 
@@ -350,6 +362,7 @@ void PlotSettingsPanel::setSettings(const PlotSettings& settings) {
     setChoice(contourMode_, settings.contourMode);
     setPercent(innerFraction_, settings.contourFraction1);
     setPercent(outerFraction_, settings.contourFraction2);
+    updateFeatureToolTips();
 }
 
 PlotSettings PlotSettingsPanel::settings() const {

@@ -86,6 +86,7 @@ private:
     void updateWidths();
     void updateArrangement();
     void showIsoelasticControls();
+    void updateFeatureToolTips();
     QComboBox* makeFeatureCombo(const QString& name, const QString& accessibleName);
     QComboBox* makeScaleCombo(const QString& name, const QString& toolTip);
 

@@ -73,6 +73,7 @@ TEST_F(PlotSettingsPanelTest, ShowsSettingsWithoutSignals) {
     settings.contourFraction2 = 0.57; // 0.57 * 100 is a little below 57
     panel.setSettings(settings);
     EXPECT_TRUE(panel.settings() == settings);
+    EXPECT_EQ(combo("yFeatureCombo")->toolTip(), "Area [µm²]"); // the box may cut it
 
     PlotSettings partial = settings;
     partial.xFeature = "gone";

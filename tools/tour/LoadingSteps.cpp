@@ -43,6 +43,8 @@ void lookAtEmptyWindow(Tour& tour) {
 }
 
 void dropFolder(Tour& tour) {
+    Tour::expect(measurementFileCount(tour.dataFolder()) >= 4,
+                 "The data folder holds at least four measurement files.");
     tour.dropOnWindow(tour.dataFolder());
     Tour::expect(tour.panels().status->text().startsWith("Loading: "), "The status line tells what is being loaded.");
 }
@@ -50,7 +52,6 @@ void dropFolder(Tour& tour) {
 void waitForDatasets(Tour& tour) {
     MainWindow& window = tour.window();
     const auto expected = static_cast<std::size_t>(measurementFileCount(tour.dataFolder()));
-    Tour::expect(expected >= 2, "The data folder holds at least two measurement files.");
     bool inOrder = true;
     Tour::waitFor(
         [&] {

@@ -8,11 +8,14 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QMessageBox>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -31,6 +34,22 @@ void applyScale(int argc, char** argv) {
 QSize windowSize(const QString& text) {
     const QStringList parts = text.split(QLatin1Char('x'));
     return parts.size() == 2 ? QSize(parts[0].toInt(), parts[1].toInt()) : QSize();
+}
+
+// A dialog that no step expects would keep the tour waiting for ever.
+void watchForDialogs(QTimer& timer) {
+    constexpr int patience = 15;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [seconds = 0]() mutable {
+        const QWidget* dialog = QApplication::activeModalWidget();
+        seconds = dialog ? seconds + 1 : 0;
+        if (seconds > patience) {
+            const auto* box = qobject_cast<const QMessageBox*>(dialog);
+            std::fprintf(stderr, "tessaly_tour: nobody expects the dialog \"%s\": %s\n",
+                         qPrintable(dialog->windowTitle()), box ? qPrintable(box->text()) : "");
+            std::_Exit(1);
+        }
+    });
+    timer.start(1000);
 }
 
 int walk(Tour& tour) {
@@ -76,6 +95,8 @@ int main(int argc, char** argv) {
         return 2;
     }
 
+    QTimer dialogWatch;
+    watchForDialogs(dialogWatch);
     MainWindow window;
     connectExceptionReports(application, window);
     window.resize(size);
