@@ -22,7 +22,10 @@ using Indices = std::vector<int>;
 PlotFrame frameOf(const SessionBuilder& builder, const PlotSettings& settings) {
     auto frame = buildPlotFrame(builder.session, *builder.session.datasetAt(0), settings);
     EXPECT_TRUE(frame.has_value());
-    return frame.value_or(PlotFrame());
+    if (!frame) {
+        return {};
+    }
+    return std::move(*frame);
 }
 
 PlotSettings xy(const std::string& color = {}) {
