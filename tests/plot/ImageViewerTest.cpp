@@ -2,12 +2,10 @@
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QContextMenuEvent>
 #include <QDir>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScrollArea>
@@ -109,13 +107,8 @@ TEST_F(ImageViewerTest, StretchesContrastAndTintsTheMask) {
     EXPECT_NEAR(rgb(3).blue(), 178.5, 0.5);
     EXPECT_EQ(rgb(1).red(), rgb(1).blue());
     EXPECT_NEAR(rgb(1).red(), 26, 1);
-}
-
-TEST_F(ImageViewerTest, LeavesAFlatImageAlone) {
-    viewer.actualSize();
-    child<QCheckBox>("autoContrastCheck")->setChecked(true);
     viewer.setImage(Bytes(9, 77), 3, 3, "");
-    EXPECT_EQ(grayAt(1, 1), 77);
+    EXPECT_EQ(grayAt(1, 1), 77) << "a flat image has no contrast to stretch";
 }
 
 TEST_F(ImageViewerTest, ZoomsBySteppingWithinItsLimits) {
@@ -170,18 +163,6 @@ TEST_F(ImageViewerTest, MaskBoxReportsAndCanBeDisabled) {
     EXPECT_EQ(toggled.count(), 1);
 }
 
-TEST_F(ImageViewerTest, KeepsItsButtonsWholeInANarrowColumn) {
-    viewer.setFixedWidth(260);
-    QApplication::processEvents();
-    EXPECT_LE(viewer.minimumSizeHint().width(), 260);
-    for (auto* control : viewer.findChildren<QAbstractButton*>()) {
-        EXPECT_GE(control->width(), control->sizeHint().width()) << control->objectName().toStdString();
-        const QRect inViewer(control->mapTo(&viewer, QPoint(0, 0)), control->size());
-        EXPECT_TRUE(viewer.rect().contains(inViewer)) << control->objectName().toStdString();
-        EXPECT_FALSE(control->accessibleName().isEmpty());
-    }
-}
-
 TEST_F(ImageViewerTest, SavesTheOriginalPixels) {
     const QTemporaryDir folder;
     const Bytes pixels{50, 60, 70, 80, 90, 250};
@@ -216,29 +197,6 @@ TEST_F(ImageViewerTest, TellsWhySavingFailedAndLeavesNoFile) {
     viewer.clearImage();
     const QStringList none{"No Image", "There is no image to save."};
     EXPECT_EQ(saveAs("never asked for"), none);
-}
-
-TEST_F(ImageViewerTest, OffersAMenuOnlyOverAnImage) {
-    QStringList entries;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, [&] {
-        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
-            for (const QAction* action : menu->actions())
-                entries << action->text();
-            menu->close();
-        }
-    });
-    timer.start(5);
-    const auto rightClick = [&] {
-        QContextMenuEvent event(QContextMenuEvent::Mouse, {50, 50}, viewer.mapToGlobal(QPoint(50, 50)));
-        QApplication::sendEvent(&viewer, &event);
-        QApplication::processEvents();
-    };
-    rightClick();
-    EXPECT_TRUE(entries.isEmpty());
-    viewer.setImage(Bytes(4, 1), 2, 2, "");
-    rightClick();
-    EXPECT_EQ(entries, QStringList{"Save Image..."});
 }
 
 } // namespace

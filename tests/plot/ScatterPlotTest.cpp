@@ -71,25 +71,16 @@ QColor mapColor(int index, double position) {
 
 } // namespace
 
-TEST(ColorMaps, HaveTheirStops) {
+TEST(ColorMaps, FollowTheirStopsAndFallBackToTheFirst) {
     const struct {
         int index;
         double position;
         QColor color;
-    } rows[] = {
-        {0, 0.0, {68, 1, 84}},      {0, 0.25, {59, 82, 139}}, {0, 0.5, {33, 145, 140}},  {0, 0.75, {94, 201, 98}},
-        {0, 1.0, {253, 231, 37}},   {1, 0.0, {0, 0, 255}},    {1, 0.25, {0, 255, 255}},  {1, 0.5, {0, 255, 0}},
-        {1, 0.75, {255, 255, 0}},   {1, 1.0, {255, 0, 0}},    {2, 0.0, {100, 0, 180}},   {2, 0.2, {0, 0, 255}},
-        {2, 0.4, {0, 255, 255}},    {2, 0.6, {0, 255, 0}},    {2, 0.8, {255, 255, 0}},   {2, 1.0, {255, 0, 0}},
-        {3, 0.0, {13, 8, 135}},     {3, 0.25, {126, 3, 168}}, {3, 0.5, {204, 71, 120}},  {3, 0.75, {248, 149, 64}},
-        {3, 1.0, {240, 249, 33}},   {4, 0.0, {0, 68, 108}},   {4, 0.25, {0, 171, 173}},  {4, 0.5, {104, 193, 194}},
-        {4, 0.75, {166, 215, 213}}, {4, 1.0, {254, 204, 0}},  {5, 0.0, {0, 0, 0}},       {5, 0.5, {128, 128, 128}},
-        {5, 1.0, {255, 255, 255}},  {9, 0.0, {68, 1, 84}},    {-1, 1.0, {253, 231, 37}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << "map " << row.index << " at " << row.position);
-        EXPECT_EQ(mapColor(row.index, row.position), row.color);
-    }
+    } rows[] = {{0, 0.0, {68, 1, 84}},     {0, 0.75, {94, 201, 98}}, {1, 0.25, {0, 255, 255}},
+                {2, 0.6, {0, 255, 0}},     {3, 1.0, {240, 249, 33}}, {4, 0.5, {104, 193, 194}},
+                {5, 0.5, {128, 128, 128}}, {9, 0.0, {68, 1, 84}},    {-1, 1.0, {253, 231, 37}}};
+    for (const auto& row : rows)
+        EXPECT_EQ(mapColor(row.index, row.position), row.color) << row.index << " at " << row.position;
 }
 
 TEST_F(ScatterPlotTest, ColorsMustMatchThePoints) {
@@ -97,8 +88,6 @@ TEST_F(ScatterPlotTest, ColorsMustMatchThePoints) {
     EXPECT_TRUE(barShown());
     EXPECT_TRUE(plot.colorCurve()->isVisible());
     EXPECT_FALSE(plot.plainCurve()->isVisible());
-    EXPECT_EQ(plot.axisTitle(Bar).text(), "C");
-    EXPECT_EQ(plot.axisWidget(Bar)->colorBarWidth(), 10);
 
     show({1, 2, 3}, {1, 2, 3}, {5, 6});
     EXPECT_FALSE(barShown());
@@ -146,11 +135,6 @@ TEST_F(ScatterPlotTest, ColorMapReachesDotsAndBar) {
     plot.setColorMapIndex(4);
     EXPECT_EQ(canvasColor({5, 5}), mapColor(4, 0.0));
     EXPECT_EQ(plot.axisWidget(Bar)->colorMap()->rgb(QwtInterval(0, 1), 0.0), mapColor(4, 0.0).rgb());
-    // A map chosen while the points are hidden holds when they come back.
-    plot.setDataVisible(false);
-    plot.setColorMapIndex(3);
-    plot.setDataVisible(true);
-    EXPECT_EQ(canvasColor({5, 5}), mapColor(3, 0.0));
 }
 
 TEST_F(ScatterPlotTest, HiddenDataStaysHiddenButTheHighlightShows) {
@@ -170,11 +154,6 @@ TEST_F(ScatterPlotTest, HiddenDataStaysHiddenButTheHighlightShows) {
     plot.setDataVisible(true);
     EXPECT_TRUE(plot.colorCurve()->isVisible());
     EXPECT_TRUE(barShown());
-    show({2, 5}, {2, 5});
-    plot.setDataVisible(false);
-    plot.setDataVisible(true);
-    EXPECT_TRUE(plot.plainCurve()->isVisible());
-    EXPECT_FALSE(barShown());
 }
 
 TEST_F(ScatterPlotTest, HighlightNeedsAPoint) {
@@ -187,9 +166,6 @@ TEST_F(ScatterPlotTest, HighlightNeedsAPoint) {
         EXPECT_EQ(plot.highlightedPoint(), -1);
         EXPECT_NE(canvasColor({5, 5}), QColor(254, 204, 0));
     }
-    plot.highlightPoint(1);
-    plot.clearHighlight();
-    EXPECT_EQ(plot.highlightedPoint(), -1);
 }
 
 TEST_F(ScatterPlotTest, NewDataKeepsTheZoom) {
@@ -248,43 +224,15 @@ TEST_F(ScatterPlotTest, LogAxisIsNotWidenedByWhatItCannotShow) {
     EXPECT_EQ(plot.axisInterval(X), before);
 }
 
-TEST_F(ScatterPlotTest, PseudoLogAxisEndsOnWholeStepsAndShowsTheDecadesBetween) {
-    plot.setAxisScaleMode(X, ScaleMode::PseudoLog);
-    const struct {
-        double lower, upper;
-        QList<double> ticks;
-    } rows[] = {{0, 5000, {0, 100, 1000, 5000}},
-                {-5000, 3000, {-5000, -100, 0, 100, 1000, 3000}},
-                // Eight steps make it steps of 2000.
-                {-5000, 5000, {-6000, -100, 0, 100, 1000, 6000}}};
-    for (const int width : {900, 200}) {
-        plot.resize(width, 400);
-        QApplication::processEvents();
-        for (const auto& row : rows) {
-            show({row.lower, row.upper}, {0, 1});
-            EXPECT_EQ(plot.axisScaleDiv(X).ticks(QwtScaleDiv::MajorTick), row.ticks) << width;
-        }
-    }
-}
-
 TEST_F(ScatterPlotTest, NearestPointIsWithinFivePercent) {
-    show({50}, {50});
+    show({90, 50, 50}, {90, 50, 50}); // of equally near points the first
     fixAxes(0, 100);
     const struct {
         QPointF position;
         int found;
-    } rows[] = {{{54, 50}, 0},  {{46, 50}, 0}, {{50, 54}, 0},  {{56, 50}, -1},
-                {{50, 44}, -1}, {{53, 53}, 0}, {{54, 54}, -1}, {{50, 50}, 0}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.position.x() << ", " << row.position.y());
-        EXPECT_EQ(plot.findNearestPoint(row.position), row.found);
-    }
-}
-
-TEST_F(ScatterPlotTest, FirstOfEquallyNearPointsWins) {
-    show({90, 50, 50, 50}, {50, 50, 50, 50});
-    fixAxes(0, 100);
-    EXPECT_EQ(plot.findNearestPoint({51, 50}), 1);
+    } rows[] = {{{54, 50}, 1}, {{50, 46}, 1}, {{56, 50}, -1}, {{53, 53}, 1}, {{54, 54}, -1}, {{50, 50}, 1}};
+    for (const auto& row : rows)
+        EXPECT_EQ(plot.findNearestPoint(row.position), row.found) << row.position.x() << ", " << row.position.y();
 }
 
 TEST_F(ScatterPlotTest, NearestPointAgreesWithTheDefinitionOnEveryScale) {
@@ -330,17 +278,8 @@ TEST_F(ScatterPlotTest, ContoursAreOneCurvePerLine) {
     const ContourLevel outer{0.67, 2.0, {{{0, 0}, {9, 9}}, {{3, 3}, {4, 4}}}};
     plot.setContours({inner, outer});
     EXPECT_EQ(plot.contourCurveCount(), 3);
-    std::vector<Qt::PenStyle> styles;
-    for (const QwtPlotItem* item : plot.itemList(QwtPlotItem::Rtti_PlotCurve)) {
-        if (item->z() == 40.0) {
-            styles.push_back(static_cast<const QwtPlotCurve*>(item)->pen().style());
-        }
-    }
-    EXPECT_EQ(styles, (std::vector<Qt::PenStyle>{Qt::DashLine, Qt::SolidLine, Qt::SolidLine}));
     plot.setContours({inner});
     EXPECT_EQ(plot.contourCurveCount(), 1);
-    plot.clearContours();
-    EXPECT_EQ(plot.contourCurveCount(), 0);
 }
 
 TEST_F(ScatterPlotTest, IsoelasticsCarryTheirModuli) {
@@ -353,8 +292,6 @@ TEST_F(ScatterPlotTest, IsoelasticsCarryTheirModuli) {
     plot.setIsoelastics({isoLine(0.95, 2)}, false);
     EXPECT_EQ(plot.isoLineCount(), 1);
     EXPECT_TRUE(plot.isoLabelTexts().isEmpty());
-    plot.clearIsoelastics();
-    EXPECT_EQ(plot.isoLineCount(), 0);
 }
 
 TEST_F(ScatterPlotTest, OverlaysAreKeptById) {
@@ -386,21 +323,5 @@ TEST_F(ScatterPlotTest, OverlaysFollowTheAxes) {
         EXPECT_EQ(canvasColor({170, 130}), QColor(Qt::white));
         // Vertices below zero don't ruin a logarithmic axis.
         EXPECT_TRUE(mode != ScaleMode::Log || plot.axisInterval(X) == QwtInterval(1, 1000));
-    }
-}
-
-TEST_F(ScatterPlotTest, ManyPointsAppearAtTheirPlaces) {
-    std::vector<double> x;
-    std::vector<double> y;
-    for (int i = 0; i < 2000; ++i) {
-        x.push_back(i % 2 == 0 ? 2.0 : 8.0);
-        y.push_back(5.0);
-    }
-    for (const bool colored : {false, true}) {
-        show(x, y, colored ? std::vector<double>(2000, 1.0) : std::vector<double>{});
-        fixAxes(0, 10);
-        EXPECT_EQ(canvasColor({2, 5}), colored ? mapColor(0, 0.0) : QColor(0, 68, 108));
-        EXPECT_EQ(canvasColor({8, 5}), colored ? mapColor(0, 0.0) : QColor(0, 68, 108));
-        EXPECT_EQ(canvasColor({5.5, 5.5}), QColor(Qt::white));
     }
 }
