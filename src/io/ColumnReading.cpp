@@ -82,7 +82,8 @@ void readIntegers(hid_t dataset, hid_t type, std::size_t count, std::vector<doub
         return isSigned ? readWidened<std::int32_t>(dataset, H5T_NATIVE_INT32, count, column)
                         : readWidened<std::uint32_t>(dataset, H5T_NATIVE_UINT32, count, column);
     case 8:
-        return readWidened<std::int64_t>(dataset, H5T_NATIVE_INT64, count, column);
+        // Unsigned numbers beyond the signed range wrap; asked for signed ones, the library would clip them.
+        return readWidened<std::int64_t>(dataset, isSigned ? H5T_NATIVE_INT64 : H5T_NATIVE_UINT64, count, column);
     default:
         return;
     }

@@ -4,8 +4,11 @@
 
 #include <hdf5.h>
 
+#include <atomic>
+#include <chrono>
 #include <iostream>
 #include <limits>
+#include <thread>
 #include <type_traits>
 
 namespace Tessaly {
@@ -22,13 +25,24 @@ herr_t keepInnermost(unsigned, const H5E_error2_t* error, void* target) {
 }
 
 std::string libraryDetail(const char* call) {
-    std::string detail = std::string(call) + " failed";
     const char* innermost = nullptr;
     // Upwards starts at the innermost entry; the callback stops there.
     H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, keepInnermost, &innermost);
-    if (innermost != nullptr && *innermost != '\0')
-        detail += std::string(": ") + innermost;
-    return detail;
+    const bool known = innermost != nullptr && *innermost != '\0';
+    return std::string(call) + ": " + (known ? innermost : "the call failed");
+}
+
+/// Threads that ask for the mutex in vain just now.
+std::atomic<int> waitingThreads = 0;
+
+std::unique_lock<std::recursive_mutex> lockMutex() {
+    std::unique_lock lock(hdf5Mutex(), std::try_to_lock);
+    if (!lock) {
+        ++waitingThreads;
+        lock.lock();
+        --waitingThreads;
+    }
+    return lock;
 }
 
 } // namespace
@@ -36,6 +50,13 @@ std::string libraryDetail(const char* call) {
 std::recursive_mutex& hdf5Mutex() {
     static std::recursive_mutex mutex;
     return mutex;
+}
+
+void letWaitingThreadsIn() {
+    constexpr std::chrono::microseconds pause(20);
+    constexpr int mostPauses = 500;
+    for (int i = 0; i < mostPauses && waitingThreads > 0; ++i)
+        std::this_thread::sleep_for(pause);
 }
 
 void initializeHdf5() {
@@ -47,7 +68,7 @@ void initializeHdf5() {
         silenced = true;
 }
 
-Hdf5Lock::Hdf5Lock() : lock_(hdf5Mutex()) {
+Hdf5Lock::Hdf5Lock() : lock_(lockMutex()) {
     initializeHdf5();
 }
 

@@ -259,6 +259,7 @@ void VQDReader::cacheAllFeatures() {
     for (const std::string& name : impl_->featureNames) {
         if (isScalarFeature(name))
             getFeature(name);
+        letWaitingThreadsIn();
     }
 }
 

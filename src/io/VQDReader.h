@@ -19,24 +19,6 @@ std::recursive_mutex& hdf5Mutex();
 /// the library; further calls do nothing.
 void initializeHdf5();
 
-/// Settings of the filters behind trace aliases.
-struct TraceProcessing {
-    bool hampel1 = true;
-    int hampel1HalfWindow = 5;
-    float hampel1Threshold = 3.0F;
-    bool hampel2 = true;
-    int hampel2HalfWindow = 11;
-    float hampel2Threshold = 3.0F;
-    bool median = false;
-    int medianHalfWindow = 3;
-    bool movingMean = false;
-    int movingMeanHalfWindow = 3;
-    bool savitzkyGolay = true;
-    int savitzkyGolayHalfWindow = 3;
-
-    bool operator==(const TraceProcessing&) const = default;
-};
-
 /// The only door to a measurement file: lists what it holds, turns attributes into text, serves feature columns as
 /// doubles from a cache, and reads images, masks and traces one event at a time.
 ///
@@ -84,7 +66,7 @@ public:
     std::vector<std::uint8_t> getImage(std::size_t index, int* width, int* height);
     /// One segmentation mask; non-zero is inside. As getImage().
     std::vector<std::uint8_t> getMask(std::size_t index, int* width, int* height);
-    /// Names of stored traces and aliases, ascending.
+    /// Names of the traces, ascending.
     std::vector<std::string> traceNames() const;
     /// Samples per event of the first trace listed.
     std::uint64_t traceLength() const;

@@ -39,8 +39,8 @@ TEST(SafeApplicationTest, CatchesWhatASlotLetsEscape) {
         QString logged;
     };
     const Case cases[] = {
-        {[] { throw FileError("H5Dopen2 failed: no such object"); }, "File / Data Error",
-         "H5Dopen2 failed: no such object", "Unhandled HDF5 exception: H5Dopen2 failed: no such object"},
+        {[] { throw FileError("H5Dopen2: no such object"); }, "File / Data Error", "H5Dopen2: no such object",
+         "Unhandled HDF5 exception: H5Dopen2: no such object"},
         {[] { throw std::out_of_range("index 7"); }, "Unexpected Error", "index 7", "Unhandled exception: index 7"},
         {[] { throw 42; }, "Unexpected Error", "An unknown error occurred.", "Unhandled non-standard exception"},
     };
