@@ -1,6 +1,7 @@
 #include "core/EventFilter.h"
 
 #include "core/ScaleMath.h"
+#include "support/FilterRules.h"
 #include "support/PlainFilter.h"
 
 #include <gtest/gtest.h>
@@ -19,22 +20,18 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 using Vertices = std::vector<std::pair<double, double>>;
 
 FilterRule range(const std::string& feature, double min, double max, bool inverted = false) {
-    FilterRule rule;
-    rule.featureName = feature;
-    rule.minValue = min;
-    rule.maxValue = max;
+    FilterRule rule = rangeRule(feature, min, max);
     rule.inverted = inverted;
     return rule;
 }
 
 FilterRule polygon(Vertices vertices, int scaleX = 0, int scaleY = 0, bool inverted = false) {
-    FilterRule rule = range("x", 0, 0);
+    FilterRule rule = range("x", 0, 0, inverted);
     rule.type = FilterRule::Polygon;
     rule.featureNameY = std::string("y");
     rule.polygonVertices = std::move(vertices);
     rule.scaleXMode = scaleX;
     rule.scaleYMode = scaleY;
-    rule.inverted = inverted;
     return rule;
 }
 

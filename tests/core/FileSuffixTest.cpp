@@ -6,12 +6,9 @@ namespace Tessaly {
 namespace {
 
 TEST(FileSuffixTest, AddsTheChosenFiltersSuffixOnlyWhereNoneIs) {
-    struct Case {
-        const char* name;
-        const char* filter;
-        const char* expected;
-    };
-    const Case cases[] = {
+    const struct {
+        const char *name, *filter, *expected;
+    } cases[] = {
         {"/a/plot", "PNG Image (*.png)", "/a/plot.png"},
         {"/a/plot.svg", "PNG Image (*.png)", "/a/plot.svg"},
         {"/a.b/plot", "JPEG Images (*.jpg *.jpeg)", "/a.b/plot.jpg"},
@@ -21,7 +18,7 @@ TEST(FileSuffixTest, AddsTheChosenFiltersSuffixOnlyWhereNoneIs) {
         {"archive", "Archives (*.tar.gz)", "archive.tar.gz"},
         {"plot", "", "plot"},
     };
-    for (const Case& c : cases)
+    for (const auto& c : cases)
         EXPECT_EQ(withFilterSuffix(c.name, c.filter).toStdString(), c.expected) << c.name << " " << c.filter;
 }
 

@@ -45,17 +45,12 @@ TEST(ScaleMath, TransformValuesByMode) {
     EXPECT_TRUE(transformValues({}, ScaleMode::Log).empty());
 }
 
-TEST(ScaleMath, UntransformPointTreatsEachAxisByItself) {
+TEST(ScaleMath, SinglePointsAndGates) {
     double x = 2.0;
     double y = 1.5;
     untransformPoint(x, y, ScaleMode::Log, ScaleMode::PseudoLog);
     EXPECT_NEAR(x, 100.0, 1e-12);
     EXPECT_NEAR(y, 1000.0, 1e-9);
-    untransformPoint(x, y, ScaleMode::Linear, ScaleMode::Linear);
-    EXPECT_NEAR(x, 100.0, 1e-12);
-}
-
-TEST(ScaleMath, ScaleValueOfGates) {
     EXPECT_NEAR(scaleValue(std::exp(2.0), ScaleMode::Log), 2.0, 1e-15);
     for (const double value : {0.0, -0.0, -5.0, nan, 1.0})
         EXPECT_EQ(scaleValue(value, ScaleMode::Log), 0.0);

@@ -20,28 +20,14 @@
 namespace Tessaly {
 namespace {
 
-TEST(DatasetDragTest, DropRows) {
-    struct Case {
-        int itemRow;
-        bool lowerHalf;
-        int expected;
-    };
-    for (const Case& c :
-         {Case{0, false, 0}, Case{0, true, 1}, Case{3, true, 4}, Case{-1, false, 4}, Case{-1, true, 4}}) {
-        EXPECT_EQ(dropTargetRow(c.itemRow, c.lowerHalf, 4), c.expected) << c.itemRow;
-    }
+TEST(DatasetDragTest, RowsAndPayload) {
+    EXPECT_EQ(dropTargetRow(3, false, 4), 3);
+    EXPECT_EQ(dropTargetRow(3, true, 4), 4);
+    EXPECT_EQ(dropTargetRow(-1, false, 4), 4);
     // Onto itself, and onto the lower half of the row above or the upper half of the row below.
-    EXPECT_FALSE(moveChangesOrder(2, 2));
-    EXPECT_FALSE(moveChangesOrder(2, 3));
-    EXPECT_TRUE(moveChangesOrder(2, 1));
-    EXPECT_TRUE(moveChangesOrder(2, 4));
-}
-
-TEST(DatasetDragTest, PayloadIsTheDecimalId) {
-    const std::unique_ptr<QMimeData> data(datasetMimeData(12));
-    EXPECT_EQ(data->data("application/x-tessaly-dataset"), QByteArray("12"));
-    EXPECT_EQ(data->text(), "12");
-    EXPECT_EQ(datasetIdOf(data.get()), 12);
+    for (const int target : {1, 2, 3, 4})
+        EXPECT_EQ(moveChangesOrder(2, target), target == 1 || target == 4);
+    EXPECT_EQ(datasetIdOf(std::unique_ptr<QMimeData>(datasetMimeData(12)).get()), 12);
     QMimeData other;
     other.setText("12");
     EXPECT_EQ(datasetIdOf(&other), std::nullopt);
@@ -81,33 +67,20 @@ protected:
     std::unique_ptr<DatasetsPanel> panel;
 };
 
-TEST_F(DatasetsPanelTest, ReadsModeAndDepthFromTheSettings) {
-    struct Case {
-        int mode;
-        int depth;
-        bool folders;
-        int shownDepth;
-    };
-    for (const Case& c : {Case{0, 2, false, 2}, Case{1, 9, true, 4}, Case{1, 0, true, 1}, Case{7, 3, false, 3}}) {
-        QSettings().setValue("datasetView/mode", c.mode);
-        QSettings().setValue("datasetView/depth", c.depth);
+TEST_F(DatasetsPanelTest, ModeAndDepthComeFromTheSettingsAndGoThere) {
+    for (const auto& [storedMode, storedDepth, folders, shown] :
+         {std::tuple{0, 2, false, 2}, {1, 9, true, 4}, {1, 0, true, 1}, {7, 3, false, 3}}) {
+        QSettings().setValue("datasetView/mode", storedMode);
+        QSettings().setValue("datasetView/depth", storedDepth);
         make();
-        EXPECT_EQ(panel->folderViewActive(), c.folders) << c.mode;
-        EXPECT_EQ(depth()->isVisible(), c.folders) << c.mode;
-        EXPECT_EQ(panel->folderDepth(), c.shownDepth) << c.depth;
+        EXPECT_EQ(panel->folderViewActive(), folders) << storedMode;
+        EXPECT_EQ(depth()->isVisible(), folders) << storedMode;
+        EXPECT_EQ(panel->folderDepth(), shown) << storedDepth;
     }
-}
-
-TEST_F(DatasetsPanelTest, WritesModeAndDepthAtOnce) {
-    make();
-    EXPECT_EQ(panel->folderDepth(), 2);
     mode()->setCurrentIndex(1);
-    depth()->setValue(3);
+    depth()->setValue(2);
     EXPECT_EQ(QSettings().value("datasetView/mode").toInt(), 1);
-    EXPECT_EQ(QSettings().value("datasetView/depth").toInt(), 3);
-    mode()->setCurrentIndex(0);
-    EXPECT_EQ(QSettings().value("datasetView/mode").toInt(), 0);
-    EXPECT_FALSE(depth()->isVisible());
+    EXPECT_EQ(QSettings().value("datasetView/depth").toInt(), 2);
 }
 
 TEST_F(DatasetsPanelTest, KeepsTheCurrentDatasetAndEmitsNothingByItself) {
@@ -170,13 +143,8 @@ TEST_F(DatasetsPanelTest, ShowsFoldersUpToTheDepth) {
     ASSERT_EQ(panel->tree()->topLevelItemCount(), 1);
     const QTreeWidgetItem* data = panel->tree()->topLevelItem(0);
     EXPECT_EQ(data->text(0), "data");
-    EXPECT_EQ(DatasetTreeWidget::idOf(data), -1);
     EXPECT_FALSE(data->flags() & (Qt::ItemIsSelectable | Qt::ItemIsDragEnabled));
-    EXPECT_TRUE(data->isExpanded());
     EXPECT_EQ(treeItem(3)->parent()->text(0), "day1");
-    EXPECT_EQ(treeItem(3)->toolTip(0), "/data/day1/beta.vqd");
-    EXPECT_TRUE(treeItem(3)->flags() & Qt::ItemIsDragEnabled);
-    EXPECT_FALSE(treeItem(3)->flags() & Qt::ItemIsDropEnabled);
     depth()->setValue(1);
     EXPECT_EQ(panel->tree()->topLevelItemCount(), 2);
     panel->setRows({{1, "x", "/a&b/x.vqd"}});
@@ -193,9 +161,6 @@ TEST_F(DatasetsPanelTest, ContextMenus) {
     auto* list = panel->list();
     QMenu* menu = contextMenu(list, list->visualItemRect(list->item(0)).center());
     ASSERT_TRUE(menu);
-    ASSERT_EQ(menu->actions().size(), 2);
-    EXPECT_EQ(menu->actions()[0]->text(), "Duplicate Dataset");
-    EXPECT_EQ(menu->actions()[1]->text(), "Remove Dataset");
     QTest::keyClick(menu, Qt::Key_Down);
     QTest::keyClick(menu, Qt::Key_Return);
     EXPECT_EQ(duplicate.count(), 1);
@@ -211,8 +176,6 @@ TEST_F(DatasetsPanelTest, ContextMenus) {
     EXPECT_EQ(chosen[0][0].toInt(), 5);
     QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions()[1]).center());
     EXPECT_EQ(remove.count(), 1);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_FALSE(panel->findChild<QMenu*>("datasetMenu"));
 }
 
 TEST_F(DatasetsPanelTest, RefusesDragsFromElsewhere) {
@@ -225,14 +188,12 @@ TEST_F(DatasetsPanelTest, RefusesDragsFromElsewhere) {
     for (int view = 0; view < 2; ++view) {
         mode()->setCurrentIndex(view);
         QWidget* viewport = view == 0 ? panel->list()->viewport() : panel->tree()->viewport();
-        for (const QMimeData* mime :
-             {static_cast<const QMimeData*>(data.get()), static_cast<const QMimeData*>(&files)}) {
+        for (const QMimeData* mime : std::initializer_list<const QMimeData*>{data.get(), &files}) {
             QDragMoveEvent move(QPoint(10, 60), Qt::CopyAction, mime, Qt::LeftButton, Qt::NoModifier);
             QApplication::sendEvent(viewport, &move);
-            EXPECT_FALSE(move.isAccepted());
             QDropEvent drop(QPointF(10, 60), Qt::CopyAction, mime, Qt::LeftButton, Qt::NoModifier);
             QApplication::sendEvent(viewport, &drop);
-            EXPECT_FALSE(drop.isAccepted());
+            EXPECT_FALSE(move.isAccepted() || drop.isAccepted());
         }
         // File drags pass on to the window.
         QDragEnterEvent enter(QPoint(10, 60), Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
@@ -296,23 +257,18 @@ TEST(DatasetListWidgetTest, ADropAsksForANewOrder) {
     const auto at = [&](int row, int offset) {
         return list.visualItemRect(list.item(row)).center() + QPoint(0, offset);
     };
-    struct Case {
+    const struct {
         int id;
         QPoint position;
-        int from;
-        int to; // -1: nothing moves
-    };
-    for (const Case& c :
-         {Case{5, at(0, -5), 2, 0}, Case{7, at(1, 5), 0, 2}, Case{7, QPoint(20, 180), 0, 3}, Case{3, at(0, 5), 1, -1},
-          Case{3, at(2, -5), 1, -1}, Case{3, at(1, 5), 1, -1}, Case{3, at(2, 5), 1, 3}, Case{99, at(0, 0), -1, -1}}) {
+        QVariantList move; ///< empty: nothing moves
+    } cases[] = {{5, at(0, -5), {2, 0}}, {7, at(1, 5), {0, 2}}, {7, QPoint(20, 180), {0, 3}}, {3, at(0, 5), {}},
+                 {3, at(2, -5), {}},     {3, at(1, 5), {}},     {3, at(2, 5), {1, 3}},        {99, at(0, 0), {}}};
+    for (const auto& c : cases) {
         reorder.clear();
-        EXPECT_EQ(dragTo(list, c.id, c.position).dropAccepted, c.to >= 0);
+        EXPECT_EQ(dragTo(list, c.id, c.position).dropAccepted, !c.move.isEmpty());
         EXPECT_EQ(reorder.count(), 0); // not from within the drop
         QApplication::processEvents();
-        ASSERT_EQ(reorder.count(), c.to < 0 ? 0 : 1) << c.id;
-        if (c.to >= 0) {
-            EXPECT_EQ(reorder[0], QVariantList({c.from, c.to}));
-        }
+        EXPECT_EQ(reorder.value(0), c.move) << c.id;
         EXPECT_EQ(list.count(), 3); // the list leaves the moving to others
     }
 }

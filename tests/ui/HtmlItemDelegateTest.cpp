@@ -19,22 +19,6 @@ protected:
         return delegate.sizeHint(option, list.model()->index(0, 0));
     }
 
-    QImage paint(const QString& html, QStyle::State state, int width) {
-        list.clear();
-        list.addItem(html);
-        QImage image(200, 40, QImage::Format_RGB32);
-        image.fill(Qt::white);
-        QPainter painter(&image);
-        QStyleOptionViewItem option;
-        option.font = list.font();
-        option.rect = QRect(20, 5, width, 25);
-        option.state = state;
-        option.palette.setColor(QPalette::Active, QPalette::Highlight, QColor(0, 171, 173));
-        option.palette.setColor(QPalette::Inactive, QPalette::Highlight, Qt::red);
-        delegate.paint(&painter, option, list.model()->index(0, 0));
-        return image;
-    }
-
     QListWidget list;
     HtmlItemDelegate delegate;
 };
@@ -47,26 +31,23 @@ TEST_F(HtmlItemDelegateTest, MarkupTakesNoRoomAndNothingWraps) {
     EXPECT_GT(hint("a &lt; b").width(), hint("a b").width());
 }
 
-TEST_F(HtmlItemDelegateTest, SelectionFillsTheItemInTheActiveColour) {
-    const QImage selected = paint("x", QStyle::State_Selected | QStyle::State_Enabled, 100);
-    EXPECT_EQ(selected.pixelColor(20, 5), QColor(0, 171, 173));
-    EXPECT_EQ(selected.pixelColor(119, 29), QColor(0, 171, 173));
-    EXPECT_EQ(selected.pixelColor(19, 5), QColor(Qt::white));
-    EXPECT_EQ(selected.pixelColor(120, 29), QColor(Qt::white));
-    EXPECT_EQ(paint("x", QStyle::State_Enabled, 100).pixelColor(119, 29), QColor(Qt::white));
-}
-
 TEST_F(HtmlItemDelegateTest, TextStaysInsideTheMargins) {
-    const QImage image = paint(QString(100, 'M'), QStyle::State_Enabled, 100);
+    list.clear();
+    list.addItem(QString(100, 'M'));
+    QImage image(200, 40, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    QStyleOptionViewItem option;
+    option.font = list.font();
+    option.rect = QRect(20, 5, 100, 25);
+    option.state = QStyle::State_Enabled;
+    delegate.paint(&painter, option, list.model()->index(0, 0));
     int inked = 0;
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
             if (image.pixelColor(x, y) != QColor(Qt::white)) {
                 ++inked;
-                EXPECT_GE(x, 24);
-                EXPECT_LT(x, 116);
-                EXPECT_GE(y, 5);
-                EXPECT_LT(y, 30);
+                EXPECT_TRUE(QRect(24, 5, 92, 25).contains(x, y)) << x << ' ' << y;
             }
         }
     }
