@@ -44,7 +44,10 @@ DotVisibility::DotVisibility(const QPainter& painter, double extent) : limited_(
 }
 
 bool DotVisibility::shows(const QPointF& center) const {
-    return std::isfinite(center.x()) && std::isfinite(center.y()) && (!limited_ || area_.contains(center));
+    // No device is that large, and beyond it the library's rounding to whole pixels overflows. False for NaN, too.
+    constexpr double farAway = 1e8;
+    const bool drawable = std::abs(center.x()) < farAway && std::abs(center.y()) < farAway;
+    return drawable && (!limited_ || area_.contains(center));
 }
 
 } // namespace Tessaly

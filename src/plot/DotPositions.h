@@ -46,8 +46,8 @@ public:
     /// @param extent  reach of a dot about its centre
     DotVisibility(const QPainter& painter, double extent);
 
-    /// False for positions that are not finite, and for dots beyond the painter's clip. On devices that don't clip
-    /// (SVG) the centre decides, elsewhere any part.
+    /// False for positions that are not finite or beyond any device, and for dots beyond the painter's clip. On devices
+    /// that don't clip (SVG) the centre decides, elsewhere any part.
     bool shows(const QPointF& center) const;
 
 private:
