@@ -26,10 +26,9 @@ void expectLines(const std::vector<Polyline>& lines, const std::vector<Polyline>
     ASSERT_EQ(lines.size(), expected.size());
     for (std::size_t i = 0; i < lines.size(); ++i) {
         ASSERT_EQ(lines[i].size(), expected[i].size()) << i;
-        for (std::size_t k = 0; k < lines[i].size(); ++k) {
-            EXPECT_NEAR(lines[i][k].first, expected[i][k].first, 1e-12) << i << ' ' << k;
-            EXPECT_NEAR(lines[i][k].second, expected[i][k].second, 1e-12) << i << ' ' << k;
-        }
+        for (std::size_t k = 0; k < lines[i].size(); ++k)
+            EXPECT_LT(std::hypot(lines[i][k].first - expected[i][k].first, lines[i][k].second - expected[i][k].second),
+                      1e-12);
     }
 }
 
@@ -165,19 +164,15 @@ TEST(MarchingSquares, AgreesWithThePlainFormInPointsAndOrder) {
     }
 }
 
-struct Cloud {
-    std::vector<double> x, y;
-};
-
-Cloud logNormalCloud() {
+std::pair<std::vector<double>, std::vector<double>> logNormalCloud() {
     std::mt19937_64 random(11);
     std::normal_distribution<double> normal;
-    Cloud cloud;
+    std::vector<double> x, y;
     for (int i = 0; i < 3000; ++i) {
-        cloud.x.push_back(std::exp(4.0 + 0.5 * normal(random)));
-        cloud.y.push_back(0.05 + 0.01 * normal(random));
+        x.push_back(std::exp(4.0 + 0.5 * normal(random)));
+        y.push_back(0.05 + 0.01 * normal(random));
     }
-    return cloud;
+    return {x, y};
 }
 
 TEST(Contours, RunAtTheDensitiesThatSharesOfEventsFallBelow) {
@@ -201,8 +196,7 @@ TEST(Contours, RunAtTheDensitiesThatSharesOfEventsFallBelow) {
             }
         }
     }
-    EXPECT_FALSE(contours[0].polylines.empty());
-    EXPECT_FALSE(contours[1].polylines.empty());
+    EXPECT_FALSE(contours[0].polylines.empty() || contours[1].polylines.empty());
     for (const std::size_t index : {2U, 3U, 5U, 6U}) {
         EXPECT_EQ(contours[index].level, 0.0);
         EXPECT_TRUE(contours[index].polylines.empty());

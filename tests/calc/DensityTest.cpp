@@ -1,6 +1,5 @@
 #include "calc/Density.h"
 
-#include "calc/OrderStatistics.h"
 #include "support/PlainDensity.h"
 
 #include <gtest/gtest.h>
@@ -78,8 +77,6 @@ TEST(Density, AgreesWithScientificPython) {
     } cases[] = {
         {300, false, 32, 29.516542871684198, -0.00047284875377011718, 1.7276437511195151, 0.0037961001345793136,
          299.97193031953248, 1.1484658816554356, 1.1029783442979628, 1.1142928246780555, 361.36893117131058, 520},
-        {4000, false, 32, 33.17688112630772, 0.0065549387668449033, 1.5066321141266452, 0.0035521480919852152,
-         3999.834938851051, 13.099555880247381, 14.515534153524555, 19.872091222640794, 60589.201937219019, 49874},
         {4000, true, 442, 39.842162847582827, 0.014327033674324478, 0.079041227788883145, 0.00022254222665413348,
          3999.9801802329462, 17.290929931144952, 0.058217281828125661, 0.045375989627661165, 32920.254514001281,
          454854},
@@ -109,19 +106,12 @@ TEST(Density, AgreesWithScientificPython) {
         EXPECT_EQ(std::accumulate(counts.begin(), counts.end(), 0.0), c.histogramSum);
     }
 
-    const double rows[3][8] = {{0.214970325891374, 1.72955599182043, 1.83313175553481, 0.976868313997261,
-                                0.352743313291472, 0.201021622474594, 0.0240235908268323, 7.24574597791448e-05},
-                               {0.503199280577257, 5.85950374520417, 18.5384752167072, 13.9753915382129,
-                                11.9066410111202, 9.07436715631026, 3.82231197959595, 0.396195587526541},
-                               {4.50620139300515e-05, 0.0159018968812096, 0.112423037841109, 0.0240708850878295,
-                                0.0641770259939233, 0.0641370737463873, 0.00800681801694496, 2.72577021229671e-05}};
+    const double middleRow[] = {0.503199280577257, 5.85950374520417, 18.5384752167072, 13.9753915382129,
+                                11.9066410111202,  9.07436715631026, 3.82231197959595, 0.396195587526541};
     const auto [x, y] = makeCloud(300, false);
     const DensityGrid coarse = kernelDensityGrid(x, y, 8);
-    const std::size_t rowNumbers[] = {0, 3, 7};
-    for (std::size_t row = 0; row < 3; ++row) {
-        for (std::size_t column = 0; column < 8; ++column)
-            EXPECT_NEAR(coarse.values[rowNumbers[row] * 8 + column], rows[row][column], 1e-12);
-    }
+    for (std::size_t column = 0; column < 8; ++column)
+        EXPECT_NEAR(coarse.values[3 * 8 + column], middleRow[column], 1e-12);
 }
 
 TEST(Density, FastPathsAgreeWithTheTextbookFormToTheLastBit) {
@@ -199,8 +189,6 @@ TEST(Density, NotFiniteValuesKeepTheirPlaces) {
         density.erase(density.begin() + 10);
         EXPECT_EQ(density, computeDensity(whole.x, whole.y, method));
     }
-    for (const double value : computeDensity(whole.x, whole.y, static_cast<DensityMethod>(3)))
-        EXPECT_TRUE(std::isnan(value));
     const Values four{1, 2, 3, nan};
     for (const double value : computeDensity(four, four, DensityMethod::NearestNeighbours))
         EXPECT_TRUE(std::isnan(value)) << "three finite points are too few";
@@ -227,22 +215,6 @@ TEST(Density, NumbersAtTheEndsOfTheRangeAreSurvived) {
         EXPECT_EQ(interpolateGrid(kernelDensityGrid(x, x, 4), broken, x).size(), 5U);
     }
     EXPECT_EQ(kernelDensityGrid({}, {}, 2).values, Values(4, 0.0));
-}
-
-TEST(Density, OrderStatisticsAreThoseOfSorting) {
-    for (unsigned seed = 0; seed < 24; ++seed) {
-        Values values = randomCloud(seed).x;
-        if (seed % 5 == 4)
-            values[1] = seed % 2 ? infinity : 1e308;
-        const std::vector<std::size_t> places{values.size() / 4, 0, values.size() - 1, values.size() / 4 + 1,
-                                              values.size() / 4};
-        Values sorted = values;
-        std::sort(sorted.begin(), sorted.end());
-        const Values found = orderStatistics(values, places);
-        for (std::size_t i = 0; i < places.size(); ++i)
-            EXPECT_EQ(found[i], sorted[places[i]]) << seed;
-    }
-    EXPECT_EQ(orderStatistics(Values{3, nan, 1, 2}, std::vector<std::size_t>{2, 0}), (Values{3, 1}));
 }
 
 /// The neighbours method as one would write it down: a map of cells, rings of clamped squares, a sorted list.

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 namespace Tessaly {
@@ -164,38 +165,36 @@ TEST_F(EModulusTest, ReportsProgressEvery256Events) {
 }
 
 TEST_F(EModulusTest, IsoelasticPointsLieAtTheirLevel) {
-    for (const double pixelSize : {0.34, 0.6}) {
-        for (const double width : {20.0, 28.0}) {
-            EModulusParams params;
-            params.pixelSize = pixelSize;
-            params.channelWidth = width;
-            params.viscosityModel = 3;
-            params.viscosity = 7.5;
-            params.pixelationCorrection = false; // lines are of measured deformation all the same
-            const std::vector<IsoelasticLine> lines = engine_.isoelastics(params);
-            ASSERT_GE(lines.size(), 3U);
-            const double factor = std::pow(20.0 / width, 3) * 0.04 / 0.16 * 7.5 / 1.002;
-            EModulusParams corrected = params;
-            corrected.pixelationCorrection = true;
-            double previous = 0.0;
-            for (const IsoelasticLine& line : lines) {
-                EXPECT_GT(line.value, previous);
-                previous = line.value;
-                EXPECT_NEAR(std::remainder(line.value / factor, 0.1), 0.0, 1e-9);
-                ASSERT_GE(line.points.size(), 2U);
-                std::vector<double> area;
-                std::vector<double> deform;
-                for (const auto& [a, d] : line.points) {
-                    area.push_back(a);
-                    deform.push_back(d);
-                }
-                for (std::size_t i = 1; i < area.size(); ++i)
-                    EXPECT_GT(area[i], area[i - 1]);
-                reader_.setFeature("area_um", std::move(area));
-                reader_.setFeature("deform", std::move(deform));
-                for (const double modulus : compute(corrected))
-                    EXPECT_NEAR(modulus, line.value, 1e-3 * line.value);
+    for (const auto& [pixelSize, width] : {std::pair{0.34, 20.0}, {0.6, 28.0}}) {
+        EModulusParams params;
+        params.pixelSize = pixelSize;
+        params.channelWidth = width;
+        params.viscosityModel = 3;
+        params.viscosity = 7.5;
+        params.pixelationCorrection = false; // lines are of measured deformation all the same
+        const std::vector<IsoelasticLine> lines = engine_.isoelastics(params);
+        ASSERT_GE(lines.size(), 3U);
+        const double factor = std::pow(20.0 / width, 3) * 0.04 / 0.16 * 7.5 / 1.002;
+        EModulusParams corrected = params;
+        corrected.pixelationCorrection = true;
+        double previous = 0.0;
+        for (const IsoelasticLine& line : lines) {
+            EXPECT_GT(line.value, previous);
+            previous = line.value;
+            EXPECT_NEAR(std::remainder(line.value / factor, 0.1), 0.0, 1e-9);
+            ASSERT_GE(line.points.size(), 2U);
+            std::vector<double> area;
+            std::vector<double> deform;
+            for (const auto& [a, d] : line.points) {
+                area.push_back(a);
+                deform.push_back(d);
             }
+            for (std::size_t i = 1; i < area.size(); ++i)
+                EXPECT_GT(area[i], area[i - 1]);
+            reader_.setFeature("area_um", std::move(area));
+            reader_.setFeature("deform", std::move(deform));
+            for (const double modulus : compute(corrected))
+                EXPECT_NEAR(modulus, line.value, 1e-3 * line.value);
         }
     }
 }
@@ -253,6 +252,15 @@ TEST(EModulusLutFile, TableThatAppearsLaterIsPickedUpAndKept) {
     engine.triangulate(0);
     EXPECT_EQ(engine.mesh(0), nullptr);
 
+    // Two rows are a table, but make no mesh.
+    EModulus small;
+    small.setSearchDirectory(folder.path().string());
+    installLut(folder.path().string(), "1 2 3\n4 5 6\n");
+    small.triangulate(0);
+    EXPECT_NE(small.lut(0), nullptr);
+    EXPECT_EQ(small.mesh(0), nullptr);
+    EXPECT_TRUE(small.isoelastics({}).empty());
+
     installLut(folder.path().string(), lutText(syntheticLut()));
     engine.loadLut(0);
     ASSERT_NE(engine.lut(0), nullptr);
@@ -306,26 +314,12 @@ TEST(EModulusLutFile, FormatAndDamage) {
         std::ofstream(folder.file("table.txt"), std::ios::binary) << c.text;
         const auto lut = readLutFile(folder.file("table.txt"));
         ASSERT_TRUE(lut);
-        EXPECT_EQ(lut->area.size(), c.rows);
-        EXPECT_EQ(lut->deform.size(), c.rows);
-        EXPECT_EQ(lut->emodulus.size(), c.rows);
-        EXPECT_EQ(lut->channelWidth, c.width);
-        EXPECT_EQ(lut->flowRate, c.flow);
-        EXPECT_EQ(lut->viscosity, c.viscosity);
+        for (const auto* column : {&lut->area, &lut->deform, &lut->emodulus})
+            EXPECT_EQ(column->size(), c.rows);
+        EXPECT_EQ(std::tie(lut->channelWidth, lut->flowRate, lut->viscosity), std::tie(c.width, c.flow, c.viscosity));
     }
     EXPECT_FALSE(readLutFile(folder.path().string()));
     EXPECT_FALSE(readLutFile(folder.file("missing.txt")));
-}
-
-TEST(EModulusLutFile, TwoRowsStayWithoutMesh) {
-    const TemporaryFolder folder;
-    installLut(folder.path().string(), "1 2 3\n4 5 6\n");
-    EModulus engine;
-    engine.setSearchDirectory(folder.path().string());
-    engine.triangulate(0);
-    EXPECT_NE(engine.lut(0), nullptr);
-    EXPECT_EQ(engine.mesh(0), nullptr);
-    EXPECT_TRUE(engine.isoelastics({}).empty());
 }
 
 } // namespace

@@ -32,8 +32,7 @@ TEST(DatasetOpeningTest, PathOrderGoesFolderByFolder) {
                 << ordered[i].toStdString() << " and " << ordered[j].toStdString();
         }
     }
-    EXPECT_FALSE(pathComesBefore("/a/B.vqd", "/A/b.vqd"));
-    EXPECT_FALSE(pathComesBefore("/A/b.vqd", "/a/B.vqd")) << "without regard to case they are equal";
+    EXPECT_FALSE(pathComesBefore("/a/B.vqd", "/A/b.vqd") || pathComesBefore("/A/b.vqd", "/a/B.vqd"));
 }
 
 TEST(DatasetOpeningTest, DroppedFoldersAreSearchedAndOtherFilesPassedOver) {

@@ -37,23 +37,17 @@ TEST(LoadingQueueTest, OnePreloadAtATimeRowsBeforePaths) {
     EXPECT_EQ(queue.takeNext().kind, Kind::Nothing);
 }
 
-TEST(LoadingQueueTest, RemovingThePreloadedRowLeavesNoRowToFinish) {
+TEST(LoadingQueueTest, ARemovedPreloadHasNoRowAndClearForgetsEverything) {
     LoadingQueue queue;
     queue.startOrQueue(2);
     queue.rowRemoved(2);
     EXPECT_TRUE(queue.isRunning());
     EXPECT_EQ(queue.finish(), -1);
-}
-
-TEST(LoadingQueueTest, ClearForgetsEverything) {
-    LoadingQueue queue;
     queue.startOrQueue(0);
     queue.startOrQueue(1);
     queue.queuePath("a.vqd");
     queue.clear();
     EXPECT_FALSE(queue.isRunning());
-    EXPECT_EQ(queue.preloadRow(), -1);
-    EXPECT_EQ(queue.pendingPathCount(), 0);
     EXPECT_EQ(queue.takeNext().kind, Kind::Nothing);
 }
 

@@ -41,10 +41,6 @@ TEST(PlotFrameTest, AllEventsInFileOrder) {
     EXPECT_EQ(frame.color, (Values{7, 8, 9}));
     EXPECT_TRUE(frame.visibleIndices.empty());
     EXPECT_FALSE(frame.reduced || frame.filterInForce);
-    DatasetEntry& dataset = *builder.session.datasetAt(0);
-    EXPECT_EQ(frame.xLabel.toStdString(), dataset.reader->featureLabel("area_um"));
-    EXPECT_EQ(frame.yLabel.toStdString(), dataset.reader->featureLabel("deform"));
-    EXPECT_EQ(frame.colorLabel.toStdString(), dataset.reader->featureLabel("bright_avg"));
     EXPECT_EQ(frame.eventAt(2), 2);
     EXPECT_EQ(frame.eventAt(3), -1);
     EXPECT_EQ(frame.eventAt(-1), -1);
@@ -77,7 +73,6 @@ TEST(PlotFrameTest, FilterThenCleaningKeepTheWayBackToEvents) {
     EXPECT_EQ(frame.eventAt(0), 5);
     EXPECT_EQ(frame.plotIndexOf(5), 0);
     EXPECT_EQ(frame.plotIndexOf(4), -1);
-    EXPECT_EQ(frame.plotIndexOf(9), -1);
 }
 
 TEST(PlotFrameTest, AFilterThatPassesAllOrNoneIsStillInForce) {
@@ -92,7 +87,6 @@ TEST(PlotFrameTest, AFilterThatPassesAllOrNoneIsStillInForce) {
     EXPECT_TRUE(frame.x.empty() && frame.visibleIndices.empty());
     EXPECT_TRUE(frame.reduced && frame.filterInForce);
     EXPECT_EQ(frame.eventAt(0), -1);
-    EXPECT_EQ(frame.plotIndexOf(0), -1);
 }
 
 TEST(PlotFrameTest, UnreadableColumns) {
@@ -153,13 +147,10 @@ TEST(PlotFrameTest, DensityIsTakenInAxisSpaceBeforeCleaning) {
         EXPECT_EQ(frame.color, (Values{all[0], all[1], all[2], all[3], all[6]})) << selector;
         EXPECT_EQ(frame.colorLabel, "Density");
     }
-}
-
-TEST(PlotFrameTest, FewerThanFourPointsHaveNoDensityAndVanish) {
-    SessionBuilder builder;
-    builder.add({{"area_um", {1, 2, 3}}, {"deform", {1, 2, 3}}});
+    // Fewer than four points have no density, and with that no place.
+    builder.session.datasetAt(0)->filter.addRule(rangeRule("area_um", 1, 15));
+    EXPECT_EQ(frameOf(builder, xy()).x.size(), 2U);
     EXPECT_EQ(frameOf(builder, xy("__density_kde__")).x.size(), 0U);
-    EXPECT_EQ(frameOf(builder, xy()).x.size(), 3U);
 }
 
 TEST(PlotFrameTest, CountsWhatALogarithmicAxisCanNotShow) {
@@ -187,15 +178,13 @@ TEST(PlotFrameTest, ContoursOrderTheirFractions) {
     settings.contourFraction2 = 0.3;
     PlotFrame frame = frameOf(builder, settings);
     EXPECT_TRUE(contoursOf(frame, settings).empty()) << "off";
-    for (const int mode : {ContourMode::Overlay, ContourMode::Only}) {
-        settings.contourMode = mode;
-        const auto lines = contoursOf(frame, settings);
-        ASSERT_EQ(lines.size(), 2U);
-        EXPECT_EQ(lines[0].fraction, 0.3);
-        EXPECT_EQ(lines[1].fraction, 0.8);
-        EXPECT_LT(lines[0].level, lines[1].level);
-        EXPECT_FALSE(lines[0].polylines.empty());
-    }
+    settings.contourMode = ContourMode::Only;
+    const auto lines = contoursOf(frame, settings);
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0].fraction, 0.3);
+    EXPECT_EQ(lines[1].fraction, 0.8);
+    EXPECT_LT(lines[0].level, lines[1].level);
+    EXPECT_FALSE(lines[0].polylines.empty());
     frame.x.resize(3);
     frame.y.resize(3);
     EXPECT_TRUE(contoursOf(frame, settings).empty());
@@ -203,28 +192,22 @@ TEST(PlotFrameTest, ContoursOrderTheirFractions) {
 
 TEST(PlotFrameTest, ContoursAreTheSameWhetherTheDensityIsKnownOrNot) {
     auto columns = sampleColumns(400, 3);
-    struct Case {
-        const char* what;
-        double spoiled; ///< put in place of one area
-        bool knownDensity;
-    };
-    for (const Case& c :
-         {Case{"as measured", 50.0, true}, Case{"below zero", -5.0, true}, Case{"missing", nan, false}}) {
-        columns["area_um"][10] = c.spoiled;
+    for (const auto& [spoiled, knownDensity] : {std::pair{50.0, true}, {-5.0, true}, {nan, false}}) {
+        columns["area_um"][10] = spoiled;
         SessionBuilder builder;
         builder.add({{"area_um", columns.at("area_um")}, {"deform", columns.at("deform")}});
         PlotSettings settings = xy(std::string(DensityKde));
         settings.contourMode = ContourMode::Overlay;
         settings.scaleX = ScaleMode::Log;
         const PlotFrame frame = frameOf(builder, settings);
-        EXPECT_EQ(frame.density.has_value(), c.knownDensity) << c.what;
+        EXPECT_EQ(frame.density.has_value(), knownDensity) << spoiled;
         const std::array fractions{0.1, 0.67};
         const auto direct = computeContours(frame.x, frame.y, fractions, ScaleMode::Log, ScaleMode::Linear);
         const auto lines = contoursOf(frame, settings);
         ASSERT_EQ(lines.size(), direct.size());
         for (std::size_t i = 0; i < lines.size(); ++i) {
-            EXPECT_EQ(lines[i].level, direct[i].level) << c.what;
-            EXPECT_EQ(lines[i].polylines, direct[i].polylines) << c.what;
+            EXPECT_EQ(lines[i].level, direct[i].level) << spoiled;
+            EXPECT_EQ(lines[i].polylines, direct[i].polylines) << spoiled;
         }
         settings.scaleX = ScaleMode::Linear; // the plot's scale has changed since the frame was made
         EXPECT_EQ(contoursOf(frame, settings)[0].level, computeContours(frame.x, frame.y, fractions, 0, 0)[0].level);

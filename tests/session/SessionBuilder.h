@@ -2,6 +2,7 @@
 
 #include "io/VQDReader.h"
 #include "session/Session.h"
+#include "support/FilterRules.h"
 #include "support/SampleFile.h"
 #include "support/TemporaryFolder.h"
 
@@ -36,25 +37,8 @@ public:
         return *session.datasetAt(session.append(std::move(entry)));
     }
 
-    /// Ids in row order.
-    std::vector<int> ids() const {
-        std::vector<int> result;
-        for (const auto& entry : session.datasets())
-            result.push_back(entry->id);
-        return result;
-    }
-
 private:
     TemporaryFolder folder_;
 };
-
-inline FilterRule rangeRule(const std::string& feature, double low, double high, const std::string& link = {}) {
-    FilterRule rule;
-    rule.featureName = feature;
-    rule.minValue = low;
-    rule.maxValue = high;
-    rule.propagationId = link;
-    return rule;
-}
 
 } // namespace Tessaly
