@@ -4,11 +4,8 @@
 
 #include <hdf5.h>
 
-#include <atomic>
-#include <chrono>
 #include <iostream>
 #include <limits>
-#include <thread>
 #include <type_traits>
 
 namespace Tessaly {
@@ -32,31 +29,11 @@ std::string libraryDetail(const char* call) {
     return std::string(call) + ": " + (known ? innermost : "the call failed");
 }
 
-/// Threads that ask for the mutex in vain just now.
-std::atomic<int> waitingThreads = 0;
-
-std::unique_lock<std::recursive_mutex> lockMutex() {
-    std::unique_lock lock(hdf5Mutex(), std::try_to_lock);
-    if (!lock) {
-        ++waitingThreads;
-        lock.lock();
-        --waitingThreads;
-    }
-    return lock;
-}
-
 } // namespace
 
 std::recursive_mutex& hdf5Mutex() {
     static std::recursive_mutex mutex;
     return mutex;
-}
-
-void letWaitingThreadsIn() {
-    constexpr std::chrono::microseconds pause(20);
-    constexpr int mostPauses = 500;
-    for (int i = 0; i < mostPauses && waitingThreads > 0; ++i)
-        std::this_thread::sleep_for(pause);
 }
 
 void initializeHdf5() {
@@ -68,7 +45,7 @@ void initializeHdf5() {
         silenced = true;
 }
 
-Hdf5Lock::Hdf5Lock() : lock_(lockMutex()) {
+Hdf5Lock::Hdf5Lock() : lock_(hdf5Mutex()) {
     initializeHdf5();
 }
 

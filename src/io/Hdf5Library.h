@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-/// What the io layer shares around the file library; of it, higher layers use Hdf5Lock and FileError only. The
+/// What the io layer shares around the file library. Internal to the layer, but for FileError. The
 /// library's own handles are 64-bit integers; they appear here as such, so that its headers stay in the source files.
 ///
 /// The plain C interface is used on purpose: the library's C++ wrapper opens the library from static initialisers and
@@ -40,8 +40,7 @@ private:
     Closer closer_ = nullptr;
 };
 
-/// Holds hdf5Mutex(), prepares the library and silences it on this thread. A caller of several reader operations in a
-/// row may hold one over all of them, so that it waits for a preload only once.
+/// Holds hdf5Mutex(), prepares the library and silences it on this thread.
 class Hdf5Lock {
 public:
     Hdf5Lock();
@@ -51,12 +50,8 @@ public:
     Hdf5Lock& operator=(const Hdf5Lock&) = delete;
 
 private:
-    std::unique_lock<std::recursive_mutex> lock_;
+    std::lock_guard<std::recursive_mutex> lock_;
 };
-
-/// Waits until the threads that wait for an Hdf5Lock have got it, at most some milliseconds. A mutex is not fair: a
-/// thread that takes it again and again must call this in between, without holding it, or others hardly get their turn.
-void letWaitingThreadsIn();
 
 /// Throws FileError with the library's own words if a call failed.
 void requireSuccess(std::int64_t status, const char* call);

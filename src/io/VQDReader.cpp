@@ -259,7 +259,6 @@ void VQDReader::cacheAllFeatures() {
     for (const std::string& name : impl_->featureNames) {
         if (isScalarFeature(name))
             getFeature(name);
-        letWaitingThreadsIn();
     }
 }
 

@@ -332,23 +332,4 @@ TEST_F(Reader, PreloadOnAThreadWhileAnotherReads) {
     EXPECT_EQ(std::count(silent.begin(), silent.end(), '\n'), 1) << silent;
 }
 
-TEST_F(Reader, OthersGetTheirTurnDuringAPreload) {
-    SampleFileOptions options;
-    options.events = 20000;
-    options.gzip = true;
-    options.images = options.masks = options.traces = false;
-    for (int i = 0; i < 200; ++i)
-        options.columns["column" + std::to_string(i)] = std::vector<double>(options.events, i);
-    ASSERT_TRUE(reader_.open(sample(options)));
-    std::atomic<bool> ended = false;
-    std::thread preload([&] {
-        reader_.cacheAllFeatures();
-        ended = true;
-    });
-    for (int i = 0; i < 10; ++i)
-        EXPECT_EQ(reader_.getFeature("column199").size(), options.events);
-    EXPECT_FALSE(ended) << "ten readings have waited for all columns";
-    preload.join();
-}
-
 } // namespace Tessaly
