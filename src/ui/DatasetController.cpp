@@ -48,7 +48,7 @@ void DatasetController::openFile() {
 }
 
 void DatasetController::openPaths(QStringList paths) {
-    std::sort(paths.begin(), paths.end(), pathComesBefore);
+    std::stable_sort(paths.begin(), paths.end(), pathComesBefore);
     for (const QString& path : std::as_const(paths)) {
         loader_.open(path);
     }
@@ -167,11 +167,11 @@ void DatasetController::clearSession() {
         return;
     }
     loader_.stop();
-    plot_.setPreloadRunning(false);
-    panels_.filters->setDataset(nullptr);
+    panels_.filters->setDataset(nullptr); // it points into an entry
     session_.clear();
     showRows();
     plot_.showNothing();
+    plot_.setPreloadRunning(false);
 }
 
 void DatasetController::showRows() {

@@ -30,6 +30,7 @@ EventController::EventController(Session& session, const MainPanels& panels, QOb
 }
 
 void EventController::setDataset(DatasetEntry& dataset) {
+    frame_ = nullptr;
     VQDReader& reader = *dataset.reader;
     const int count = static_cast<int>(
         std::min<std::uint64_t>(reader.eventCount(), static_cast<std::uint64_t>(std::numeric_limits<int>::max())));
@@ -107,11 +108,12 @@ void EventController::onPointClicked(int plotIndex) {
 
 void EventController::onEventNumberChanged(int event) {
     DatasetEntry* dataset = session_.active();
-    if (!dataset || !frame_ || !dataset->reader->hasImage() || event < 0 ||
+    if (!dataset || !dataset->featuresLoaded || !dataset->reader->hasImage() || event < 0 ||
         static_cast<std::uint64_t>(event) >= dataset->reader->eventCount()) {
         return;
     }
-    choose(event, frame_->plotIndexOf(event));
+    // Pictures can be looked at even if nothing could be plotted.
+    choose(event, frame_ ? frame_->plotIndexOf(event) : -1);
 }
 
 void EventController::onMaskToggled() {
@@ -176,7 +178,7 @@ void EventController::showTraces(DatasetEntry& dataset, int event) {
     std::map<std::string, std::vector<float>> traces;
     const std::vector<std::string> stored = reader.traceNames();
     for (const TraceChannel& channel : plot->channels()) {
-        if (std::binary_search(stored.begin(), stored.end(), channel.traceName)) {
+        if (std::ranges::find(stored, channel.traceName) != stored.end()) {
             traces[channel.traceName] = reader.getTrace(channel.traceName, static_cast<std::size_t>(event));
         }
     }

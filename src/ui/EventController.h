@@ -44,7 +44,8 @@ private:
 
     Session& session_;
     const MainPanels& panels_;
-    PlotFrame const* frame_ = nullptr; ///< of the last refresh; owned by the plot controller
+    /// Of the last refresh, if that was one of the active dataset; owned by the plot controller.
+    const PlotFrame* frame_ = nullptr;
 };
 
 } // namespace Tessaly

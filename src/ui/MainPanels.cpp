@@ -44,6 +44,7 @@ QDockWidget* addDock(QMainWindow& window, const char* name, const QString& title
         dock->setTitleBarWidget(new QWidget(dock));
     }
     dock->setWidget(content);
+    dock->toggleViewAction()->setObjectName(QLatin1String(name) + QLatin1String("Action"));
     window.addDockWidget(area, dock);
     return dock;
 }

@@ -105,6 +105,7 @@ void MainWindow::buildColorMapMenu(QMenu* settingsMenu) {
         QAction* action = menu->addAction(tr(ColorMapNames[static_cast<std::size_t>(i)]));
         action->setCheckable(true);
         action->setChecked(i == colorMapIndex_);
+        action->setObjectName(QStringLiteral("colorMapAction%1").arg(i));
         action->setData(i);
         group->addAction(action);
     }

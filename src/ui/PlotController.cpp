@@ -124,6 +124,12 @@ void PlotController::showActiveDataset() {
         fillMetadata();
     }
     panels_.filters->setDataset(dataset);
+    // The points of another dataset mean nothing here, even if their picture stays because a column can't be read.
+    frame_ = PlotFrame();
+    updatePlotStatus();
+    if (panels_.plotSettings->settings().xFeature.empty()) {
+        clearPlot();
+    }
     refresh();
     events_.showCurrentEvent();
 }
@@ -142,23 +148,17 @@ void PlotController::showLoading() {
         panels_.rename->setText(dataset->displayName);
     }
     events_.clear();
-    panels_.plot->clearPolygonOverlays();
-    panels_.plot->clearIsoelastics();
-    panels_.plot->clearData();
-    panels_.statistics->clearStatistics();
+    clearPlot();
     panels_.metadata->clear();
     panels_.calculations->setDatasetMetadata(&dataset->metadata);
-    frame_ = PlotFrame();
+    updateApplyPlotButton();
 }
 
 void PlotController::showNothing() {
     panels_.filters->setDataset(nullptr);
     panels_.calculations->setDatasetMetadata(nullptr);
     events_.reset();
-    panels_.plot->clearPolygonOverlays();
-    panels_.plot->clearIsoelastics();
-    panels_.plot->clearData();
-    panels_.statistics->clearStatistics();
+    clearPlot();
     panels_.metadata->clear();
     panels_.plotSettings->clearFeatures();
     panels_.plotSettings->setIsoelasticsOffered(false);
@@ -169,9 +169,17 @@ void PlotController::showNothing() {
         panels_.rename->setEnabled(false);
     }
     panels_.status->setText(tr("No file loaded."));
-    frame_ = PlotFrame();
     lastDatasetId_ = -1;
     updateApplyPlotButton();
+}
+
+void PlotController::clearPlot() {
+    panels_.plot->clearPolygonOverlays();
+    panels_.plot->clearIsoelastics();
+    panels_.plot->clearData();
+    panels_.statistics->clearStatistics();
+    frame_ = PlotFrame();
+    refreshPending_ = false; // what was chosen for the dataset before is stored with it
 }
 
 void PlotController::populateFeatures(DatasetEntry& dataset) {

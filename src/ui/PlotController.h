@@ -49,6 +49,8 @@ private:
     void connectControls();
     /// The active dataset if its file is open, else null.
     DatasetEntry* openActive() const;
+    /// Takes everything off the plot and forgets what it showed.
+    void clearPlot();
     void populateFeatures(DatasetEntry& dataset);
     void updateFeatureSelection();
     void draw(const PlotSettings& settings);
@@ -63,7 +65,7 @@ private:
     EventController& events_;
     const MainPanels& panels_;
     QWidget* window_; ///< parent of message boxes
-    PlotFrame frame_; ///< what the plot shows
+    PlotFrame frame_; ///< what the plot shows of the active dataset; empty until it is plotted
     std::string lastXFeature_;
     std::string lastYFeature_;
     int lastDatasetId_ = -1;

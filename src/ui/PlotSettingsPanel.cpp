@@ -27,6 +27,7 @@ constexpr int RowSpacing = 2;
 constexpr int HalfSpacing = 6;
 constexpr int LogItem = 1;
 
+constexpr char SelectorSheet[] = "QComboBox { padding: 2px 6px; min-height: 0; }";
 constexpr char LogProblemSheet[] = "QComboBox { background-color: #fff8e1; border: 1px solid #f9a825; }";
 constexpr char HighlightSheet[] =
     "QPushButton { background-color: #a6d7d5; color: #00abad; border: 1px solid #00abad; font-weight: bold; }";
@@ -61,9 +62,16 @@ std::string keyOf(const QComboBox* combo) {
     return combo->currentData().toString().toStdString();
 }
 
+// A new sheet polishes the widget anew, which is not for free on every refresh.
+void setSheet(QWidget* widget, const char* sheet) {
+    if (widget->styleSheet() != QLatin1String(sheet)) {
+        widget->setStyleSheet(QLatin1String(sheet));
+    }
+}
+
 void markLogAxisProblem(QComboBox* combo, int count, const QString& axisName) {
     combo->setItemText(LogItem, count > 0 ? PlotSettingsPanel::tr("Log ⚠") : PlotSettingsPanel::tr("Log"));
-    combo->setStyleSheet(count > 0 ? QString::fromLatin1(LogProblemSheet) : QString());
+    setSheet(combo, count > 0 ? LogProblemSheet : "");
     combo->setToolTip(
         count > 0 ? PlotSettingsPanel::tr("%1: %2 point%3 with value ≤ 0 not shown (cannot be drawn on a log axis)")
                         .arg(axisName)
@@ -108,7 +116,7 @@ QComboBox* PlotSettingsPanel::makeFeatureCombo(const QString& name, const QStrin
     auto* combo = new QComboBox;
     combo->setObjectName(name);
     combo->setAccessibleName(accessibleName);
-    combo->setStyleSheet(QString::fromLatin1(PlainSelectorSheet));
+    combo->setStyleSheet(QString::fromLatin1(SelectorSheet));
     combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     combo->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     combo->setMinimumWidth(MinFeatureWidth);
@@ -409,11 +417,7 @@ bool PlotSettingsPanel::isoelasticLabelsChecked() const {
 
 void PlotSettingsPanel::setApplyButton(bool enabled, bool highlighted) {
     applyToAll_->setEnabled(enabled);
-    const QString sheet = enabled && highlighted ? QString::fromLatin1(HighlightSheet) : QString();
-    // A new sheet polishes the widget anew, which is not for free on every refresh.
-    if (applyToAll_->styleSheet() != sheet) {
-        applyToAll_->setStyleSheet(sheet);
-    }
+    setSheet(applyToAll_, enabled && highlighted ? HighlightSheet : "");
 }
 
 } // namespace Tessaly

@@ -18,11 +18,6 @@ class QSpinBox;
 
 namespace Tessaly {
 
-/// Sheets of feature selectors: the usual one, and the one that draws attention to a selector.
-inline constexpr char PlainSelectorSheet[] = "QComboBox { padding: 2px 6px; min-height: 0; }";
-inline constexpr char WarningSelectorSheet[] =
-    "QComboBox { padding: 2px 6px; min-height: 0; background-color: #fff8e1; border: 1px solid #f9a825; }";
-
 /// A feature as the combo boxes list it.
 struct FeatureItem {
     std::string key;

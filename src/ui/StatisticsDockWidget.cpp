@@ -18,10 +18,8 @@ StatisticsDockWidget::StatisticsDockWidget(QWidget* parent) : QWidget(parent), t
     table_->setStyleSheet(QStringLiteral("QTreeWidget::item { padding: 1px 0; }"));
     table_->header()->setStretchLastSection(true);
     table_->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
-    table_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
     table_->header()->setTextElideMode(Qt::ElideRight);
     table_->header()->setMinimumSectionSize(40);
-    table_->header()->resizeSection(0, 80);
     // The two value columns share what the first leaves, so that nothing scrolls sideways in a narrow dock.
     table_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
     auto* layout = new QVBoxLayout(this);
@@ -31,17 +29,20 @@ StatisticsDockWidget::StatisticsDockWidget(QWidget* parent) : QWidget(parent), t
 }
 
 void StatisticsDockWidget::clearStatistics() {
+    showHeader(tr("X"), tr("Y"));
+}
+
+void StatisticsDockWidget::showHeader(const QString& xLabel, const QString& yLabel) {
     table_->clear();
-    table_->setHeaderLabels({tr("Statistic"), tr("X"), tr("Y")});
+    table_->setHeaderLabels({tr("Statistic"), xLabel, yLabel});
+    // A narrow dock cuts long names.
+    table_->headerItem()->setToolTip(1, xLabel);
+    table_->headerItem()->setToolTip(2, yLabel);
 }
 
 void StatisticsDockWidget::updateStatistics(const std::vector<double>& x, const std::vector<double>& y,
                                             const QString& xLabel, const QString& yLabel) {
-    table_->clear();
-    table_->setHeaderLabels({tr("Statistic"), xLabel, yLabel});
-    for (int column = 1; column < 3; ++column) {
-        table_->headerItem()->setToolTip(column, table_->headerItem()->text(column));
-    }
+    showHeader(xLabel, yLabel);
     if (x.empty() || y.empty()) {
         return;
     }

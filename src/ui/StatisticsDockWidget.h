@@ -20,6 +20,9 @@ public:
     void clearStatistics();
 
 private:
+    /// Empties the table under these headings.
+    void showHeader(const QString& xLabel, const QString& yLabel);
+
     QTreeWidget* table_;
 };
 

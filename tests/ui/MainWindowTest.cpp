@@ -12,6 +12,7 @@
 #include "ui/EventPanel.h"
 #include "ui/PlotSettingsPanel.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -24,6 +25,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSpinBox>
+#include <QTabBar>
 #include <QTableWidget>
 #include <QTest>
 #include <QThreadPool>
@@ -402,6 +404,72 @@ TEST_F(MainWindowTest, RefusesToRemoveWhatIsStillLoading) {
     lock.unlock();
     ASSERT_TRUE(waitUntilLoaded(1));
     EXPECT_TRUE(status().startsWith("Loaded: large")) << status().toStdString();
+}
+
+TEST_F(MainWindowTest, AChoicePutOffDuringAPreloadIsNotAppliedToAnotherDataset) {
+    SampleFileOptions options;
+    options.columns["only_here"] = std::vector<double>(options.events, 1.0);
+    const QString first = sample("first", options);
+    const QString second = sample("second");
+    openAndWait(first);
+    MessageBoxWatcher boxes;
+    std::unique_lock lock(hdf5Mutex());
+    window->openDataset(second);
+    window->openDataset(first);
+    auto* combo = window->findChild<QComboBox*>("xFeatureCombo");
+    combo->setCurrentIndex(combo->findData("only_here"));
+    EXPECT_EQ(panels().plot->xData(), window->datasets()[0]->reader->getFeature("area_um"));
+    window->openDataset(second);
+    EXPECT_EQ(status(), "Loading: second...");
+    lock.unlock();
+    ASSERT_TRUE(waitUntilLoaded(2));
+    EXPECT_TRUE(boxes.seen().empty());
+    EXPECT_EQ(settings().xFeature, "area_um");
+    EXPECT_EQ(window->datasets()[0]->xFeatureName, "only_here");
+}
+
+TEST_F(MainWindowTest, AFileOfPicturesOnlyCanBeLookedThrough) {
+    openAndWait(sample("plotted"));
+    SampleFileOptions options;
+    options.defaultColumns = false;
+    const QString pictures = sample("pictures", options);
+    openAndWait(pictures);
+    const auto looksRight = [&] {
+        EXPECT_TRUE(status().startsWith("Loaded: pictures (")) << status().toStdString();
+        EXPECT_TRUE(panels().plot->xData().empty());
+        panels().eventNumber->setValue(panels().eventNumber->value() + 3);
+        const auto* info = panels().event->imageViewer()->findChild<QLabel*>("imageInfoLabel");
+        EXPECT_EQ(info->text(), QString("Event %1 (with mask)").arg(panels().eventNumber->value()));
+    };
+    looksRight();
+    window->openDataset(QString::fromStdString(window->datasets()[0]->filePath));
+    EXPECT_FALSE(panels().plot->xData().empty());
+    window->openDataset(pictures);
+    looksRight();
+    EXPECT_EQ(window->datasets()[1]->currentEventIndex, 6);
+}
+
+TEST_F(MainWindowTest, EveryControlHasANameForProgramsAndPeople) {
+    openAndWait(sample("named"));
+    for (QWidget* widget : window->findChildren<QWidget*>()) {
+        const bool partOfAnother = widget->objectName().startsWith("qt_") || widget->window() != window.get() ||
+                                   !(widget->focusPolicy() & Qt::TabFocus) ||
+                                   qobject_cast<QAbstractSpinBox*>(widget->parentWidget()) ||
+                                   qobject_cast<QTabBar*>(widget);
+        if (partOfAnother) {
+            continue;
+        }
+        const std::string what = widget->metaObject()->className() + (" " + widget->objectName().toStdString());
+        EXPECT_FALSE(widget->objectName().isEmpty()) << what;
+        const QAccessibleInterface* interface = QAccessible::queryAccessibleInterface(widget);
+        ASSERT_TRUE(interface) << what;
+        EXPECT_FALSE(interface->text(QAccessible::Name).isEmpty()) << what;
+    }
+    for (const QAction* action : window->findChildren<QAction*>()) {
+        const bool ours = !action->isSeparator() && action->associatedObjects().size() > 0 &&
+                          qobject_cast<QMenu*>(action->associatedObjects().first());
+        EXPECT_FALSE(ours && action->objectName().isEmpty() && !action->menu()) << action->text().toStdString();
+    }
 }
 
 TEST_F(MainWindowTest, ClosesWhileAPreloadRuns) {
