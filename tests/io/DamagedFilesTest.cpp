@@ -1,8 +1,7 @@
 // Damaged and hostile files: refused, or shown as far as they can be read, within bounded time and memory.
 
-#include "PlainFile.h"
-
 #include "io/VQDReader.h"
+#include "support/PlainFile.h"
 #include "support/SampleFile.h"
 #include "support/TemporaryFolder.h"
 
@@ -98,13 +97,6 @@ protected:
     VQDReader reader_;
 };
 
-/// A dataset creation list with one chunk size.
-hid_t chunked(const std::vector<hsize_t>& chunk) {
-    const hid_t list = PlainFile::checked(H5Pcreate(H5P_DATASET_CREATE));
-    PlainFile::checked(H5Pset_chunk(list, static_cast<int>(chunk.size()), chunk.data()));
-    return list;
-}
-
 } // namespace
 
 TEST_F(DamagedFiles, WhatIsNoFileIsRefused) {
@@ -172,17 +164,17 @@ TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
         PlainFile file(path_);
         file.group("/events");
         file.group("/events/trace");
-        const hid_t small = chunked({1024});
+        const hid_t small = PlainFile::chunked({1024});
         file.dataset("/events/a_trillion", H5T_NATIVE_FLOAT, {trillion}, nullptr, small);
         file.dataset("/events/contiguous", H5T_NATIVE_DOUBLE, {trillion});
         file.dataset("/events/billion", H5T_NATIVE_UINT8, {1'000'000'000}, nullptr, small);
         file.dataset("/events/believable", H5T_NATIVE_UINT8, {5000}, nullptr, small);
-        const hid_t large = chunked({900'000'000});
+        const hid_t large = PlainFile::chunked({900'000'000});
         file.dataset("/events/large_chunk", H5T_NATIVE_FLOAT, {1'000'000'000}, nullptr, large);
-        const hid_t pictures = chunked({1, 1024, 1024});
+        const hid_t pictures = PlainFile::chunked({1, 1024, 1024});
         file.dataset("/events/image", H5T_NATIVE_UINT8, {10, 2'000'000'000, 2'000'000'000}, nullptr, pictures);
         file.dataset("/events/mask", H5T_NATIVE_UINT8, {10, 100'000, 100'000}, nullptr, pictures);
-        const hid_t samples = chunked({1, 1024});
+        const hid_t samples = PlainFile::chunked({1, 1024});
         file.dataset("/events/trace/fl1_raw", H5T_NATIVE_INT16, {10, trillion}, nullptr, samples);
         for (const hid_t list : {small, large, pictures, samples})
             H5Pclose(list);
@@ -220,7 +212,7 @@ TEST_F(DamagedFiles, EvenDataAreReadHoweverWellTheyCompress) {
     {
         PlainFile file(path_);
         file.group("/events");
-        const hid_t list = chunked({500'000});
+        const hid_t list = PlainFile::chunked({500'000});
         H5Pset_shuffle(list);
         H5Pset_deflate(list, 9);
         for (int i = 0; i < 80; ++i)
@@ -277,7 +269,7 @@ TEST_F(DamagedFiles, MissingFilter) {
     {
         PlainFile file(path_);
         file.group("/events");
-        const hid_t list = chunked({2});
+        const hid_t list = PlainFile::chunked({2});
         PlainFile::checked(H5Pset_filter(list, number, H5Z_FLAG_MANDATORY, 0, nullptr));
         const std::vector<double> values{1, 2};
         file.dataset("/events/filtered", H5T_NATIVE_DOUBLE, {2}, values.data(), list);
@@ -324,17 +316,12 @@ TEST_F(DamagedFiles, WrongRanksAndKinds) {
     EXPECT_TRUE(reader_.getFeature("").empty());
     EXPECT_TRUE(reader_.getFeature(".").empty());
     EXPECT_TRUE(reader_.getFeature("trace/fl1_raw").empty());
-    const std::string errors = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(errors.find("Error reading image at index 1: "), 0U) << errors;
-    EXPECT_NE(errors.find("\nError reading mask at index 1: "), std::string::npos) << errors;
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("Error reading image at index 1: "), 0U);
 }
 
 TEST_F(DamagedFiles, EventsMayBeADataset) {
-    {
-        PlainFile file(path_);
-        const double value = 1.0;
-        file.dataset("/events", H5T_NATIVE_DOUBLE, {1}, &value);
-    }
+    const double value = 1.0;
+    PlainFile(path_).dataset("/events", H5T_NATIVE_DOUBLE, {1}, &value);
     testing::internal::CaptureStderr();
     EXPECT_TRUE(reader_.open(path_));
     EXPECT_EQ(testing::internal::GetCapturedStderr().find("Error caching features: "), 0U);

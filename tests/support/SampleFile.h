@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -16,14 +14,11 @@ struct SampleFileOptions {
     /// Attributes by full name ("section:key"); they add to the default ones or replace them.
     std::map<std::string, std::string> textAttributes;
     std::map<std::string, double> numberAttributes;
-    std::map<std::string, std::int64_t> integerAttributes;
-    std::set<std::string> removedAttributes; ///< default attributes to leave out
     /// Gates stored by the instrument: attribute name to x, y, x, y, ...
     std::map<std::string, std::vector<float>> polygons;
     /// Scalar columns, written as they are; they add to the default ones or replace them.
     std::map<std::string, std::vector<double>> columns;
     bool defaultColumns = true;
-    std::set<std::string> removedColumns; ///< default columns to leave out
     bool images = true;
     bool masks = true;
     bool traces = true;

@@ -22,8 +22,6 @@ public:
     PlainFile(const PlainFile&) = delete;
     PlainFile& operator=(const PlainFile&) = delete;
 
-    hid_t file() const { return file_; }
-
     void group(const std::string& path) {
         H5Gclose(checked(H5Gcreate2(file_, path.c_str(), H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT)));
     }
@@ -44,13 +42,22 @@ public:
         dataset("/events/" + name, type, {values.size()}, values.data());
     }
 
-    /// A scalar attribute of the root group.
-    void attribute(const std::string& name, hid_t type, const void* value) {
-        const hid_t space = checked(H5Screate(H5S_SCALAR));
+    /// An attribute of the root group, a scalar one without extent.
+    void attribute(const std::string& name, hid_t type, const void* value, const std::vector<hsize_t>& extent = {}) {
+        const hid_t space =
+            checked(extent.empty() ? H5Screate(H5S_SCALAR)
+                                   : H5Screate_simple(static_cast<int>(extent.size()), extent.data(), nullptr));
         const hid_t made = checked(H5Acreate2(file_, name.c_str(), type, space, H5P_DEFAULT, H5P_DEFAULT));
         checked(H5Awrite(made, type, value));
         H5Aclose(made);
         H5Sclose(space);
+    }
+
+    /// A dataset creation list with one chunk size, to be closed by the caller.
+    static hid_t chunked(const std::vector<hsize_t>& chunk) {
+        const hid_t list = checked(H5Pcreate(H5P_DATASET_CREATE));
+        checked(H5Pset_chunk(list, static_cast<int>(chunk.size()), chunk.data()));
+        return list;
     }
 
     static hid_t checked(hid_t id) {
