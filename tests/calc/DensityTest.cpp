@@ -6,7 +6,6 @@
 
 #include <cmath>
 #include <limits>
-#include <map>
 #include <numbers>
 #include <numeric>
 #include <random>
@@ -217,51 +216,7 @@ TEST(Density, NumbersAtTheEndsOfTheRangeAreSurvived) {
     EXPECT_EQ(kernelDensityGrid({}, {}, 2).values, Values(4, 0.0));
 }
 
-/// The neighbours method as one would write it down: a map of cells, rings of clamped squares, a sorted list.
-Values plainNeighbours(const Values& x, const Values& y) {
-    const int count = static_cast<int>(x.size());
-    const auto wanted = static_cast<std::size_t>(std::max(1, static_cast<int>(std::sqrt(count))));
-    const int cells = std::max(1, static_cast<int>(std::sqrt(count / 20.0)));
-    const double xMin = *std::min_element(x.begin(), x.end());
-    const double yMin = *std::min_element(y.begin(), y.end());
-    std::vector<std::pair<int, int>> home;
-    std::map<std::pair<int, int>, std::vector<std::size_t>> members;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        home.emplace_back(static_cast<int>(Plain::binOf((y[i] - yMin) / (Plain::extent(y) / cells), cells)),
-                          static_cast<int>(Plain::binOf((x[i] - xMin) / (Plain::extent(x) / cells), cells)));
-        members[home.back()].push_back(i);
-    }
-    Values result;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        Values distances;
-        for (int ring = 0; ring <= cells && distances.size() < wanted; ++ring) {
-            const int r0 = std::max(home[i].first - ring, 0), r1 = std::min(home[i].first + ring, cells - 1);
-            const int c0 = std::max(home[i].second - ring, 0), c1 = std::min(home[i].second + ring, cells - 1);
-            for (int r = r0; r <= r1; ++r) {
-                for (int c = c0; c <= c1; ++c) {
-                    if (r != r0 && r != r1 && c != c0 && c != c1)
-                        continue;
-                    for (const std::size_t other : members[{r, c}]) {
-                        if (other != i)
-                            distances.push_back((x[other] - x[i]) * (x[other] - x[i]) +
-                                                (y[other] - y[i]) * (y[other] - y[i]));
-                    }
-                }
-            }
-        }
-        std::sort(distances.begin(), distances.end());
-        const auto found = static_cast<double>(std::min(distances.size(), wanted));
-        if (distances.empty())
-            result.push_back(0.0);
-        else if (const double last = distances[std::min(distances.size(), wanted) - 1]; last > 0.0)
-            result.push_back(found / (std::numbers::pi * last));
-        else
-            result.push_back(found);
-    }
-    return result;
-}
-
-TEST(Density, NeighboursByHandAndByThePlainForm) {
+TEST(Density, NeighboursByHand) {
     // A rectangle of 3 by 4: the second neighbour is 4 away.
     for (const double value : computeDensity(Values{0, 3, 0, 3}, Values{0, 0, 4, 4}, DensityMethod::NearestNeighbours))
         EXPECT_DOUBLE_EQ(value, 2.0 / (std::numbers::pi * 16.0));
@@ -278,14 +233,6 @@ TEST(Density, NeighboursByHandAndByThePlainForm) {
     }
     EXPECT_DOUBLE_EQ(computeDensity(x, y, DensityMethod::NearestNeighbours)[0],
                      13.0 / (std::numbers::pi * (0.4 * 0.4)));
-
-    for (const unsigned seed : {0U, 2U, 14U, 26U, 38U, 50U, 62U, 4U, 66U}) {
-        const Cloud cloud = randomCloud(seed);
-        EXPECT_EQ(computeDensity(cloud.x, cloud.y, DensityMethod::NearestNeighbours), plainNeighbours(cloud.x, cloud.y))
-            << seed;
-    }
-    const auto [wideX, wideY] = makeCloud(3000, true);
-    EXPECT_EQ(computeDensity(wideX, wideY, DensityMethod::NearestNeighbours), plainNeighbours(wideX, wideY));
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 namespace Tessaly {
 namespace {
@@ -53,22 +54,14 @@ TEST(EModulusViscosity, PixelationCorrection) {
 }
 
 TEST(EModulusParams, FromMetadata) {
-    struct Case {
-        const char* medium;
-        int code, model;
-    };
-    const Case cases[] = {{"Sorvex", 0, 0},       {"SorvexB", 1, 0},      {"Water", 2, 1},  {"water", 2, 1},
-                          {"0.83% MC-PBS", 3, 3}, {"MC-PBS 0.83%", 3, 3}, {"sorvex", 4, 3}, {"", 4, 3}};
-    for (const Case& c : cases) {
-        VQDMetadata metadata;
-        metadata.setup["medium"] = c.medium;
-        const EModulusParams params = emodulusParamsFor(metadata, false, 5.5);
-        EXPECT_EQ(params.medium, c.code) << c.medium;
-        EXPECT_EQ(params.viscosityModel, c.model) << c.medium;
-        EXPECT_EQ(params.viscosity, c.model == 3 ? 5.5 : 0.0) << c.medium;
-    }
-
     VQDMetadata metadata;
+    for (const auto& [medium, code, model] :
+         {std::tuple{"SorvexB", 1, 0}, {"water", 2, 1}, {"MC-PBS 0.83%", 3, 3}, {"sorvex", 4, 3}, {"", 4, 3}}) {
+        metadata.setup["medium"] = medium;
+        const EModulusParams params = emodulusParamsFor(metadata, false, 5.5);
+        EXPECT_EQ(std::tuple(params.medium, params.viscosityModel), std::tuple(code, model)) << medium;
+        EXPECT_EQ(params.viscosity, model == 3 ? 5.5 : 0.0) << medium;
+    }
     metadata.setup = {{"channel width", "30.000000"}, {"flow rate", "0.120000"}, {"temperature", "25.500000"}};
     metadata.imaging = {{"pixel size", "0.68"}};
     EModulusParams params = emodulusParamsFor(metadata, false, 1.0);
