@@ -26,7 +26,6 @@ public:
     bool startOrQueue(int row);
     /// A path that arrived while a preload ran.
     void queuePath(const QString& path);
-    int pendingPathCount() const { return static_cast<int>(pendingPaths_.size()); }
 
     /// Ends the running preload and returns its row, -1 if the row is gone.
     int finish();

@@ -163,7 +163,6 @@ std::optional<PlotFrame> buildPlotFrame(const Session& session, const DatasetEnt
     if (auto passing = session.passingEvents(dataset)) {
         frame.visibleIndices = std::move(*passing);
         frame.reduced = true;
-        frame.filterInForce = true;
     }
     const std::size_t events = std::max(xColumn.size(), yColumn.size());
     frame.x = valuesAt(xColumn, events, frame);

@@ -35,7 +35,6 @@ struct PlotFrame {
         int scaleY = 0;
     };
     std::optional<KnownDensity> density;
-    bool filterInForce = false; ///< the effective filter is enabled and has rules
 
     /// Event index of a plot index.
     int eventAt(int plotIndex) const;

@@ -1,9 +1,18 @@
 #include "ui/DatasetDrag.h"
 
+#include <QAbstractItemView>
 #include <QMimeData>
 #include <QString>
 
 namespace Tessaly {
+
+void prepareForDatasetDrags(QAbstractItemView* view) {
+    view->setDragEnabled(true);
+    view->setAcceptDrops(true);
+    view->setDragDropMode(QAbstractItemView::DragDrop);
+    view->setDefaultDropAction(Qt::CopyAction);
+    view->setDropIndicatorShown(true);
+}
 
 QMimeData* datasetMimeData(int id) {
     auto* data = new QMimeData;

@@ -2,12 +2,16 @@
 
 #include <optional>
 
+class QAbstractItemView;
 class QMimeData;
 
 namespace Tessaly {
 
 /// Mime type of a dataset row that is being dragged within list or tree.
 inline constexpr char DatasetMimeType[] = "application/x-tessaly-dataset";
+
+/// Lets rows be dragged from a view and dropped on it; always as copies, since the view itself moves nothing.
+void prepareForDatasetDrags(QAbstractItemView* view);
 
 /// What a drag of a dataset carries: its id as decimal text, also as plain text. The caller owns it.
 QMimeData* datasetMimeData(int id);

@@ -11,11 +11,7 @@
 namespace Tessaly {
 
 DatasetListWidget::DatasetListWidget(QWidget* parent) : QListWidget(parent) {
-    setDragEnabled(true);
-    setAcceptDrops(true);
-    setDragDropMode(QAbstractItemView::DragDrop);
-    setDefaultDropAction(Qt::CopyAction);
-    setDropIndicatorShown(true);
+    prepareForDatasetDrags(this);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setAlternatingRowColors(true);
     setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);

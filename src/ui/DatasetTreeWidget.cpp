@@ -16,11 +16,7 @@ DatasetTreeWidget::DatasetTreeWidget(QWidget* parent) : QTreeWidget(parent) {
     setColumnCount(1);
     header()->setStretchLastSection(false);
     header()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    setDragEnabled(true);
-    setAcceptDrops(true);
-    setDragDropMode(QAbstractItemView::DragDrop);
-    setDefaultDropAction(Qt::CopyAction);
-    setDropIndicatorShown(true);
+    prepareForDatasetDrags(this);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setAlternatingRowColors(true);
 }

@@ -252,8 +252,10 @@ void DatasetsPanel::showContextMenu(QWidget* viewport, const QPoint& position) {
     auto* menu = new QMenu(this);
     connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
     menu->setObjectName(QStringLiteral("datasetMenu"));
-    menu->addAction(tr("Duplicate Dataset"), this, &DatasetsPanel::duplicateRequested);
-    menu->addAction(tr("Remove Dataset"), this, &DatasetsPanel::removeRequested);
+    menu->addAction(tr("Duplicate Dataset"), this, &DatasetsPanel::duplicateRequested)
+        ->setObjectName(QStringLiteral("duplicateDatasetAction"));
+    menu->addAction(tr("Remove Dataset"), this, &DatasetsPanel::removeRequested)
+        ->setObjectName(QStringLiteral("removeDatasetAction"));
     menu->popup(viewport->mapToGlobal(position));
 }
 

@@ -161,8 +161,6 @@ void PlotController::showNothing() {
     clearPlot();
     panels_.metadata->clear();
     panels_.plotSettings->clearFeatures();
-    panels_.plotSettings->setIsoelasticsOffered(false);
-    panels_.plotSettings->setLogAxisProblems(0, 0);
     {
         const QSignalBlocker blocker(panels_.rename);
         panels_.rename->clear();
@@ -178,6 +176,8 @@ void PlotController::clearPlot() {
     panels_.plot->clearIsoelastics();
     panels_.plot->clearData();
     panels_.statistics->clearStatistics();
+    panels_.plotSettings->setIsoelasticsOffered(false);
+    panels_.plotSettings->setLogAxisProblems(0, 0);
     frame_ = PlotFrame();
     refreshPending_ = false; // what was chosen for the dataset before is stored with it
 }

@@ -40,7 +40,7 @@ TEST(PlotFrameTest, AllEventsInFileOrder) {
     EXPECT_EQ(frame.y, (Values{-1, 0, 1}));
     EXPECT_EQ(frame.color, (Values{7, 8, 9}));
     EXPECT_TRUE(frame.visibleIndices.empty());
-    EXPECT_FALSE(frame.reduced || frame.filterInForce);
+    EXPECT_FALSE(frame.reduced);
     EXPECT_EQ(frame.eventAt(2), 2);
     EXPECT_EQ(frame.eventAt(3), -1);
     EXPECT_EQ(frame.eventAt(-1), -1);
@@ -57,7 +57,6 @@ TEST(PlotFrameTest, FilterThenCleaningKeepTheWayBackToEvents) {
     PlotFrame frame = frameOf(builder, xy());
     EXPECT_EQ(frame.visibleIndices, (Indices{0, 1, 4, 5})) << "no rule, yet points without a place are left out";
     EXPECT_TRUE(frame.reduced);
-    EXPECT_FALSE(frame.filterInForce);
 
     dataset.filter.addRule(rangeRule("bright_avg", -infinity, 4));
     frame = frameOf(builder, xy("bright_avg"));
@@ -81,11 +80,11 @@ TEST(PlotFrameTest, AFilterThatPassesAllOrNoneIsStillInForce) {
     dataset.filter.addRule(rangeRule("deform", 0, 9));
     PlotFrame frame = frameOf(builder, xy());
     EXPECT_EQ(frame.visibleIndices, (Indices{0, 1}));
-    EXPECT_TRUE(frame.reduced && frame.filterInForce);
+    EXPECT_TRUE(frame.reduced);
     dataset.filter.setCombineMode(1);
     frame = frameOf(builder, xy("__density_kde__"));
     EXPECT_TRUE(frame.x.empty() && frame.visibleIndices.empty());
-    EXPECT_TRUE(frame.reduced && frame.filterInForce);
+    EXPECT_TRUE(frame.reduced);
     EXPECT_EQ(frame.eventAt(0), -1);
 }
 

@@ -5,6 +5,7 @@
 #include "io/VQDReader.h"
 #include "plot/ImageViewer.h"
 #include "plot/ScatterPlot.h"
+#include "support/FilterRules.h"
 #include "support/SampleFile.h"
 #include "support/TemporaryFolder.h"
 #include "ui/DatasetListWidget.h"
@@ -59,20 +60,22 @@ protected:
         return QString::fromStdString(path);
     }
 
-    bool waitUntilLoaded(int count) {
+    QString sample(const std::string& name, std::map<std::string, std::vector<double>> columns) {
+        SampleFileOptions options;
+        options.events = columns.begin()->second.size();
+        options.columns = std::move(columns);
+        return sample(name, options);
+    }
+
+    bool waitUntilLoaded(std::size_t count) {
+        const auto loaded = [](const auto& entry) { return entry->featuresLoaded; };
         return QTest::qWaitFor(
-            [&] {
-                if (static_cast<int>(window->datasets().size()) != count) {
-                    return false;
-                }
-                return std::all_of(window->datasets().begin(), window->datasets().end(),
-                                   [](const auto& entry) { return entry->featuresLoaded; });
-            },
+            [&] { return window->datasets().size() == count && std::ranges::all_of(window->datasets(), loaded); },
             20000);
     }
 
     void openAndWait(const QString& path) {
-        const int before = static_cast<int>(window->datasets().size());
+        const std::size_t before = window->datasets().size();
         window->openDataset(path);
         ASSERT_TRUE(waitUntilLoaded(before + 1));
     }
@@ -80,9 +83,8 @@ protected:
     void drop(const QStringList& paths) {
         QMimeData data;
         QList<QUrl> urls;
-        for (const QString& path : paths) {
+        for (const QString& path : paths)
             urls << QUrl::fromLocalFile(path);
-        }
         data.setUrls(urls);
         QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(window.get(), &enter);
@@ -103,25 +105,12 @@ protected:
     std::unique_ptr<MainWindow> window;
 };
 
-FilterRule range(const std::string& feature, double low, double high) {
-    FilterRule rule;
-    rule.featureName = feature;
-    rule.minValue = low;
-    rule.maxValue = high;
-    return rule;
-}
-
-TEST_F(MainWindowTest, StartsEmpty) {
-    EXPECT_EQ(window->windowTitle(), "Tessaly - VQD Data Analysis");
+TEST_F(MainWindowTest, StartsEmptyAndEveryMenuEntryIsHarmlessThen) {
     EXPECT_EQ(status(), "No file loaded. Drag and drop a .vqd file or use File > Open.");
-    EXPECT_FALSE(panels().rename->isEnabled());
-    EXPECT_FALSE(panels().eventNumber->isEnabled());
+    EXPECT_FALSE(panels().rename->isEnabled() || panels().eventNumber->isEnabled());
     EXPECT_EQ(window->activeDatasetId(), -1);
     // Enough room for every dock at the size that the window asks for itself.
     EXPECT_EQ(window->size(), QSize(1400, 900));
-}
-
-TEST_F(MainWindowTest, EveryMenuEntryIsHarmlessWithoutADatasetAndShortcutsAreUnique) {
     QStringList shortcuts;
     QList<QAction*> actions;
     for (QAction* menu : window->menuBar()->actions()) {
@@ -156,23 +145,20 @@ TEST_F(MainWindowTest, ShowsAnOpenedFile) {
     EXPECT_EQ(panels().eventNumber->maximum(), 99);
     EXPECT_EQ(panels().plot->highlightedPoint(), 0);
     const auto* info = panels().event->imageViewer()->findChild<QLabel*>("imageInfoLabel");
-    ASSERT_TRUE(info);
     EXPECT_EQ(info->text(), "Event 0 (with mask)");
 }
 
 TEST_F(MainWindowTest, LoadsADroppedFolderOneFileAfterTheOther) {
-    for (const char* name : {"b", "a", "c"}) {
+    for (const char* name : {"b", "a", "c"})
         sample(name);
-    }
     std::filesystem::create_directories(folder.path() / "aa");
     std::filesystem::rename(folder.path() / "c.vqd", folder.path() / "aa" / "c.VQD");
     std::ofstream(folder.path() / "note.txt") << "text";
     drop({QString::fromStdString(folder.path().string())});
     ASSERT_TRUE(waitUntilLoaded(3));
     QStringList names;
-    for (const auto& entry : window->datasets()) {
+    for (const auto& entry : window->datasets())
         names << entry->displayName;
-    }
     EXPECT_EQ(names, QStringList({"a", "c", "b"}));
     EXPECT_EQ(window->activeDatasetId(), window->datasets().back()->id);
     EXPECT_EQ(panels().datasets->currentRow(), 2);
@@ -200,15 +186,6 @@ TEST_F(MainWindowTest, RefusesForeignAndBrokenFiles) {
     EXPECT_EQ(window->datasets()[0]->id, 3); // the refused files have spent their ids
 }
 
-TEST_F(MainWindowTest, OpensAFileOnlyOnce) {
-    const QString first = sample("first");
-    openAndWait(first);
-    openAndWait(sample("second"));
-    window->openDataset(first);
-    EXPECT_EQ(window->datasets().size(), 2U);
-    EXPECT_EQ(window->activeDatasetId(), window->datasets()[0]->id);
-}
-
 TEST_F(MainWindowTest, KeepsSettingsPerDataset) {
     openAndWait(sample("first"));
     openAndWait(sample("second"));
@@ -220,11 +197,11 @@ TEST_F(MainWindowTest, KeepsSettingsPerDataset) {
     changed.contourFraction1 = 0.25;
     set(changed);
     auto* apply = window->findChild<QPushButton*>("applyToAllButton");
-    ASSERT_TRUE(apply);
     EXPECT_TRUE(apply->isEnabled());
     EXPECT_FALSE(apply->styleSheet().isEmpty()); // the datasets disagree
 
     window->openDataset(QString::fromStdString(window->datasets()[0]->filePath));
+    EXPECT_EQ(window->datasets().size(), 2U) << "an open file is chosen, not opened again";
     EXPECT_EQ(settings().xFeature, "area_um");
     EXPECT_EQ(panels().plot->contourCurveCount(), 0);
     window->openDataset(QString::fromStdString(window->datasets()[1]->filePath));
@@ -237,16 +214,13 @@ TEST_F(MainWindowTest, KeepsSettingsPerDataset) {
 }
 
 TEST_F(MainWindowTest, AFilterReducesThePlotAndMovesTheSelection) {
-    SampleFileOptions options;
-    options.events = 4;
-    options.columns["area_um"] = {10, 20, 30, 40};
-    options.columns["deform"] = {0.1, 0.2, std::numeric_limits<double>::quiet_NaN(), 0.4};
-    openAndWait(sample("small", options));
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    openAndWait(sample("small", {{"area_um", {10, 20, 30, 40}}, {"deform", {0.1, 0.2, nan, 0.4}}}));
     // The event with the missing value is left out though no rule exists.
     EXPECT_TRUE(status().endsWith("3/4 events shown (75.0% pass filter))")) << status().toStdString();
 
     DatasetEntry& dataset = *window->datasets()[0];
-    dataset.filter.addRule(range("area_um", 15, 100));
+    dataset.filter.addRule(rangeRule("area_um", 15, 100));
     window->onFilterChanged();
     EXPECT_EQ(panels().plot->xData(), (std::vector<double>{20, 40}));
     EXPECT_TRUE(status().endsWith("2/4 events shown (50.0% pass filter))")) << status().toStdString();
@@ -264,7 +238,7 @@ TEST_F(MainWindowTest, AFilterReducesThePlotAndMovesTheSelection) {
     EXPECT_EQ(panels().plot->xData(), (std::vector<double>{10}));
 
     const int group = window->session().addFilterGroup("");
-    window->session().addRuleToGroup(group, range("area_um", 35, 100));
+    window->session().addRuleToGroup(group, rangeRule("area_um", 35, 100));
     window->session().setGroupEnabled(dataset.id, group, true);
     dataset.filter.setCombineMode(EventFilter::ShowPassing);
     window->onFilterChanged();
@@ -276,12 +250,8 @@ TEST_F(MainWindowTest, AFilterReducesThePlotAndMovesTheSelection) {
 }
 
 TEST_F(MainWindowTest, AClickOnAPointShowsItsEvent) {
-    SampleFileOptions options;
-    options.events = 3;
-    options.columns["area_um"] = {10, 20, 30};
-    options.columns["deform"] = {0.1, 0.2, 0.3};
-    openAndWait(sample("clicked", options));
-    window->datasets()[0]->filter.addRule(range("area_um", 15, 100));
+    openAndWait(sample("clicked", {{"area_um", {10, 20, 30}}, {"deform", {0.1, 0.2, 0.3}}}));
+    window->datasets()[0]->filter.addRule(rangeRule("area_um", 15, 100));
     window->onFilterChanged();
     QApplication::processEvents();
     ScatterPlot* plot = panels().plot;
@@ -290,34 +260,23 @@ TEST_F(MainWindowTest, AClickOnAPointShowsItsEvent) {
     EXPECT_EQ(panels().eventNumber->value(), 2);
     EXPECT_EQ(plot->highlightedPoint(), 1);
     const auto* table = panels().event->findChild<QTableWidget*>();
-    ASSERT_TRUE(table);
-    bool found = false;
-    for (int row = 0; row < table->rowCount(); ++row) {
-        if (table->item(row, 0)->toolTip() == "area_um") {
-            found = true;
-            EXPECT_EQ(table->item(row, 1)->text(), "30");
-        }
-    }
-    EXPECT_TRUE(found);
+    ASSERT_GT(table->rowCount(), 0);
+    EXPECT_EQ(table->item(0, 0)->toolTip(), "area_um"); // by label "Area [µm²]" the first
+    EXPECT_EQ(table->item(0, 1)->text(), "30");
 }
 
 TEST_F(MainWindowTest, MarksPointsThatALogAxisCannotShow) {
-    SampleFileOptions options;
-    options.events = 3;
-    options.columns["area_um"] = {-1, 20, 30};
-    openAndWait(sample("log", options));
+    openAndWait(sample("log", {{"area_um", {-1, 20, 30}}}));
     auto* scale = window->findChild<QComboBox*>("xScaleCombo");
-    ASSERT_TRUE(scale);
     scale->setCurrentIndex(1);
     EXPECT_EQ(scale->itemText(1), QString::fromUtf8("Log ⚠"));
-    EXPECT_EQ(scale->toolTip(),
-              QString::fromUtf8("X-axis scale mode: 1 point with value ≤ 0 not shown (cannot be drawn on a log axis)"));
+    EXPECT_TRUE(scale->toolTip().contains(QString::fromUtf8("1 point with value ≤ 0")));
     EXPECT_EQ(panels().plot->xData().size(), 3U);
     scale->setCurrentIndex(2);
     EXPECT_EQ(scale->itemText(1), "Log");
 }
 
-TEST_F(MainWindowTest, ZoomStaysForAnotherColourAndResetsForAnotherFeature) {
+TEST_F(MainWindowTest, ZoomAndIsoelasticsFollowTheFeatures) {
     openAndWait(sample("zoom"));
     panels().plot->setAxisScale(QwtPlot::xBottom, 40, 50);
     panels().plot->replot();
@@ -325,23 +284,14 @@ TEST_F(MainWindowTest, ZoomStaysForAnotherColourAndResetsForAnotherFeature) {
     changed.colorFeature = "bright_avg";
     set(changed);
     EXPECT_FALSE(panels().plot->axisAutoScale(QwtPlot::xBottom));
-    changed.xFeature = "bright_avg";
-    set(changed);
-    EXPECT_TRUE(panels().plot->axisAutoScale(QwtPlot::xBottom));
-}
-
-TEST_F(MainWindowTest, IsoelasticsAreOfferedForAreaAgainstDeformation) {
-    openAndWait(sample("iso"));
     const auto* box = window->findChild<QCheckBox*>("isoelasticsCheck");
-    ASSERT_TRUE(box);
-    EXPECT_TRUE(box->isVisible());
-    PlotSettings changed = settings();
     std::swap(changed.xFeature, changed.yFeature);
     set(changed);
     EXPECT_TRUE(box->isVisible());
     changed.xFeature = "bright_avg";
     set(changed);
     EXPECT_FALSE(box->isVisible());
+    EXPECT_TRUE(panels().plot->axisAutoScale(QwtPlot::xBottom));
 }
 
 TEST_F(MainWindowTest, RenamesAndFallsBackToTheSampleName) {
@@ -407,9 +357,7 @@ TEST_F(MainWindowTest, RefusesToRemoveWhatIsStillLoading) {
 }
 
 TEST_F(MainWindowTest, AChoicePutOffDuringAPreloadIsNotAppliedToAnotherDataset) {
-    SampleFileOptions options;
-    options.columns["only_here"] = std::vector<double>(options.events, 1.0);
-    const QString first = sample("first", options);
+    const QString first = sample("first", {{"only_here", std::vector<double>(100, 1.0)}});
     const QString second = sample("second");
     openAndWait(first);
     MessageBoxWatcher boxes;
@@ -437,6 +385,7 @@ TEST_F(MainWindowTest, AFileOfPicturesOnlyCanBeLookedThrough) {
     const auto looksRight = [&] {
         EXPECT_TRUE(status().startsWith("Loaded: pictures (")) << status().toStdString();
         EXPECT_TRUE(panels().plot->xData().empty());
+        EXPECT_FALSE(window->findChild<QCheckBox*>("isoelasticsCheck")->isVisible());
         panels().eventNumber->setValue(panels().eventNumber->value() + 3);
         const auto* info = panels().event->imageViewer()->findChild<QLabel*>("imageInfoLabel");
         EXPECT_EQ(info->text(), QString("Event %1 (with mask)").arg(panels().eventNumber->value()));
@@ -456,9 +405,8 @@ TEST_F(MainWindowTest, EveryControlHasANameForProgramsAndPeople) {
                                    !(widget->focusPolicy() & Qt::TabFocus) ||
                                    qobject_cast<QAbstractSpinBox*>(widget->parentWidget()) ||
                                    qobject_cast<QTabBar*>(widget);
-        if (partOfAnother) {
+        if (partOfAnother)
             continue;
-        }
         const std::string what = widget->metaObject()->className() + (" " + widget->objectName().toStdString());
         EXPECT_FALSE(widget->objectName().isEmpty()) << what;
         const QAccessibleInterface* interface = QAccessible::queryAccessibleInterface(widget);
@@ -509,16 +457,6 @@ TEST_F(MainWindowTest, TheColourMapIsKeptInTheSettings) {
     EXPECT_EQ(MainWindow().colorMapIndex(), 4);
     QSettings().setValue("settings/colorMapIndex", 17);
     EXPECT_EQ(MainWindow().colorMapIndex(), 0);
-}
-
-TEST_F(MainWindowTest, ReportsAnExceptionOnceAtATime) {
-    MessageBoxWatcher boxes;
-    // The second report comes while the dialog of the first is up.
-    QTimer::singleShot(0, window.get(), [this] { window->onUnhandledException("Second", "dropped"); });
-    window->onUnhandledException("Unexpected Error", "something");
-    ASSERT_EQ(boxes.seen().size(), 1U);
-    EXPECT_EQ(boxes.seen()[0].title, "Unexpected Error");
-    EXPECT_TRUE(boxes.seen()[0].text.contains("something"));
 }
 
 } // namespace
