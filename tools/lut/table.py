@@ -5,6 +5,7 @@
 """
 import glob
 import json
+import math
 import os
 import sys
 
@@ -18,7 +19,7 @@ import outline
 def top(area):
     """Upper edge of the table: rows with more deformation are left out, so that the edge is even and convex. It lies
     just below the softest solutions that can be had, which deform less the larger the cell."""
-    return 0.085 - 0.02 * area / 270
+    return 0.0805 - 0.024 * area / (math.pi * outline.RADIUS**2)
 
 
 def collect(work):
