@@ -136,6 +136,9 @@ void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_
     if (H5Pget_external_count(properties.get()) != 0)
         throw FileError("the data lie outside of the file");
     std::uint64_t bytes = saturatedProduct(elements, std::max(elementSize, memorySize));
+    // Compact data lie in the object's header; without any, the library would read from nowhere.
+    if (layout == H5D_COMPACT && bytes != 0 && H5Dget_storage_size(dataset) == 0)
+        throw FileError("the stored data are missing");
     if (layout != H5D_CHUNKED)
         return requireStorageInFile(dataset, bytes, productOf(datasetExtent(dataset), elementSize));
     // The library unpacks whole chunks.

@@ -160,6 +160,15 @@ void readAttribute(hid_t root, const std::string& name, VQDMetadata& metadata) {
     metadata.allAttributes[name] = std::move(*text);
 }
 
+/// Throws FileError if an attribute can't be decoded: listing the attributes would then crash the library. Asking for a
+/// name that isn't there decodes every one of them.
+void requireSoundAttributes(hid_t object) {
+    const htri_t found = H5Aexists(object, "no attribute bears this name");
+    requireSuccess(found, "H5Aexists");
+    if (found > 0)
+        throw FileError("an attribute bears a name that is kept free");
+}
+
 herr_t collectName(hid_t, const char* name, const H5A_info_t*, void* target) {
     try {
         static_cast<std::vector<std::string>*>(target)->emplace_back(name);
@@ -175,8 +184,7 @@ VQDMetadata readFileMetadata(std::int64_t file) {
     VQDMetadata metadata;
     try {
         const Hdf5Id root(H5Gopen2(file, "/", H5P_DEFAULT), H5Gclose, "H5Gopen2");
-        // Asking for any name at all decodes every attribute. If that fails, listing them would crash the library.
-        requireSuccess(H5Aexists(root.get(), "setup:module composition"), "H5Aexists");
+        requireSoundAttributes(root.get());
         // Names first, values by name: opening by index looks through all attributes every time.
         std::vector<std::string> names;
         requireSuccess(H5Aiterate2(root.get(), H5_INDEX_CRT_ORDER, H5_ITER_INC, nullptr, collectName, &names),

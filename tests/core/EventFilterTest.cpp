@@ -172,23 +172,17 @@ private:
         const auto& b = vertices[static_cast<std::size_t>(pick(static_cast<int>(vertices.size())))];
         const double part = std::uniform_real_distribution<double>()(random_);
         auto [px, py] = a;
-        switch (pick(8)) {
-        case 0:
-            break;
-        case 1:
+        const int kind = pick(8);
+        if (kind == 1) {
             px += part * (b.first - a.first);
             py += part * (b.second - a.second);
-            break;
-        case 2:
+        } else if (kind == 2) {
             px = left + (right - left) * (pick(129) / 128.0 * 1.04 - 0.02);
-            break;
-        case 3:
+        } else if (kind == 3) {
             px = special[pick(11)];
-            break;
-        case 4:
+        } else if (kind == 4) {
             py = special[pick(11)];
-            break;
-        default:
+        } else if (kind > 4) {
             px = vertices.front().first + 2.0 * scale * normal_(random_);
             py = 2.0 * scale * normal_(random_);
         }

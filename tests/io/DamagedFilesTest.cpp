@@ -141,8 +141,8 @@ TEST_F(DamagedFiles, ZeroedBlocks) {
     }
 }
 
-/// The file library crashes on about one in 400 such files whatever is asked of it; more than a few per cent would be
-/// ours.
+/// The file library crashes on about one in 2000 such files whatever is asked of it, mostly where a chunk holds less
+/// than its dataset's type and extent promise; more would be ours.
 TEST_F(DamagedFiles, RandomBytes) {
     std::mt19937 random(20240506);
     const std::array<Bytes, 2> sound{soundFile(false), soundFile(true)};
@@ -155,7 +155,7 @@ TEST_F(DamagedFiles, RandomBytes) {
         EXPECT_TRUE(fate == Fate::Survived || fate == Fate::Crashed) << "file " << i << ": " << static_cast<int>(fate);
         crashed += fate == Fate::Crashed ? 1 : 0;
     }
-    EXPECT_LE(crashed, 5);
+    EXPECT_LE(crashed, 2);
 }
 
 TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {

@@ -178,16 +178,13 @@ TEST_F(Reader, ImagesMasksAndTracesOneEventAtATime) {
         int height = 0;
         const std::vector<std::uint8_t> image = reader_.getImage(19, &width, &height);
         const std::vector<std::uint8_t> mask = reader_.getMask(19, &width, &height);
-        EXPECT_EQ(width, 40);
-        EXPECT_EQ(height, 30);
+        EXPECT_EQ(std::pair(width, height), std::pair(40, 30));
         ASSERT_EQ(image.size(), 1200U);
         ASSERT_EQ(mask.size(), 1200U);
         // The file says so itself: bright exactly where the mask is. A wrong row or event would break it.
         for (std::size_t i = 0; i < image.size(); ++i)
             ASSERT_EQ(image[i] >= 160, mask[i] == 255) << i;
         EXPECT_NE(reader_.getMask(18, &width, &height), mask);
-        EXPECT_EQ(reader_.traceNames().size(), 6U);
-        EXPECT_EQ(reader_.traceLength(), 50U);
         EXPECT_EQ(reader_.getTrace("fl1_raw", 19).size(), 50U);
 
         width = height = -1;
@@ -197,8 +194,7 @@ TEST_F(Reader, ImagesMasksAndTracesOneEventAtATime) {
                       EXPECT_TRUE(reader_.getTrace("fl1_raw", 20).empty());
                   }),
                   "");
-        EXPECT_EQ(width, -1);
-        EXPECT_EQ(height, -1);
+        EXPECT_EQ(std::pair(width, height), std::pair(-1, -1));
         EXPECT_EQ(
             errorsOf([&] { reader_.getTrace("none_raw", 3); }).find("Error reading trace 'none_raw' at index 3: "), 0U);
     }
@@ -223,10 +219,8 @@ TEST_F(Reader, ComputedFeatures) {
     std::vector<double> values{3, 2, 1};
     reader_.setFeature("b_new", std::move(values));
     reader_.setFeature("deform", {7});
-    EXPECT_TRUE(reader_.isComputedFeature("b_new"));
-    EXPECT_TRUE(reader_.isComputedFeature("deform"));
+    EXPECT_TRUE(reader_.isComputedFeature("b_new") && reader_.isComputedFeature("deform"));
     EXPECT_FALSE(reader_.isComputedFeature("area_um"));
-    EXPECT_TRUE(reader_.hasFeature("b_new"));
     const std::vector<std::string>& names = reader_.featureNames();
     EXPECT_EQ(names.size(), stored + 1);
     EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
@@ -241,19 +235,14 @@ TEST_F(Reader, ComputedFeatures) {
 }
 
 TEST_F(Reader, CloseForgetsEverything) {
-    const std::string path = sample();
-    ASSERT_TRUE(reader_.open(path));
-    EXPECT_EQ(reader_.path(), path);
+    ASSERT_TRUE(reader_.open(sample()));
     reader_.readMetadata();
     reader_.getFeature("deform");
     reader_.close();
     EXPECT_FALSE(reader_.isOpen() || reader_.hasImage() || reader_.hasMask() || reader_.hasTraces());
     EXPECT_FALSE(reader_.isInstrumentData());
-    EXPECT_EQ(reader_.path(), "");
-    EXPECT_EQ(reader_.eventCount(), 0U);
-    EXPECT_EQ(reader_.traceLength(), 0U);
-    EXPECT_TRUE(reader_.featureNames().empty());
-    EXPECT_TRUE(reader_.traceNames().empty());
+    EXPECT_EQ(reader_.eventCount() + reader_.traceLength(), 0U);
+    EXPECT_TRUE(reader_.featureNames().empty() && reader_.traceNames().empty());
     EXPECT_TRUE(reader_.getFeature("deform").empty());
     EXPECT_EQ(reader_.readMetadata(), VQDMetadata());
 }

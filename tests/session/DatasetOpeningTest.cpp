@@ -79,16 +79,13 @@ TEST(DatasetOpeningTest, OutcomesAndWhatTheEntryHolds) {
 
 TEST(DatasetOpeningTest, NamesFallBackFromExportToSampleToFile) {
     VQDMetadata metadata;
-    metadata.exportSection["changed sample name"] = "Changed";
-    metadata.experiment["sample"] = "Sample";
     const QString path = "/data/M001.part.vqd";
+    EXPECT_EQ(initialDisplayName(metadata, path), "M001.part.vqd");
+    metadata.experiment["sample"] = "Sample";
+    EXPECT_EQ(initialDisplayName(metadata, path), "Sample");
+    metadata.exportSection["changed sample name"] = "Changed";
     EXPECT_EQ(initialDisplayName(metadata, path), "Changed");
     EXPECT_EQ(fallbackDisplayName(metadata, path), "Sample");
-    metadata.exportSection["changed sample name"] = "";
-    EXPECT_EQ(initialDisplayName(metadata, path), "Sample");
-    metadata.experiment["sample"] = "";
-    EXPECT_EQ(initialDisplayName(metadata, path), "M001.part.vqd");
-    EXPECT_EQ(fallbackDisplayName({}, path), "M001.part.vqd");
 }
 
 } // namespace

@@ -82,9 +82,8 @@ TEST_F(PlotSettingsPanelTest, ReportsWhatTheUserChanges) {
     QSignalSpy xScale(&panel, &PlotSettingsPanel::xScaleChanged);
     QSignalSpy yScale(&panel, &PlotSettingsPanel::yScaleChanged);
     QSignalSpy contours(&panel, &PlotSettingsPanel::contoursChanged);
-    for (const char* name : {"xFeatureCombo", "yFeatureCombo", "colorFeatureCombo"}) {
+    for (const char* name : {"xFeatureCombo", "yFeatureCombo", "colorFeatureCombo"})
         QTest::keyClick(combo(name), name[0] == 'y' ? Qt::Key_Up : Qt::Key_Down);
-    }
     EXPECT_EQ(changed.count(), 3);
     QTest::keyClick(combo("xScaleCombo"), Qt::Key_Down);
     QTest::keyClick(combo("yScaleCombo"), Qt::Key_End);
