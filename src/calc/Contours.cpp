@@ -43,7 +43,7 @@ struct SegmentEnd {
     int end = 0;
 };
 
-/// The part of a line within one square of the grid, and what it meets in the neighbouring squares.
+/// The piece of a line within one square of the grid, and what it meets in the neighbouring squares.
 struct Segment {
     std::array<Point, 2> points;
     std::array<SegmentEnd, 2> neighbours;

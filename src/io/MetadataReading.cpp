@@ -103,7 +103,7 @@ std::optional<Points> readPoints(hid_t attribute, hid_t space) {
     return points;
 }
 
-/// The part of an attribute's name behind the section; nothing for a name without a section.
+/// What stands behind the section in an attribute's name; nothing for a name without a section.
 std::optional<std::string> keyOf(const std::string& name) {
     const std::size_t colon = name.find(':');
     return colon == std::string::npos ? std::nullopt : std::optional(name.substr(colon + 1));
