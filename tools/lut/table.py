@@ -20,7 +20,7 @@ def edge(area):
     """Upper edge of the table. It lies just below the softest solutions that can be had, which deform less the larger
     the cell, and is strictly concave, so that every lambda's end is a corner of the convex hull."""
     u = area - 36
-    return 0.0755 - 7.3e-5 * u - 4e-8 * u * u if u > 0 else 0.0755 + 1.4e-4 * u - 2e-6 * u * u
+    return 0.0755 - 7.3e-5 * u - 4e-8 * u * u if u > 0 else 0.0755 + 2.2e-4 * u - 2e-6 * u * u
 
 
 def collect(work):

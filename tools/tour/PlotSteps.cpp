@@ -13,6 +13,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QTest>
+#include <QWheelEvent>
 #include <qwt_scale_div.h>
 
 #include <algorithm>
@@ -96,6 +97,30 @@ void colourByFeature(Tour& tour) {
                  "Every point has the colour of its value.");
 }
 
+void showIsoelastics(Tour& tour) {
+    tour.chooseFeature("colorFeatureCombo", std::string(DensityKde));
+    tour.click(tour.find<QCheckBox>("isoelasticsCheck"));
+    Tour::expect(tour.panels().plot->isoLineCount() > 0, "Lines of equal stiffness are drawn.");
+    tour.click(tour.find<QCheckBox>("isoelasticLabelsCheck"));
+    Tour::expect(!tour.panels().plot->isoLabelTexts().isEmpty(), "The lines bear their moduli.");
+}
+
+void showWholeIsoelastics(Tour& tour) {
+    ScatterPlot* plot = tour.panels().plot;
+    QWidget* canvas = plot->canvas();
+    const QPoint middle = canvas->rect().center();
+    const double before = shownWidth(*plot);
+    constexpr QPoint oneNotchBack(0, -120);
+    QWheelEvent wheel(middle, canvas->mapToGlobal(middle), {}, oneNotchBack, Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(canvas, &wheel);
+    Tour::expect(shownWidth(*plot) > before, "The wheel shows more than the events.");
+    const QPoint corner = plot->toCanvas({360.0, -0.003}).toPoint();
+    tour.dragTo(canvas, plot->toCanvas({-25.0, 0.09}).toPoint(), corner);
+    tour.release(canvas, corner);
+    Tour::expect(plot->isoLabelTexts().size() == 11, "The lines are seen from end to end, each with its modulus.");
+}
+
 void drawZoomBand(Tour& tour) {
     QWidget* canvas = tour.panels().plot->canvas();
     tour.dragTo(canvas, {canvas->width() / 5, canvas->height() / 3}, {canvas->width() / 2, canvas->height() * 9 / 10});
@@ -119,14 +144,6 @@ void resetZoom(Tour& tour) {
                  "A right click shows everything again.");
 }
 
-void showIsoelastics(Tour& tour) {
-    tour.chooseFeature("colorFeatureCombo", std::string(DensityKde));
-    tour.click(tour.find<QCheckBox>("isoelasticsCheck"));
-    Tour::expect(tour.panels().plot->isoLineCount() > 0, "Lines of equal stiffness are drawn.");
-    tour.click(tour.find<QCheckBox>("isoelasticLabelsCheck"));
-    Tour::expect(!tour.panels().plot->isoLabelTexts().isEmpty(), "The lines bear their moduli.");
-}
-
 } // namespace
 
 std::vector<TourStep> plotSteps() {
@@ -137,10 +154,11 @@ std::vector<TourStep> plotSteps() {
             {"log-axis", logAxis},
             {"pseudo-log-axis", pseudoLogAxis},
             {"colour-by-feature", colourByFeature},
+            {"isoelastics", showIsoelastics},
+            {"isoelastics-whole", showWholeIsoelastics},
             {"zoom-band", drawZoomBand},
             {"zoomed", zoom},
-            {"zoom-reset", resetZoom},
-            {"isoelastics", showIsoelastics}};
+            {"zoom-reset", resetZoom}};
 }
 
 } // namespace Tessaly
