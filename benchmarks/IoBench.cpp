@@ -41,9 +41,9 @@ public:
             std::filesystem::remove(path, ignored);
     }
 
-    const std::string& columns(std::size_t events) {
-        const std::string path = pathOf("columns-" + std::to_string(events));
-        return existing(path) ? *existing(path) : writeColumns(path, events);
+    const std::string& columns(std::size_t events, bool packed) {
+        const std::string path = pathOf((packed ? "packed-" : "columns-") + std::to_string(events));
+        return existing(path) ? *existing(path) : writeColumns(path, events, packed);
     }
 
     const std::string& pictures() {
@@ -65,8 +65,8 @@ private:
         return nullptr;
     }
 
-    /// Contiguous columns of the kinds that occur: 4- and 8-byte reals, integers of all sizes.
-    const std::string& writeColumns(const std::string& path, std::size_t events) {
+    /// Columns of the kinds that occur: 4- and 8-byte reals, integers of all sizes; contiguous, or packed in chunks.
+    const std::string& writeColumns(const std::string& path, std::size_t events, bool packed) {
         Tessaly::initializeHdf5();
         const std::array<hid_t, 10> kinds{H5T_IEEE_F32LE, H5T_IEEE_F64LE, H5T_IEEE_F32LE, H5T_IEEE_F64LE,
                                           H5T_IEEE_F32LE, H5T_STD_I16LE,  H5T_IEEE_F32LE, H5T_STD_I32LE,
@@ -79,13 +79,20 @@ private:
         const hid_t group = checked(H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
         const hsize_t extent = events;
         const hid_t space = checked(H5Screate_simple(1, &extent, nullptr));
+        const hid_t properties = checked(H5Pcreate(H5P_DATASET_CREATE));
+        if (packed) {
+            constexpr hsize_t chunk = 10'000;
+            checked(H5Pset_chunk(properties, 1, &chunk));
+            checked(H5Pset_deflate(properties, 5));
+        }
         for (int i = 0; i < columnCount; ++i) {
             const hid_t dataset =
                 checked(H5Dcreate2(group, columnName(i).c_str(), kinds[static_cast<std::size_t>(i) % kinds.size()],
-                                   space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
+                                   space, H5P_DEFAULT, properties, H5P_DEFAULT));
             checked(H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data()));
             H5Dclose(dataset);
         }
+        H5Pclose(properties);
         H5Sclose(space);
         H5Gclose(group);
         checked(H5Fclose(file));
@@ -144,9 +151,9 @@ BenchFiles& benchFiles() {
 }
 
 /// From the path to all columns in memory; giving the memory back isn't timed.
-void preload(benchmark::State& state) {
+void preload(benchmark::State& state, bool packed) {
     const auto events = static_cast<std::size_t>(state.range(0));
-    const std::string path = benchFiles().columns(events);
+    const std::string path = benchFiles().columns(events, packed);
     for (auto _ : state) {
         auto reader = std::make_unique<Tessaly::VQDReader>();
         reader->open(path);
@@ -159,9 +166,9 @@ void preload(benchmark::State& state) {
     state.counters["events"] = static_cast<double>(events);
 }
 
-void preloadBaseline(benchmark::State& state) {
+void preloadBaseline(benchmark::State& state, bool packed) {
     const auto events = static_cast<std::size_t>(state.range(0));
-    const std::string path = benchFiles().columns(events);
+    const std::string path = benchFiles().columns(events, packed);
     for (auto _ : state) {
         const hid_t file = checked(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT));
         std::vector<std::vector<double>> columns;
@@ -239,13 +246,23 @@ void clickToEventBaseline(benchmark::State& state) {
     state.counters["events"] = static_cast<double>(pictureEvents);
 }
 
-BENCHMARK(preload)->Name("preload_40_columns")->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(preloadBaseline)
-    ->Name("preload_40_columns/baseline")
-    ->Arg(100000)
-    ->Arg(1000000)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime();
+void preloadBenchmark(const std::string& name, void (*run)(benchmark::State&, bool), bool packed) {
+    benchmark::RegisterBenchmark(name.c_str(), run, packed)
+        ->Arg(100000)
+        ->Arg(1000000)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+}
+
+[[maybe_unused]] const bool registered = [] {
+    for (const bool packed : {false, true}) {
+        const std::string name = packed ? "preload_40_packed_columns" : "preload_40_columns";
+        preloadBenchmark(name, preload, packed);
+        preloadBenchmark(name + "/baseline", preloadBaseline, packed);
+    }
+    return true;
+}();
+
 BENCHMARK(clickToEvent)->Name("click_to_event")->Unit(benchmark::kMicrosecond)->UseRealTime();
 BENCHMARK(clickToEventBaseline)->Name("click_to_event/baseline")->Unit(benchmark::kMicrosecond)->UseRealTime();
 

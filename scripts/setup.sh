@@ -8,7 +8,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 REQUIRED=(
     cmake ninja-build g++ git pkg-config dpkg-dev
     qt6-base-dev qt6-base-dev-tools "qt6-svg-dev|libqt6svg6-dev"
-    libhdf5-dev libopencv-dev
+    libhdf5-dev libdeflate-dev libopencv-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 python3-numpy python3-scipy python3-h5py
     clang-format fonts-dejavu-core

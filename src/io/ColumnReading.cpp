@@ -1,5 +1,6 @@
 #include "ColumnReading.h"
 
+#include "io/ChunkReading.h"
 #include "io/DatasetAccess.h"
 
 #include <hdf5.h>
@@ -22,7 +23,8 @@ void readWhole(hid_t dataset, hid_t memoryType, std::size_t count, std::vector<d
     column.resize(count);
     const std::size_t shift = count * (sizeof(double) - sizeof(Stored));
     std::byte* const source = reinterpret_cast<std::byte*>(column.data()) + shift;
-    requireSuccess(H5Dread(dataset, memoryType, H5S_ALL, H5S_ALL, H5P_DEFAULT, source), "H5Dread");
+    if (!ChunkReader(dataset, memoryType).readRows(0, count, source))
+        requireSuccess(H5Dread(dataset, memoryType, H5S_ALL, H5S_ALL, H5P_DEFAULT, source), "H5Dread");
     if constexpr (std::is_same_v<Stored, double>)
         return;
     // A block is copied out before its place may be overwritten: writing never overtakes reading.

@@ -1,5 +1,6 @@
 #include "EventReading.h"
 
+#include "io/ChunkReading.h"
 #include "io/DatasetAccess.h"
 
 #include <hdf5.h>
@@ -13,6 +14,8 @@ namespace {
 /// Reads the row `index` of the first dimension, everything behind it in full.
 void readRow(hid_t dataset, std::size_t index, const std::vector<std::uint64_t>& extent, hid_t memoryType,
              void* target) {
+    if (ChunkReader(dataset, memoryType).readRows(index, 1, static_cast<std::byte*>(target)))
+        return;
     const Hdf5Id fileSpace(H5Dget_space(dataset), H5Sclose, "H5Dget_space");
     std::vector<hsize_t> start(extent.size(), 0);
     std::vector<hsize_t> count(extent.begin(), extent.end());

@@ -230,6 +230,37 @@ TEST_F(DamagedFiles, EvenDataAreReadHoweverWellTheyCompress) {
         ASSERT_EQ(reader_.getFeature("column" + std::to_string(i)).size(), zeros.size()) << i;
 }
 
+TEST_F(DamagedFiles, ChunksOfAnotherLengthThanDeclaredAreRefused) {
+    const std::vector<unsigned char> fortyBytes(40, 1);
+    const std::vector<unsigned char> eightZeros{0x78, 0x9c, 0x63, 0x60, 0x80, 0, 0, 0, 8, 0, 1}; // packed by zlib
+    {
+        PlainFile file(path_);
+        file.group("/events");
+        const hid_t packed = PlainFile::chunked({100});
+        const hid_t tiles = PlainFile::chunked({1, 8, 8});
+        H5Pset_deflate(packed, 1);
+        H5Pset_deflate(tiles, 1);
+        file.dataset("/events/plain", H5T_NATIVE_DOUBLE, {100}, nullptr, packed);
+        file.firstChunk("/events/plain", fortyBytes, 1);
+        file.dataset("/events/packed", H5T_NATIVE_DOUBLE, {100}, nullptr, packed);
+        file.firstChunk("/events/packed", eightZeros);
+        file.dataset("/events/swapped", H5T_STD_I32BE, {100}, nullptr, packed);
+        file.firstChunk("/events/swapped", eightZeros);
+        file.dataset("/events/image", H5T_NATIVE_UINT8, {1, 16, 16}, nullptr, tiles);
+        file.firstChunk("/events/image", eightZeros);
+        for (const hid_t list : {packed, tiles})
+            H5Pclose(list);
+    }
+    ASSERT_TRUE(reader_.open(path_));
+    testing::internal::CaptureStderr();
+    for (const std::string name : {"plain", "packed", "swapped"})
+        EXPECT_TRUE(reader_.getFeature(name).empty()) << name;
+    int side = 0;
+    EXPECT_TRUE(reader_.getImage(0, &side, &side).empty());
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("feature 'plain': a chunk isn't of its declared length"),
+              std::string::npos);
+}
+
 TEST_F(DamagedFiles, DataOutsideOfTheFileIsRefused) {
     const std::string pipe = folder_.file("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);

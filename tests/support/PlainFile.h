@@ -37,6 +37,15 @@ public:
         H5Sclose(space);
     }
 
+    /// Stores bytes as the first chunk of a dataset, as they are.
+    /// @param skipped  a bit for each filter that is said not to have been applied
+    void firstChunk(const std::string& path, const std::vector<unsigned char>& bytes, unsigned skipped = 0) {
+        const hid_t written = checked(H5Dopen2(file_, path.c_str(), H5P_DEFAULT));
+        const std::vector<hsize_t> offset(H5S_MAX_RANK, 0);
+        checked(H5Dwrite_chunk(written, H5P_DEFAULT, skipped, offset.data(), bytes.size(), bytes.data()));
+        H5Dclose(written);
+    }
+
     template <typename Value>
     void column(const std::string& name, hid_t type, const std::vector<Value>& values) {
         dataset("/events/" + name, type, {values.size()}, values.data());
