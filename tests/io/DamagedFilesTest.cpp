@@ -146,8 +146,8 @@ TEST_F(DamagedFiles, ZeroedBlocks) {
     }
 }
 
-/// The file library crashes on about one in 2000 such files whatever is asked of it, mostly where a chunk holds less
-/// than its dataset's type and extent promise; more would be ours.
+/// The file library crashes on about one in 8000 such files whatever is asked of it, where it decodes an attribute;
+/// more would be ours.
 TEST_F(DamagedFiles, RandomBytes) {
     std::mt19937 random(20240506);
     const std::array<Bytes, 2> sound{soundFile(false), soundFile(true)};
@@ -160,7 +160,7 @@ TEST_F(DamagedFiles, RandomBytes) {
         EXPECT_TRUE(fate == Fate::Survived || fate == Fate::Crashed) << "file " << i << ": " << static_cast<int>(fate);
         crashed += fate == Fate::Crashed ? 1 : 0;
     }
-    EXPECT_LE(crashed, 2);
+    EXPECT_LE(crashed, 1);
 }
 
 TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
