@@ -42,8 +42,6 @@ void readInto(hid_t attribute, hid_t memoryType, void* target) {
 
 std::string readFixedText(hid_t attribute, hid_t fileType) {
     std::string text(H5Tget_size(fileType), '\0');
-    if (H5Aget_storage_size(attribute) < text.size())
-        throw FileError("the text is shorter than declared");
     readInto(attribute, fileType, text.data());
     switch (H5Tget_strpad(fileType)) {
     case H5T_STR_SPACEPAD:
@@ -91,9 +89,6 @@ std::optional<Points> readPoints(hid_t attribute, hid_t space) {
     requireSuccess(H5Sget_simple_extent_dims(space, extent.data(), nullptr), "H5Sget_simple_extent_dims");
     if (extent[1] != 2)
         return std::nullopt;
-    // A stored number has at least one byte: more points than bytes can't be there.
-    if (extent[0] > H5Aget_storage_size(attribute))
-        throw FileError("there are fewer points than declared");
     std::vector<float> values(extent[0] * 2);
     if (!values.empty())
         readInto(attribute, H5T_NATIVE_FLOAT, values.data());
@@ -136,6 +131,11 @@ void readAttribute(hid_t root, const std::string& name, VQDMetadata& metadata) {
     const Hdf5Id attribute(H5Aopen(root, name.c_str(), H5P_DEFAULT), H5Aclose, "H5Aopen");
     const Hdf5Id type(H5Aget_type(attribute.get()), H5Tclose, "H5Aget_type");
     const Hdf5Id space(H5Aget_space(attribute.get()), H5Sclose, "H5Aget_space");
+    // The library would read past the end.
+    const hssize_t elements = H5Sget_simple_extent_npoints(space.get());
+    if (H5Aget_storage_size(attribute.get()) <
+        saturatedProduct(static_cast<std::uint64_t>(std::max<hssize_t>(elements, 0)), H5Tget_size(type.get())))
+        throw FileError("the value is shorter than declared");
     const std::optional<std::string> key = keyOf(name);
     std::optional<std::string> text;
     switch (H5Sget_simple_extent_type(space.get())) {

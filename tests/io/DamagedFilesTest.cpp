@@ -146,8 +146,8 @@ TEST_F(DamagedFiles, ZeroedBlocks) {
     }
 }
 
-/// The file library crashes on about one in 8000 such files whatever is asked of it, where it decodes an attribute;
-/// more would be ours.
+/// Decoding attributes, the file library reads out of bounds on about one in 600 such files whatever is asked of it; it
+/// crashes on one in 8000, with the address sanitizer on all of them. More would be ours.
 TEST_F(DamagedFiles, RandomBytes) {
     std::mt19937 random(20240506);
     const std::array<Bytes, 2> sound{soundFile(false), soundFile(true)};
@@ -160,7 +160,7 @@ TEST_F(DamagedFiles, RandomBytes) {
         EXPECT_TRUE(fate == Fate::Survived || fate == Fate::Crashed) << "file " << i << ": " << static_cast<int>(fate);
         crashed += fate == Fate::Crashed ? 1 : 0;
     }
-    EXPECT_LE(crashed, 1);
+    EXPECT_LE(crashed, 3);
 }
 
 TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
