@@ -1,7 +1,7 @@
 #include "ColumnReading.h"
 
-#include "io/ChunkReading.h"
 #include "io/DatasetAccess.h"
+#include "io/RowReading.h"
 
 #include <hdf5.h>
 
@@ -23,8 +23,7 @@ void readWhole(hid_t dataset, hid_t memoryType, std::size_t count, std::vector<d
     column.resize(count);
     const std::size_t shift = count * (sizeof(double) - sizeof(Stored));
     std::byte* const source = reinterpret_cast<std::byte*>(column.data()) + shift;
-    if (!ChunkReader(dataset, memoryType).readRows(0, count, source))
-        requireSuccess(H5Dread(dataset, memoryType, H5S_ALL, H5S_ALL, H5P_DEFAULT, source), "H5Dread");
+    RowReader(dataset, memoryType).read(0, count, source);
     if constexpr (std::is_same_v<Stored, double>)
         return;
     // A block is copied out before its place may be overwritten: writing never overtakes reading.
@@ -91,11 +90,12 @@ void readIntegers(hid_t dataset, hid_t type, std::size_t count, std::vector<doub
     }
 }
 
-void spend(ColumnBudget& budget, hid_t dataset, std::uint64_t bytes) {
+/// The part of the budget that a column of so many bytes is taken from.
+std::uint64_t& requireBudget(ColumnBudget& budget, hid_t dataset, std::uint64_t bytes) {
     std::uint64_t& left = isBackedByStorage(dataset, bytes) ? budget.stored : budget.declared;
     if (bytes > left)
         throw FileError("the columns of the file take too much memory");
-    left -= bytes;
+    return left;
 }
 
 } // namespace
@@ -125,7 +125,7 @@ std::vector<double> readColumn(std::int64_t dataset, ColumnBudget& budget) {
     if (extent.size() != 1)
         throw FileError("the dataset doesn't have one dimension");
     requirePlausible(dataset, extent[0], sizeof(double));
-    spend(budget, dataset, saturatedProduct(extent[0], sizeof(double)));
+    std::uint64_t& left = requireBudget(budget, dataset, saturatedProduct(extent[0], sizeof(double)));
     const std::size_t count = extent[0];
     std::vector<double> column;
     if (count == 0)
@@ -147,7 +147,8 @@ std::vector<double> readColumn(std::int64_t dataset, ColumnBudget& budget) {
     default:
         break;
     }
-    column.resize(count); // kinds that aren't read are zeros
+    column.resize(count);           // kinds that aren't read are zeros
+    left -= count * sizeof(double); // a column that can't be read takes nothing
     return column;
 }
 

@@ -43,9 +43,14 @@ Hdf5Id makeAccess(hid_t kind) {
     return list;
 }
 
-herr_t collectName(hid_t, const char* name, const H5L_info_t*, void* target) {
+struct Link {
+    std::string name;
+    bool hard = false; ///< leads to an object of this file, which must then be there
+};
+
+herr_t collectLink(hid_t, const char* name, const H5L_info_t* info, void* target) {
     try {
-        static_cast<std::vector<std::string>*>(target)->emplace_back(name);
+        static_cast<std::vector<Link>*>(target)->push_back({name, info->type == H5L_TYPE_HARD});
         return 0;
     } catch (...) {
         return -1;
@@ -98,21 +103,23 @@ Hdf5Id DatasetAccess::openDataset(std::int64_t group, const std::string& name) c
 }
 
 std::vector<std::string> DatasetAccess::datasetNames(std::int64_t group, std::string& problem) const {
-    std::vector<std::string> names;
+    std::vector<Link> links;
     try {
-        requireSuccess(H5Literate(group, H5_INDEX_NAME, H5_ITER_INC, nullptr, collectName, &names), "H5Literate");
+        requireSuccess(H5Literate(group, H5_INDEX_NAME, H5_ITER_INC, nullptr, collectLink, &links), "H5Literate");
     } catch (const FileError& error) {
         problem = error.what();
     }
-    const auto leadsElsewhere = [&](const std::string& name) {
-        const hid_t object = H5Oopen(group, name.c_str(), groupAccess_.get());
-        if (object < 0)
-            return true;
-        const bool isDataset = H5Iget_type(object) == H5I_DATASET;
-        H5Oclose(object);
-        return !isDataset;
-    };
-    std::erase_if(names, leadsElsewhere);
+    std::vector<std::string> names;
+    for (Link& link : links) {
+        try {
+            const Hdf5Id object(H5Oopen(group, link.name.c_str(), groupAccess_.get()), H5Oclose, "H5Oopen");
+            if (H5Iget_type(object.get()) == H5I_DATASET)
+                names.push_back(std::move(link.name));
+        } catch (const FileError& error) {
+            if (link.hard && problem.empty())
+                problem = "'" + link.name + "': " + error.what();
+        }
+    }
     return names;
 }
 

@@ -1,7 +1,7 @@
 #include "EventReading.h"
 
-#include "io/ChunkReading.h"
 #include "io/DatasetAccess.h"
+#include "io/RowReading.h"
 
 #include <hdf5.h>
 
@@ -10,23 +10,6 @@
 namespace Tessaly {
 
 namespace {
-
-/// Reads the row `index` of the first dimension, everything behind it in full.
-void readRow(hid_t dataset, std::size_t index, const std::vector<std::uint64_t>& extent, hid_t memoryType,
-             void* target) {
-    if (ChunkReader(dataset, memoryType).readRows(index, 1, static_cast<std::byte*>(target)))
-        return;
-    const Hdf5Id fileSpace(H5Dget_space(dataset), H5Sclose, "H5Dget_space");
-    std::vector<hsize_t> start(extent.size(), 0);
-    std::vector<hsize_t> count(extent.begin(), extent.end());
-    start[0] = index;
-    count[0] = 1;
-    requireSuccess(H5Sselect_hyperslab(fileSpace.get(), H5S_SELECT_SET, start.data(), nullptr, count.data(), nullptr),
-                   "H5Sselect_hyperslab");
-    const Hdf5Id memorySpace(H5Screate_simple(static_cast<int>(count.size()) - 1, count.data() + 1, nullptr), H5Sclose,
-                             "H5Screate_simple");
-    requireSuccess(H5Dread(dataset, memoryType, memorySpace.get(), fileSpace.get(), H5P_DEFAULT, target), "H5Dread");
-}
 
 /// Whether values of the dataset convert to numbers; variable-length ones among others must not even be read.
 void requireNumbers(hid_t type) {
@@ -51,7 +34,7 @@ std::vector<std::uint8_t> readPicture(std::int64_t dataset, std::size_t index, i
     requirePlausible(dataset, saturatedProduct(extent[1], extent[2]), sizeof(std::uint8_t));
     std::vector<std::uint8_t> pixels(extent[1] * extent[2]);
     if (!pixels.empty())
-        readRow(dataset, index, extent, H5T_NATIVE_UINT8, pixels.data());
+        RowReader(dataset, H5T_NATIVE_UINT8).read(index, 1, reinterpret_cast<std::byte*>(pixels.data()));
     if (width != nullptr)
         *width = static_cast<int>(extent[2]);
     if (height != nullptr)
@@ -73,10 +56,10 @@ std::vector<float> readTrace(std::int64_t dataset, std::size_t index) {
         return samples;
     if (H5Tget_class(type.get()) == H5T_INTEGER && H5Tget_size(type.get()) == sizeof(std::int16_t)) {
         std::vector<std::int16_t> stored(extent[1], 0);
-        readRow(dataset, index, extent, H5T_NATIVE_INT16, stored.data());
+        RowReader(dataset, H5T_NATIVE_INT16).read(index, 1, reinterpret_cast<std::byte*>(stored.data()));
         samples.assign(stored.begin(), stored.end());
     } else {
-        readRow(dataset, index, extent, H5T_NATIVE_FLOAT, samples.data());
+        RowReader(dataset, H5T_NATIVE_FLOAT).read(index, 1, reinterpret_cast<std::byte*>(samples.data()));
     }
     return samples;
 }

@@ -254,9 +254,11 @@ void VQDReader::setFeature(const std::string& name, std::vector<double>&& values
     }
 }
 
-void VQDReader::cacheAllFeatures() {
+void VQDReader::cacheAllFeatures(const std::stop_token& stop) {
     // One lock per column, so that another thread gets its turn in between.
     for (const std::string& name : impl_->featureNames) {
+        if (stop.stop_requested())
+            return;
         if (isScalarFeature(name))
             getFeature(name);
     }

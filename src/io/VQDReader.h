@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -55,7 +56,8 @@ public:
     /// Adds or replaces a computed feature, in memory only.
     void setFeature(const std::string& name, std::vector<double>&& values);
     /// Reads every scalar column into the cache; takes the lock once per column. Runs on a background thread.
-    void cacheAllFeatures();
+    /// Ends early, between two columns, if it is asked to stop.
+    void cacheAllFeatures(const std::stop_token& stop = {});
 
     bool hasImage() const;
     bool hasMask() const;

@@ -287,6 +287,13 @@ void ImageViewer::saveImage() {
     if (chosen.isEmpty())
         return;
     const QString fileName = withFilterSuffix(chosen, filter);
+    // The dialog has asked about the name as it was typed.
+    if (fileName != chosen && QFileInfo::exists(fileName) &&
+        QMessageBox::question(
+            this, tr("Save Image"),
+            tr("%1 already exists.\nDo you want to replace it?").arg(QFileInfo(fileName).fileName())) !=
+            QMessageBox::Yes)
+        return;
     const QString failure = writeImage(images_->current, fileName);
     if (!failure.isEmpty()) {
         QMessageBox::critical(this, tr("Error"), tr("Failed to save image: %1").arg(failure));

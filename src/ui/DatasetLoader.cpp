@@ -7,6 +7,7 @@
 
 #include <QDebug>
 #include <QMessageBox>
+#include <QTimer>
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <exception>
@@ -18,9 +19,9 @@ namespace Tessaly {
 namespace {
 
 // Runs on a pool thread: nothing may escape from here.
-void cacheColumns(const std::shared_ptr<VQDReader>& reader) {
+void cacheColumns(const std::shared_ptr<VQDReader>& reader, const std::stop_token& stop) {
     try {
-        reader->cacheAllFeatures();
+        reader->cacheAllFeatures(stop);
     } catch (const std::exception& error) {
         qCritical() << "Caching features failed:" << error.what();
     }
@@ -30,6 +31,10 @@ void cacheColumns(const std::shared_ptr<VQDReader>& reader) {
 
 DatasetLoader::DatasetLoader(Session& session, QWidget* window) : QObject(window), session_(session), window_(window) {
     connect(&preloadWatcher_, &QFutureWatcher<void>::finished, this, &DatasetLoader::onFeaturesLoaded);
+}
+
+DatasetLoader::~DatasetLoader() {
+    preloadStop_.request_stop();
 }
 
 void DatasetLoader::open(const QString& path) {
@@ -70,29 +75,40 @@ void DatasetLoader::startPreload(int row) {
     }
     const DatasetEntry& entry = *session_.datasetAt(row);
     emit preloadStarted(entry.displayName);
+    preloadStop_ = std::stop_source();
     // The task shares the reader, so that neither a cleared session nor the end of the window leaves it dangling.
-    preloadWatcher_.setFuture(QtConcurrent::run(cacheColumns, entry.reader));
+    preloadWatcher_.setFuture(QtConcurrent::run(cacheColumns, entry.reader, preloadStop_.get_token()));
 }
 
 void DatasetLoader::onFeaturesLoaded() {
     if (!queue_.isRunning()) {
         return; // stopped meanwhile
     }
+    // Posted first: the queue goes on even if showing the dataset fails.
+    QTimer::singleShot(0, this, &DatasetLoader::startNext);
     const int row = queue_.finish();
     if (DatasetEntry* entry = session_.datasetAt(row)) {
         entry->featuresLoaded = true;
         emit preloadFinished(row);
     }
-    const LoadingQueue::Step next = queue_.takeNext();
-    if (next.kind == LoadingQueue::Step::Kind::Preload) {
-        startPreload(next.row);
-    } else if (next.kind == LoadingQueue::Step::Kind::Open) {
-        open(next.path);
+}
+
+void DatasetLoader::startNext() {
+    bool wasOpen = true;
+    while (wasOpen) { // a path that is open by now starts no preload whose end would call the next one
+        const LoadingQueue::Step next = queue_.takeNext();
+        wasOpen = next.kind == LoadingQueue::Step::Kind::Open && session_.findByPath(next.path.toStdString());
+        if (next.kind == LoadingQueue::Step::Kind::Preload) {
+            startPreload(next.row);
+        } else if (next.kind == LoadingQueue::Step::Kind::Open) {
+            open(next.path);
+        }
     }
 }
 
 void DatasetLoader::stop() {
     if (queue_.isRunning()) {
+        preloadStop_.request_stop();
         preloadWatcher_.waitForFinished();
     }
     queue_.clear();

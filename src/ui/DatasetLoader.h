@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QString>
 
+#include <stop_token>
+
 namespace Tessaly {
 
 class Session;
@@ -17,6 +19,8 @@ class DatasetLoader : public QObject {
 
 public:
     DatasetLoader(Session& session, QWidget* window);
+    /// A running preload ends with the column that it is at.
+    ~DatasetLoader() override;
 
     /// Opens a file, or makes its dataset current if it is open already, or queues it while a preload runs.
     void open(const QString& path);
@@ -26,7 +30,7 @@ public:
     void rowRemoved(int row) { queue_.rowRemoved(row); }
     void rowMoved(int fromRow, int toRow) { queue_.rowMoved(fromRow, toRow); }
 
-    /// Waits for a running preload and drops whatever is queued.
+    /// Ends a running preload and drops whatever is queued.
     void stop();
 
 signals:
@@ -41,11 +45,13 @@ signals:
 private:
     void startPreload(int row);
     void onFeaturesLoaded();
+    void startNext();
 
     Session& session_;
     QWidget* window_; ///< parent of message boxes
     LoadingQueue queue_;
     QFutureWatcher<void> preloadWatcher_;
+    std::stop_source preloadStop_;
     bool unsupportedDataWarned_ = false; ///< one warning per run of the program is enough
 };
 

@@ -234,29 +234,40 @@ void DatasetsPanel::selectInTree(int id) {
 }
 
 void DatasetsPanel::showListMenu(const QPoint& position) {
-    if (list_->itemAt(position)) {
-        showContextMenu(list_->viewport(), position);
+    if (const QListWidgetItem* item = list_->itemAt(position)) {
+        showContextMenu(item->data(Qt::UserRole).toInt(), list_->viewport()->mapToGlobal(position));
     }
 }
 
 void DatasetsPanel::showTreeMenu(const QPoint& position) {
     QTreeWidgetItem* item = tree_->itemAt(position);
-    if (DatasetTreeWidget::idOf(item) < 0) {
+    const int id = DatasetTreeWidget::idOf(item);
+    if (id < 0) {
         return;
     }
     tree_->setCurrentItem(item);
-    showContextMenu(tree_->viewport(), position);
+    showContextMenu(id, tree_->viewport()->mapToGlobal(position));
 }
 
-void DatasetsPanel::showContextMenu(QWidget* viewport, const QPoint& position) {
+void DatasetsPanel::showContextMenu(int id, const QPoint& globalPosition) {
+    // A dataset that finishes loading may become current while the menu is open.
+    const auto request = [this, id](void (DatasetsPanel::*signal)()) {
+        if (rowOf(id) < 0) {
+            return;
+        }
+        if (id != currentListId()) {
+            emit datasetChosen(id);
+        }
+        (this->*signal)();
+    };
     auto* menu = new QMenu(this);
     connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
     menu->setObjectName(QStringLiteral("datasetMenu"));
-    menu->addAction(tr("Duplicate Dataset"), this, &DatasetsPanel::duplicateRequested)
+    menu->addAction(tr("Duplicate Dataset"), this, [request] { request(&DatasetsPanel::duplicateRequested); })
         ->setObjectName(QStringLiteral("duplicateDatasetAction"));
-    menu->addAction(tr("Remove Dataset"), this, &DatasetsPanel::removeRequested)
+    menu->addAction(tr("Remove Dataset"), this, [request] { request(&DatasetsPanel::removeRequested); })
         ->setObjectName(QStringLiteral("removeDatasetAction"));
-    menu->popup(viewport->mapToGlobal(position));
+    menu->popup(globalPosition);
 }
 
 int DatasetsPanel::rowOf(int id) const {

@@ -63,7 +63,7 @@ private:
     void selectInTree(int id);
     void showListMenu(const QPoint& position);
     void showTreeMenu(const QPoint& position);
-    void showContextMenu(QWidget* viewport, const QPoint& position);
+    void showContextMenu(int id, const QPoint& globalPosition);
     void setMode(int index);
     void setDepth(int depth);
     int rowOf(int id) const;

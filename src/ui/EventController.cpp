@@ -31,6 +31,8 @@ EventController::EventController(Session& session, const MainPanels& panels, QOb
 
 void EventController::setDataset(DatasetEntry& dataset) {
     frame_ = nullptr;
+    panels_.event->tracePlot()->clearTraces();
+    panels_.event->clearValues();
     VQDReader& reader = *dataset.reader;
     const int count = static_cast<int>(
         std::min<std::uint64_t>(reader.eventCount(), static_cast<std::uint64_t>(std::numeric_limits<int>::max())));
@@ -87,8 +89,6 @@ void EventController::showCurrentEvent() {
     DatasetEntry* dataset = session_.active();
     if (!dataset || !dataset->reader->hasImage() || dataset->currentEventIndex < 0) {
         panels_.event->imageViewer()->clearImage();
-        panels_.event->tracePlot()->clearTraces();
-        panels_.event->clearValues();
         return;
     }
     showEvent(*dataset, dataset->currentEventIndex);

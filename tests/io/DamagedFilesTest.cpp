@@ -174,6 +174,8 @@ TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
         file.dataset("/events/contiguous", H5T_NATIVE_DOUBLE, {trillion});
         file.dataset("/events/billion", H5T_NATIVE_UINT8, {1'000'000'000}, nullptr, small);
         file.dataset("/events/believable", H5T_NATIVE_UINT8, {5000}, nullptr, small);
+        const hid_t single = PlainFile::chunked({1});
+        file.dataset("/events/pieces", H5T_NATIVE_UINT8, {8'000'000}, nullptr, single);
         const hid_t large = PlainFile::chunked({900'000'000});
         file.dataset("/events/large_chunk", H5T_NATIVE_FLOAT, {1'000'000'000}, nullptr, large);
         const hid_t pictures = PlainFile::chunked({1, 1024, 1024});
@@ -181,7 +183,7 @@ TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
         file.dataset("/events/mask", H5T_NATIVE_UINT8, {10, 100'000, 100'000}, nullptr, pictures);
         const hid_t samples = PlainFile::chunked({1, 1024});
         file.dataset("/events/trace/fl1_raw", H5T_NATIVE_INT16, {10, trillion}, nullptr, samples);
-        for (const hid_t list : {small, large, pictures, samples})
+        for (const hid_t list : {small, single, large, pictures, samples})
             H5Pclose(list);
     }
     testing::internal::CaptureStderr();
@@ -189,7 +191,7 @@ TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
     EXPECT_EQ(reader_.eventCount(), 0U);
     EXPECT_EQ(testing::internal::GetCapturedStderr().find("Error determining event count: "), 0U);
     testing::internal::CaptureStderr();
-    for (const std::string name : {"a_trillion", "contiguous", "billion", "large_chunk"})
+    for (const std::string name : {"a_trillion", "contiguous", "billion", "pieces", "large_chunk"})
         EXPECT_TRUE(reader_.getFeature(name).empty()) << name;
     int width = -1;
     EXPECT_TRUE(reader_.getImage(0, &width, &width).empty());
@@ -197,7 +199,7 @@ TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
     EXPECT_EQ(width, -1);
     EXPECT_TRUE(reader_.getTrace("fl1_raw", 0).empty());
     const std::string errors = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 7) << errors;
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 8) << errors;
     EXPECT_EQ(reader_.getFeature("believable"), std::vector<double>(5000, 0.0));
     EXPECT_EQ(fateOf(path_), Fate::Survived);
 }
@@ -241,22 +243,25 @@ TEST_F(DamagedFiles, ChunksOfAnotherLengthThanDeclaredAreRefused) {
         H5Pset_deflate(packed, 1);
         H5Pset_deflate(tiles, 1);
         file.dataset("/events/plain", H5T_NATIVE_DOUBLE, {100}, nullptr, packed);
-        file.firstChunk("/events/plain", fortyBytes, 1);
+        file.chunk("/events/plain", 0, fortyBytes, 1);
         file.dataset("/events/packed", H5T_NATIVE_DOUBLE, {100}, nullptr, packed);
-        file.firstChunk("/events/packed", eightZeros);
+        file.chunk("/events/packed", 0, eightZeros);
         file.dataset("/events/swapped", H5T_STD_I32BE, {100}, nullptr, packed);
-        file.firstChunk("/events/swapped", eightZeros);
-        file.dataset("/events/image", H5T_NATIVE_UINT8, {1, 16, 16}, nullptr, tiles);
-        file.firstChunk("/events/image", eightZeros);
+        file.chunk("/events/swapped", 0, eightZeros);
+        file.dataset("/events/behind_unwritten", H5T_NATIVE_DOUBLE, {200}, nullptr, packed);
+        file.chunk("/events/behind_unwritten", 100, eightZeros);
+        file.dataset("/events/image", H5T_NATIVE_UINT8, {3, 16, 16}, nullptr, tiles);
+        file.chunk("/events/image", 2, eightZeros);
         for (const hid_t list : {packed, tiles})
             H5Pclose(list);
     }
     ASSERT_TRUE(reader_.open(path_));
     testing::internal::CaptureStderr();
-    for (const std::string name : {"plain", "packed", "swapped"})
+    for (const std::string name : {"plain", "packed", "swapped", "behind_unwritten"})
         EXPECT_TRUE(reader_.getFeature(name).empty()) << name;
     int side = 0;
-    EXPECT_TRUE(reader_.getImage(0, &side, &side).empty());
+    EXPECT_EQ(reader_.getImage(1, &side, &side), std::vector<std::uint8_t>(256, 0)); // never written
+    EXPECT_TRUE(reader_.getImage(2, &side, &side).empty());
     EXPECT_NE(testing::internal::GetCapturedStderr().find("feature 'plain': a chunk isn't of its declared length"),
               std::string::npos);
 }

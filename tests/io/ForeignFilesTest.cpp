@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <numeric>
 #include <sys/stat.h>
 
 namespace Tessaly {
@@ -106,10 +107,33 @@ TEST_F(ForeignFiles, AllWaysOfStoringGiveTheSameColumn) {
         for (const std::string layout : {"contiguous_", "chunked_", "gzip_", "shuffle_", "checksum_", "growing_"})
             EXPECT_EQ(reader_.getFeature(layout + kind), expected) << layout << kind;
     }
+    const std::vector<double> oneByOne = reader_.getFeature("one_by_one");
+    ASSERT_EQ(oneByOne.size(), 70000U);
+    for (std::size_t i = 0; i < oneByOne.size(); ++i)
+        ASSERT_EQ(oneByOne[i], static_cast<double>(i % 100)) << i;
     EXPECT_TRUE(reader_.getFeature("empty_contiguous").empty());
     EXPECT_TRUE(reader_.getFeature("empty_chunked").empty());
     expectColumn("unwritten", {7, 7, 7, 7, 7});
     expectColumn("unwritten_chunked", {7, 7, 7, 7, 7});
+    expectColumn("partly_written", {7, 7, 1, 2, 3});
+}
+
+TEST_F(ForeignFiles, ChunksOfAnyShape) {
+    open("foreign_layouts.vqd");
+    ASSERT_EQ(reader_.traceNames().size(), 6U);
+    for (std::size_t event = 0; event < 7; ++event) {
+        std::vector<float> expected(12);
+        std::iota(expected.begin(), expected.end(), static_cast<float>(event * 12));
+        for (const std::string& name : reader_.traceNames())
+            EXPECT_EQ(reader_.getTrace(name, event), expected) << name << " of event " << event;
+    }
+    for (std::size_t event = 0; event < 3; ++event) {
+        int width = 0;
+        int height = 0;
+        std::vector<std::uint8_t> expected(32);
+        std::iota(expected.begin(), expected.end(), static_cast<std::uint8_t>(event * 32));
+        EXPECT_EQ(reader_.getImage(event, &width, &height), expected) << event;
+    }
 }
 
 TEST_F(ForeignFiles, AttributesOfAllKinds) {

@@ -12,6 +12,7 @@
 #include <clocale>
 #include <cmath>
 #include <dlfcn.h>
+#include <numeric>
 #include <thread>
 
 namespace {
@@ -198,6 +199,26 @@ TEST_F(Reader, ImagesMasksAndTracesOneEventAtATime) {
         EXPECT_EQ(
             errorsOf([&] { reader_.getTrace("none_raw", 3); }).find("Error reading trace 'none_raw' at index 3: "), 0U);
     }
+}
+
+TEST_F(Reader, LastChunksMayBeStoredWithoutFilters) {
+    std::vector<double> ramp(150);
+    std::iota(ramp.begin(), ramp.end(), 0.5);
+    const std::string path = folder_.file("edges.vqd");
+    {
+        PlainFile file(path);
+        file.group("/events");
+        const hid_t list = PlainFile::chunked({100});
+        H5Pset_chunk_opts(list, H5D_CHUNK_DONT_FILTER_PARTIAL_CHUNKS);
+        H5Pset_shuffle(list);
+        file.dataset("/events/shuffled", H5T_NATIVE_DOUBLE, {150}, ramp.data(), list);
+        H5Pset_deflate(list, 6);
+        file.dataset("/events/packed", H5T_NATIVE_DOUBLE, {150}, ramp.data(), list);
+        H5Pclose(list);
+    }
+    ASSERT_TRUE(reader_.open(path));
+    EXPECT_EQ(reader_.getFeature("shuffled"), ramp);
+    EXPECT_EQ(reader_.getFeature("packed"), ramp);
 }
 
 TEST_F(Reader, FileWithoutEvents) {

@@ -38,8 +38,8 @@ protected:
     QString info() { return child<QLabel>("imageInfoLabel")->text(); }
     QSize viewport() { return child<QScrollArea>("imageScrollArea")->maximumViewportSize(); }
 
-    /// Answers the save dialog and the message box behind it.
-    QStringList saveAs(const QString& fileName) {
+    /// Answers the save dialog and the message boxes behind it.
+    QStringList saveAs(const QString& fileName, QMessageBox::StandardButton answer = QMessageBox::Ok) {
         QStringList boxes;
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, [&] {
@@ -49,7 +49,7 @@ protected:
                 QMetaObject::invokeMethod(dialog, "accept");
             } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
                 boxes << box->windowTitle() << box->text();
-                box->accept();
+                box->button(box->button(answer) ? answer : QMessageBox::Ok)->click();
             }
         });
         timer.start(5);
@@ -179,6 +179,18 @@ TEST_F(ImageViewerTest, SavesTheOriginalPixels) {
     ASSERT_EQ(read.type(), CV_8UC1);
     ASSERT_EQ(read.cols, 3);
     EXPECT_EQ(Bytes(read.begin<std::uint8_t>(), read.end<std::uint8_t>()), pixels);
+}
+
+TEST_F(ImageViewerTest, AsksBeforeTheAddedSuffixHitsAFile) {
+    const QTemporaryDir folder;
+    viewer.setImage(Bytes(4, 1), 2, 2, "");
+    saveAs(folder.filePath("cell"));
+    viewer.setImage(Bytes(4, 2), 2, 2, "");
+    const auto stored = [&] { return cv::imread(folder.filePath("cell.png").toStdString(), 0).at<std::uint8_t>(0, 0); };
+    EXPECT_EQ(saveAs(folder.filePath("cell"), QMessageBox::No).size(), 2); // the question only
+    EXPECT_EQ(stored(), 1);
+    EXPECT_EQ(saveAs(folder.filePath("cell"), QMessageBox::Yes).size(), 4);
+    EXPECT_EQ(stored(), 2);
 }
 
 TEST_F(ImageViewerTest, TellsWhySavingFailedAndLeavesNoFile) {

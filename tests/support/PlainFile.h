@@ -37,11 +37,14 @@ public:
         H5Sclose(space);
     }
 
-    /// Stores bytes as the first chunk of a dataset, as they are.
+    /// Stores bytes as one chunk of a dataset, as they are.
+    /// @param firstRow  place of the chunk along the first dimension; along the others it is the first
     /// @param skipped  a bit for each filter that is said not to have been applied
-    void firstChunk(const std::string& path, const std::vector<unsigned char>& bytes, unsigned skipped = 0) {
+    void chunk(const std::string& path, hsize_t firstRow, const std::vector<unsigned char>& bytes,
+               unsigned skipped = 0) {
         const hid_t written = checked(H5Dopen2(file_, path.c_str(), H5P_DEFAULT));
-        const std::vector<hsize_t> offset(H5S_MAX_RANK, 0);
+        std::vector<hsize_t> offset(H5S_MAX_RANK, 0);
+        offset[0] = firstRow;
         checked(H5Dwrite_chunk(written, H5P_DEFAULT, skipped, offset.data(), bytes.size(), bytes.data()));
         H5Dclose(written);
     }

@@ -52,10 +52,20 @@ def write_layouts(path):
             events.create_dataset(f"shuffle_{kind}", data=values, chunks=(50000,), compression="gzip", shuffle=True)
             events.create_dataset(f"checksum_{kind}", data=values, chunks=(777,), fletcher32=True)
             events.create_dataset(f"growing_{kind}", data=values, chunks=(1000,), maxshape=(None,))
+        events.create_dataset("one_by_one", data=np.arange(70000) % 100, dtype="i1", chunks=(1,))
         events.create_dataset("empty_contiguous", (0,), dtype="f8")
         events.create_dataset("empty_chunked", (0,), dtype="f4", chunks=(16,), maxshape=(None,))
         events.create_dataset("unwritten", (5,), dtype="f8", fillvalue=7.0)
         events.create_dataset("unwritten_chunked", (5,), dtype="f4", chunks=(2,), fillvalue=7.0)
+        partly = events.create_dataset("partly_written", (5,), dtype="f4", chunks=(2,), fillvalue=7.0, shuffle=True)
+        partly[2:] = [1.0, 2.0, 3.0]
+        traces = events.create_group("trace")
+        samples = np.arange(7 * 12).reshape(7, 12)
+        for chunk in ((1, 12), (7, 1), (2, 5), (3, 4), (10, 20), (1, 1)):
+            traces.create_dataset(f"{chunk}_raw", data=samples.astype("f8"), chunks=chunk, maxshape=(None, None),
+                                  compression="gzip", shuffle=True)
+        pixels = np.arange(3 * 4 * 8).reshape(3, 4, 8).astype("u1")
+        events.create_dataset("image", data=pixels, chunks=(2, 8, 4), maxshape=(None,) * 3, compression="gzip")
 
 
 def write_attributes(path):

@@ -161,6 +161,19 @@ TEST_F(DatasetsPanelTest, ContextMenus) {
     QTest::keyClick(menu, Qt::Key_Return);
     EXPECT_EQ(duplicate.count(), 1);
     EXPECT_EQ(chosen.count(), 0);
+    // Another dataset becomes current while the menu is open, or the dataset is removed.
+    menu = contextMenu(list, list->visualItemRect(list->item(0)).center());
+    panel->setCurrentId(3);
+    menu->actions()[0]->trigger();
+    EXPECT_EQ(duplicate.count(), 2);
+    ASSERT_EQ(chosen.count(), 1);
+    EXPECT_EQ(chosen.takeFirst()[0].toInt(), 7);
+    panel->setRows({threeRows()[1], threeRows()[2]});
+    menu->actions()[1]->trigger();
+    EXPECT_EQ(remove.count() + chosen.count(), 0);
+    menu->close();
+    panel->setRows(threeRows());
+    panel->setCurrentId(7);
     EXPECT_FALSE(contextMenu(list, list->viewport()->rect().bottomLeft() + QPoint(20, -5)));
 
     mode()->setCurrentIndex(1);

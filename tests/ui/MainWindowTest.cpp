@@ -154,8 +154,8 @@ TEST_F(MainWindowTest, LoadsADroppedFolderOneFileAfterTheOther) {
     std::filesystem::create_directories(folder.path() / "aa");
     std::filesystem::rename(folder.path() / "c.vqd", folder.path() / "aa" / "c.VQD");
     std::ofstream(folder.path() / "note.txt") << "text";
-    drop({QString::fromStdString(folder.path().string())});
-    ASSERT_TRUE(waitUntilLoaded(3));
+    drop({QString::fromStdString(folder.path().string()), QString::fromStdString(folder.file("a.vqd"))});
+    ASSERT_TRUE(waitUntilLoaded(3)); // the file that comes twice doesn't hold up those behind it
     QStringList names;
     for (const auto& entry : window->datasets())
         names << entry->displayName;
@@ -247,6 +247,19 @@ TEST_F(MainWindowTest, AFilterReducesThePlotAndMovesTheSelection) {
     dataset.filter.setEnabled(false);
     window->onFilterChanged();
     EXPECT_EQ(panels().plot->xData().size(), 3U);
+}
+
+TEST_F(MainWindowTest, WithoutPicturesTheValuesOfTheChosenEventAreShown) {
+    SampleFileOptions options;
+    options.images = options.masks = options.traces = false;
+    options.events = 3;
+    options.columns = {{"area_um", {std::numeric_limits<double>::quiet_NaN(), 20, 30}}};
+    openAndWait(sample("pictures"));
+    openAndWait(sample("numbers", options));
+    EXPECT_EQ(window->datasets()[1]->currentEventIndex, 1); // event 0 can't be plotted
+    const auto* table = panels().event->findChild<QTableWidget*>();
+    ASSERT_GT(table->rowCount(), 0);
+    EXPECT_EQ(table->item(0, table->columnCount() - 1)->text(), "20"); // area_um is the first by name
 }
 
 TEST_F(MainWindowTest, AClickOnAPointShowsItsEvent) {

@@ -1,0 +1,256 @@
+#include "RowReading.h"
+
+#include "io/DatasetAccess.h"
+
+#include <hdf5.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <functional>
+#include <libdeflate.h>
+#include <numeric>
+#include <span>
+#include <type_traits>
+
+namespace Tessaly {
+
+namespace {
+
+/// More chunks than this aren't worth the time for one reading; a million events with a chunk for each pass.
+constexpr std::uint64_t mostChunks = 1ULL << 20;
+constexpr std::uint64_t mostChunksAtOnce = 1ULL << 16;
+
+/// Shuffling stores the first bytes of all elements, then the second bytes, and so on.
+void unshuffle(const std::vector<std::byte>& planes, std::size_t elementSize, std::byte* target) {
+    const auto restore = [&planes, target](auto size) {
+        const std::size_t elements = planes.size() / size;
+        for (std::size_t i = 0; i < elements; ++i)
+            for (std::size_t byte = 0; byte < size; ++byte)
+                target[i * size + byte] = planes[byte * elements + i];
+    };
+    // A size that the compiler knows makes it some times as fast.
+    switch (elementSize) {
+    case 2:
+        return restore(std::integral_constant<std::size_t, 2>());
+    case 4:
+        return restore(std::integral_constant<std::size_t, 4>());
+    case 8:
+        return restore(std::integral_constant<std::size_t, 8>());
+    default:
+        return restore(elementSize);
+    }
+}
+
+std::size_t elementsIn(std::span<const hsize_t> lengths) {
+    return std::accumulate(lengths.begin(), lengths.end(), std::size_t{1}, std::multiplies<>());
+}
+
+} // namespace
+
+struct RowReader::Unpacker {
+    libdeflate_decompressor* const decompressor = libdeflate_alloc_decompressor();
+
+    Unpacker() = default;
+    ~Unpacker() { libdeflate_free_decompressor(decompressor); }
+    Unpacker(const Unpacker&) = delete;
+    Unpacker& operator=(const Unpacker&) = delete;
+
+    void inflate(const std::vector<std::byte>& packed, std::vector<std::byte>& target) const {
+        std::size_t length = 0;
+        if (decompressor == nullptr ||
+            libdeflate_zlib_decompress(decompressor, packed.data(), packed.size(), target.data(), target.size(),
+                                       &length) != LIBDEFLATE_SUCCESS ||
+            length != target.size())
+            throw FileError("a chunk can't be unpacked to its declared length");
+    }
+};
+
+RowReader::RowReader(std::int64_t dataset, std::int64_t memoryType)
+    : dataset_(dataset),
+      memoryType_(memoryType),
+      fileType_(H5Dget_type(dataset), H5Tclose, "H5Dget_type"),
+      elementSize_(H5Tget_size(fileType_.get())),
+      memorySize_(H5Tget_size(memoryType)) {
+    const std::vector<std::uint64_t> extent = datasetExtent(dataset);
+    extent_.assign(extent.begin(), extent.end());
+    const Hdf5Id properties(H5Dget_create_plist(dataset), H5Pclose, "H5Dget_create_plist");
+    if (H5Pget_layout(properties.get()) != H5D_CHUNKED)
+        return;
+    chunk_.resize(extent_.size());
+    unsigned options = 0;
+    const int rank = H5Pget_chunk(properties.get(), static_cast<int>(chunk_.size()), chunk_.data());
+    requireSuccess(H5Pget_chunk_opts(properties.get(), &options), "H5Pget_chunk_opts");
+    chunkElements_ = elementsIn(chunk_);
+    if (rank != static_cast<int>(chunk_.size()) || chunkElements_ == 0)
+        throw FileError("the chunks don't fit the dataset");
+    filtersAccepted_ = acceptFilters(properties.get());
+    rawEdges_ = (options & H5D_CHUNK_DONT_FILTER_PARTIAL_CHUNKS) != 0;
+}
+
+RowReader::~RowReader() = default;
+
+bool RowReader::acceptFilters(std::int64_t properties) {
+    const int filters = H5Pget_nfilters(properties);
+    for (int i = 0; i < filters; ++i) {
+        std::array<unsigned, 1> shuffled{};
+        std::size_t parameters = shuffled.size();
+        unsigned flags = 0;
+        const H5Z_filter_t filter = H5Pget_filter2(properties, static_cast<unsigned>(i), &flags, &parameters,
+                                                   shuffled.data(), 0, nullptr, nullptr);
+        const bool first = shuffleFilter_ < 0 && deflateFilter_ < 0;
+        if (filter == H5Z_FILTER_SHUFFLE && first && parameters == 1 && shuffled[0] == elementSize_)
+            shuffleFilter_ = i;
+        else if (filter == H5Z_FILTER_DEFLATE && deflateFilter_ < 0)
+            deflateFilter_ = i;
+        else
+            return false;
+    }
+    return filters >= 0;
+}
+
+bool RowReader::isWhole(const Position& chunkStart) const {
+    for (std::size_t i = 0; i < extent_.size(); ++i)
+        if (extent_[i] - chunkStart[i] < chunk_[i])
+            return false;
+    return true;
+}
+
+bool RowReader::moveToNextChunk(Position& chunkStart, const Box& wanted) const {
+    for (std::size_t i = extent_.size(); i-- > 0;) {
+        chunkStart[i] += chunk_[i];
+        if (chunkStart[i] < wanted.end[i])
+            return true;
+        chunkStart[i] = wanted.begin[i] / chunk_[i] * chunk_[i];
+    }
+    return false;
+}
+
+bool RowReader::unpackChunk(const Position& chunkStart) {
+    const std::size_t length = chunkElements_ * elementSize_;
+    hsize_t size = 0;
+    if (H5Dget_chunk_storage_size(dataset_, chunkStart.data(), &size) < 0 || size == 0)
+        return false;
+    // Packing never makes data much longer.
+    if (size > 2 * length + 1024)
+        throw FileError("a chunk is longer than its data can be");
+    stored_.resize(size);
+    std::uint32_t skipped = 0;
+    requireSuccess(H5Dread_chunk(dataset_, H5P_DEFAULT, chunkStart.data(), &skipped, stored_.data()), "H5Dread_chunk");
+    if (rawEdges_ && !isWhole(chunkStart))
+        skipped = ~0U;
+    const auto applies = [skipped](int filter) { return filter >= 0 && (skipped >> filter & 1U) == 0; };
+
+    std::vector<std::byte>* bytes = &stored_;
+    if (applies(deflateFilter_)) {
+        if (!unpacker_)
+            unpacker_ = std::make_unique<Unpacker>();
+        bytes = &inflated_;
+        bytes->resize(length);
+        unpacker_->inflate(stored_, *bytes);
+    }
+    if (bytes->size() != length)
+        throw FileError("a chunk isn't of its declared length");
+    if (applies(shuffleFilter_)) {
+        values_.resize(length);
+        unshuffle(*bytes, elementSize_, values_.data());
+    } else {
+        values_.swap(*bytes);
+    }
+    return true;
+}
+
+void RowReader::convertValues() {
+    if (H5Tequal(fileType_.get(), memoryType_) > 0)
+        return;
+    // Conversion takes place in the same memory.
+    values_.resize(chunkElements_ * std::max(elementSize_, memorySize_));
+    requireSuccess(H5Tconvert(fileType_.get(), memoryType_, chunkElements_, values_.data(), nullptr, H5P_DEFAULT),
+                   "H5Tconvert");
+}
+
+void RowReader::copyValues(const Position& chunkStart, const Box& wanted, std::size_t dimension,
+                           const std::byte* source, std::byte* target) const {
+    const hsize_t begin = std::max(chunkStart[dimension], wanted.begin[dimension]);
+    const hsize_t end = std::min(chunkStart[dimension] + chunk_[dimension], wanted.end[dimension]);
+    const std::size_t sourceStep = elementsIn(std::span(chunk_).subspan(dimension + 1)) * memorySize_;
+    const std::size_t targetStep = elementsIn(std::span(extent_).subspan(dimension + 1)) * memorySize_;
+    source += (begin - chunkStart[dimension]) * sourceStep;
+    target += (begin - wanted.begin[dimension]) * targetStep;
+    const auto behind = static_cast<std::ptrdiff_t>(dimension + 1);
+    if (std::equal(chunk_.begin() + behind, chunk_.end(), extent_.begin() + behind)) {
+        std::memcpy(target, source, (end - begin) * sourceStep);
+        return;
+    }
+    for (hsize_t i = begin; i < end; ++i, source += sourceStep, target += targetStep)
+        copyValues(chunkStart, wanted, dimension + 1, source, target);
+}
+
+std::uint64_t RowReader::chunksPerRow() const {
+    std::uint64_t chunks = 1;
+    for (std::size_t i = 1; i < chunk_.size(); ++i)
+        chunks = saturatedProduct(chunks, (extent_[i] - 1) / chunk_[i] + 1);
+    return chunks;
+}
+
+void RowReader::requireFewChunks(const Box& wanted) const {
+    const std::uint64_t chunks = (wanted.end[0] - 1) / chunk_[0] - wanted.begin[0] / chunk_[0] + 1;
+    if (chunksPerRow() > mostChunksAtOnce || saturatedProduct(chunks, chunksPerRow()) > mostChunks)
+        throw FileError("the data are stored in too many pieces");
+}
+
+bool RowReader::readPacked(const Box& wanted, std::byte* target) {
+    Position chunkStart(extent_.size(), 0);
+    chunkStart[0] = wanted.begin[0] / chunk_[0] * chunk_[0];
+    bool allWritten = true;
+    do {
+        if (unpackChunk(chunkStart)) {
+            convertValues();
+            copyValues(chunkStart, wanted, 0, values_.data(), target);
+        } else {
+            allWritten = false; // the chunks behind are looked at nevertheless, before the library reads them
+        }
+    } while (moveToNextChunk(chunkStart, wanted));
+    return allWritten;
+}
+
+void RowReader::readByLibrary(const Box& wanted, std::byte* target) const {
+    const Hdf5Id fileSpace(H5Dget_space(dataset_), H5Sclose, "H5Dget_space");
+    const hsize_t rowElements = elementsIn(std::span(extent_).subspan(1));
+    // The library spends some kilobytes on every chunk that it is asked for at once.
+    const hsize_t rowsAtOnce =
+        chunk_.empty() ? wanted.end[0] : saturatedProduct(mostChunksAtOnce / chunksPerRow(), chunk_[0]);
+    Position start = wanted.begin;
+    Position count = extent_;
+    while (start[0] < wanted.end[0]) {
+        count[0] = std::min<hsize_t>(rowsAtOnce, wanted.end[0] - start[0]);
+        const hsize_t length = count[0] * rowElements;
+        requireSuccess(
+            H5Sselect_hyperslab(fileSpace.get(), H5S_SELECT_SET, start.data(), nullptr, count.data(), nullptr),
+            "H5Sselect_hyperslab");
+        const Hdf5Id memorySpace(H5Screate_simple(1, &length, nullptr), H5Sclose, "H5Screate_simple");
+        requireSuccess(H5Dread(dataset_, memoryType_, memorySpace.get(), fileSpace.get(), H5P_DEFAULT, target),
+                       "H5Dread");
+        start[0] += count[0];
+        target += length * memorySize_;
+    }
+}
+
+void RowReader::read(std::uint64_t first, std::uint64_t count, std::byte* target) {
+    Box wanted{Position(extent_.size(), 0), extent_};
+    wanted.begin[0] = first;
+    wanted.end[0] = first + count;
+    if (!chunk_.empty())
+        requireFewChunks(wanted);
+    if (filtersAccepted_) {
+        const bool packed = shuffleFilter_ >= 0 || deflateFilter_ >= 0;
+        if (packed && readPacked(wanted, target))
+            return;
+        // Asked for the size of one chunk without filters, the library gives the declared one, not what is stored.
+        if (!packed && H5Dget_storage_size(dataset_) % (chunkElements_ * elementSize_) != 0)
+            throw FileError("a chunk isn't of its declared length");
+    }
+    readByLibrary(wanted, target);
+}
+
+} // namespace Tessaly
