@@ -90,7 +90,7 @@ void readIntegers(hid_t dataset, hid_t type, std::size_t count, std::vector<doub
     }
 }
 
-/// The part of the budget that a column of so many bytes is taken from.
+/// Where in the budget a column of so many bytes is taken from.
 std::uint64_t& requireBudget(ColumnBudget& budget, hid_t dataset, std::uint64_t bytes) {
     std::uint64_t& left = isBackedByStorage(dataset, bytes) ? budget.stored : budget.declared;
     if (bytes > left)
