@@ -57,13 +57,6 @@ herr_t collectLink(hid_t, const char* name, const H5L_info_t* info, void* target
     }
 }
 
-template <typename Lengths>
-std::uint64_t productOf(const Lengths& lengths, std::uint64_t factor) {
-    for (const auto length : lengths)
-        factor = saturatedProduct(factor, length);
-    return factor;
-}
-
 /// Bytes that a dataset takes in its file, whatever larger number the file states.
 std::uint64_t storedBytes(hid_t dataset) {
     const Hdf5Id file(H5Iget_file_id(dataset), H5Fclose, "H5Iget_file_id");

@@ -28,6 +28,14 @@ private:
     Hdf5Id groupAccess_;
 };
 
+/// The product of all lengths and a factor, without wrapping.
+template <typename Lengths>
+std::uint64_t productOf(const Lengths& lengths, std::uint64_t factor = 1) {
+    for (const auto length : lengths)
+        factor = saturatedProduct(factor, length);
+    return factor;
+}
+
 /// Lengths of all dimensions; empty for a scalar or an empty dataspace.
 std::vector<std::uint64_t> datasetExtent(std::int64_t dataset);
 

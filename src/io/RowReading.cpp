@@ -7,9 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <functional>
 #include <libdeflate.h>
-#include <numeric>
 #include <span>
 #include <type_traits>
 
@@ -40,10 +38,6 @@ void unshuffle(const std::vector<std::byte>& planes, std::size_t elementSize, st
     default:
         return restore(elementSize);
     }
-}
-
-std::size_t elementsIn(std::span<const hsize_t> lengths) {
-    return std::accumulate(lengths.begin(), lengths.end(), std::size_t{1}, std::multiplies<>());
 }
 
 } // namespace
@@ -81,7 +75,7 @@ RowReader::RowReader(std::int64_t dataset, std::int64_t memoryType)
     unsigned options = 0;
     const int rank = H5Pget_chunk(properties.get(), static_cast<int>(chunk_.size()), chunk_.data());
     requireSuccess(H5Pget_chunk_opts(properties.get(), &options), "H5Pget_chunk_opts");
-    chunkElements_ = elementsIn(chunk_);
+    chunkElements_ = productOf(chunk_);
     if (rank != static_cast<int>(chunk_.size()) || chunkElements_ == 0)
         throw FileError("the chunks don't fit the dataset");
     filtersAccepted_ = acceptFilters(properties.get());
@@ -173,8 +167,8 @@ void RowReader::copyValues(const Position& chunkStart, const Box& wanted, std::s
                            const std::byte* source, std::byte* target) const {
     const hsize_t begin = std::max(chunkStart[dimension], wanted.begin[dimension]);
     const hsize_t end = std::min(chunkStart[dimension] + chunk_[dimension], wanted.end[dimension]);
-    const std::size_t sourceStep = elementsIn(std::span(chunk_).subspan(dimension + 1)) * memorySize_;
-    const std::size_t targetStep = elementsIn(std::span(extent_).subspan(dimension + 1)) * memorySize_;
+    const std::size_t sourceStep = productOf(std::span(chunk_).subspan(dimension + 1)) * memorySize_;
+    const std::size_t targetStep = productOf(std::span(extent_).subspan(dimension + 1)) * memorySize_;
     source += (begin - chunkStart[dimension]) * sourceStep;
     target += (begin - wanted.begin[dimension]) * targetStep;
     const auto behind = static_cast<std::ptrdiff_t>(dimension + 1);
@@ -216,7 +210,7 @@ bool RowReader::readPacked(const Box& wanted, std::byte* target) {
 
 void RowReader::readByLibrary(const Box& wanted, std::byte* target) const {
     const Hdf5Id fileSpace(H5Dget_space(dataset_), H5Sclose, "H5Dget_space");
-    const hsize_t rowElements = elementsIn(std::span(extent_).subspan(1));
+    const hsize_t rowElements = productOf(std::span(extent_).subspan(1));
     // The library spends some kilobytes on every chunk that it is asked for at once.
     const hsize_t rowsAtOnce =
         chunk_.empty() ? wanted.end[0] : saturatedProduct(mostChunksAtOnce / chunksPerRow(), chunk_[0]);

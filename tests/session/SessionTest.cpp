@@ -193,8 +193,10 @@ TEST_F(PeersTest, EverySettingCountsInTheComparison) {
         [](DatasetEntry& e) { e.yFeatureName = "area_um"; },
         [](DatasetEntry& e) { e.colorFeatureName = "deform"; },
         [](DatasetEntry& e) { e.scaleXMode = 2; },
+        [](DatasetEntry& e) { e.scaleYMode = 2; },
         [](DatasetEntry& e) { e.contourMode = 2; },
         [](DatasetEntry& e) { e.contourFraction1 = std::nextafter(0.2, 1.0); },
+        [](DatasetEntry& e) { e.contourFraction2 = 0.7000000000000002; },
         [](DatasetEntry& e) { e.contourFraction2 = std::nan(""); },
     };
     for (const auto& change : changes) {

@@ -98,6 +98,7 @@ TEST_F(DatasetsPanelTest, KeepsTheCurrentDatasetAndEmitsNothingByItself) {
         EXPECT_EQ(panel->currentRow(), 2);
         panel->setRowText(3, "<b>renamed</b>");
         EXPECT_EQ(panel->list()->item(2)->text(), "<b>renamed</b>");
+        EXPECT_TRUE(view == 0 || panel->tree()->currentItem() == treeItem(3));
         EXPECT_TRUE(view == 0 || treeItem(3)->text(0) == "<b>renamed</b>");
         rows.pop_back();
         panel->setRows(rows);

@@ -14,6 +14,7 @@ import numpy as np
 import isoelastics
 import outline
 
+LEAST_STEP = 3e-4  # in deformation, between the row on the edge and the next
 
 
 def edge(area):
@@ -70,9 +71,6 @@ def choose(sweeps):
                 own.append((round(area, 4), deform, float(f"{modulus:.6g}"), lam))
         rows += own[::-1]
     return rows
-
-
-LEAST_STEP = 3e-4  # in deformation, between the row on the edge and the next
 
 
 def edge_check(sweeps):
