@@ -35,8 +35,9 @@ struct Engine {
         return made;
     }
     static bool isMissing(benchmark::State& state) {
-        if (instance().engine.mesh(0) != nullptr)
+        if (instance().engine.mesh(0) != nullptr) {
             return false;
+        }
         state.SkipWithError("no look-up table");
         return true;
     }
@@ -63,14 +64,16 @@ const Events& events() {
 }
 
 void compute(benchmark::State& state) {
-    if (Engine::isMissing(state))
+    if (Engine::isMissing(state)) {
         return;
+    }
     VQDReader reader;
     reader.setFeature("area_um", std::vector<double>(events().area));
     reader.setFeature("deform", std::vector<double>(events().deform));
     const EModulusParams params;
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(Engine::instance().engine.compute(&reader, params));
+    }
 }
 
 void oneExponential(benchmark::State& state) {
@@ -78,16 +81,18 @@ void oneExponential(benchmark::State& state) {
     std::vector<double> result(area.size());
     clearUpperVectorState(); // the baseline must not be slow for reasons of its own
     for (auto _ : state) {
-        for (std::size_t i = 0; i < area.size(); ++i)
+        for (std::size_t i = 0; i < area.size(); ++i) {
             result[i] = std::exp(area[i] * (-1.0 / 38.6));
+        }
         benchmark::DoNotOptimize(result.data());
         benchmark::ClobberMemory();
     }
 }
 
 void lookupByIndex(benchmark::State& state) {
-    if (Engine::isMissing(state))
+    if (Engine::isMissing(state)) {
         return;
+    }
     const EModulusMesh& mesh = *Engine::instance().engine.mesh(0);
     const EModulusLookup lookup(mesh);
     const Events& points = events();
@@ -101,21 +106,24 @@ void lookupByIndex(benchmark::State& state) {
     }
     std::vector<double> result(eventCount);
     for (auto _ : state) {
-        for (std::size_t i = 0; i < eventCount; ++i)
+        for (std::size_t i = 0; i < eventCount; ++i) {
             result[i] = lookup(points.area[i], points.deform[i]);
+        }
         benchmark::DoNotOptimize(result.data());
         benchmark::ClobberMemory();
     }
 }
 
 void lookupBySearch(benchmark::State& state) {
-    if (Engine::isMissing(state))
+    if (Engine::isMissing(state)) {
         return;
+    }
     const EModulusMesh& mesh = *Engine::instance().engine.mesh(0);
     std::vector<double> result(eventCount);
     for (auto _ : state) {
-        for (std::size_t i = 0; i < eventCount; ++i)
+        for (std::size_t i = 0; i < eventCount; ++i) {
             result[i] = interpolate(mesh, events().area[i], events().deform[i]);
+        }
         benchmark::DoNotOptimize(result.data());
         benchmark::ClobberMemory();
     }
@@ -123,8 +131,9 @@ void lookupBySearch(benchmark::State& state) {
 
 /// Reading, triangulation and index, as the first computation of a session pays for them.
 void triangulate(benchmark::State& state) {
-    if (Engine::isMissing(state))
+    if (Engine::isMissing(state)) {
         return;
+    }
     for (auto _ : state) {
         EModulus engine;
         engine.setSearchDirectory(executableFolder());
@@ -134,8 +143,9 @@ void triangulate(benchmark::State& state) {
 }
 
 void isoelastics(benchmark::State& state) {
-    if (Engine::isMissing(state))
+    if (Engine::isMissing(state)) {
         return;
+    }
     EModulusParams params;
     for (auto _ : state) {
         params.temperature = params.temperature == 23.0 ? 24.0 : 23.0; // equal parameters would be answered from memory
@@ -144,13 +154,15 @@ void isoelastics(benchmark::State& state) {
 }
 
 void manyLookups(benchmark::State& state) {
-    if (Engine::isMissing(state))
+    if (Engine::isMissing(state)) {
         return;
+    }
     const EModulusLookup lookup(*Engine::instance().engine.mesh(0));
     std::vector<double> result(lookupBaselineCount);
     for (auto _ : state) {
-        for (std::size_t i = 0; i < lookupBaselineCount; ++i)
+        for (std::size_t i = 0; i < lookupBaselineCount; ++i) {
             result[i] = lookup(events().area[i], events().deform[i]);
+        }
         benchmark::DoNotOptimize(result.data());
         benchmark::ClobberMemory();
     }

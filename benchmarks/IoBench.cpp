@@ -23,8 +23,9 @@ constexpr std::array<hsize_t, 2> traceExtent{pictureEvents, 200};
 const std::array<std::string, 3> traces{"fl1_raw", "fl2_raw", "fl3_raw"};
 
 hid_t checked(hid_t id) {
-    if (id < 0)
+    if (id < 0) {
         throw std::runtime_error("the file library failed");
+    }
     return id;
 }
 
@@ -37,8 +38,9 @@ class BenchFiles {
 public:
     ~BenchFiles() {
         std::error_code ignored;
-        for (const std::string& path : made_)
+        for (const std::string& path : made_) {
             std::filesystem::remove(path, ignored);
+        }
     }
 
     const std::string& columns(std::size_t events, bool packed) {
@@ -59,8 +61,9 @@ private:
 
     const std::string* existing(const std::string& path) const {
         for (const std::string& made : made_) {
-            if (made == path)
+            if (made == path) {
                 return &made;
+            }
         }
         return nullptr;
     }
@@ -73,8 +76,9 @@ private:
                                           H5T_STD_U8LE,   H5T_STD_I64LE};
         std::mt19937 random(1);
         std::vector<double> values(events);
-        for (double& value : values)
+        for (double& value : values) {
             value = static_cast<double>(random() % 200) + 0.25;
+        }
         const hid_t file = checked(H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT));
         const hid_t group = checked(H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
         const hsize_t extent = events;
@@ -127,15 +131,17 @@ private:
             mask[i] = i % pictureExtent[2] > 100 && i % pictureExtent[2] < 140 ? 255 : 0;
         }
         std::vector<std::int16_t> trace(traceExtent[0] * traceExtent[1]);
-        for (std::int16_t& sample : trace)
+        for (std::int16_t& sample : trace) {
             sample = static_cast<std::int16_t>(random() % 300);
+        }
         const hid_t file = checked(H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT));
         const hid_t events = checked(H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
         writeCompressed(events, "image", H5T_NATIVE_UINT8, pictureExtent, 10, image);
         writeCompressed(events, "mask", H5T_NATIVE_UINT8, pictureExtent, 10, mask);
         const hid_t group = checked(H5Gcreate2(events, "trace", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
-        for (const std::string& name : traces)
+        for (const std::string& name : traces) {
             writeCompressed(group, name, H5T_NATIVE_INT16, traceExtent, 10, trace);
+        }
         H5Gclose(group);
         H5Gclose(events);
         checked(H5Fclose(file));
@@ -202,8 +208,9 @@ void clickToEvent(benchmark::State& state) {
         int height = 0;
         benchmark::DoNotOptimize(reader.getImage(event, &width, &height).data());
         benchmark::DoNotOptimize(reader.getMask(event, &width, &height).data());
-        for (const std::string& name : traces)
+        for (const std::string& name : traces) {
             benchmark::DoNotOptimize(reader.getTrace(name, event).data());
+        }
     }
     state.counters["events"] = static_cast<double>(pictureEvents);
 }
@@ -219,8 +226,9 @@ std::vector<Value> plainRow(hid_t file, const std::string& path, const std::arra
     count[0] = 1;
     checked(H5Sselect_hyperslab(fileSpace, H5S_SELECT_SET, start.data(), nullptr, count.data(), nullptr));
     hsize_t length = 1;
-    for (const hsize_t n : count)
+    for (const hsize_t n : count) {
         length *= n;
+    }
     // Of the same rank as the file's: the library is slower otherwise.
     const hid_t memorySpace = checked(H5Screate_simple(static_cast<int>(rank), count.data(), nullptr));
     std::vector<Value> values(length);
@@ -236,11 +244,13 @@ void clickToEventBaseline(benchmark::State& state) {
     std::size_t event = 0;
     for (auto _ : state) {
         event = nextEvent(event);
-        for (const char* path : {"events/image", "events/mask"})
+        for (const char* path : {"events/image", "events/mask"}) {
             benchmark::DoNotOptimize(plainRow<std::uint8_t>(file, path, pictureExtent, H5T_NATIVE_UINT8, event).data());
-        for (const std::string& name : traces)
+        }
+        for (const std::string& name : traces) {
             benchmark::DoNotOptimize(
                 plainRow<float>(file, "events/trace/" + name, traceExtent, H5T_NATIVE_FLOAT, event).data());
+        }
     }
     H5Fclose(file);
     state.counters["events"] = static_cast<double>(pictureEvents);

@@ -89,35 +89,40 @@ EventFilter filter() {
 void filterFast(benchmark::State& state) {
     const EventFilter rules = filter();
     const Columns& data = columns(); // made before the clock runs
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(rules.evaluate(data.map, eventCount));
+    }
 }
 
 void filterPlain(benchmark::State& state) {
     const EventFilter rules = filter();
     const Columns& data = columns();
     clearUpperVectorState(); // as the program's own does: no advantage from that
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(Plain::evaluate(rules, data.map, eventCount));
+    }
 }
 
 void densityFast(benchmark::State& state) {
     const Columns& data = columns();
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(computeDensity(data.area, data.deform, DensityMethod::Kde));
+    }
 }
 
 void densityPlain(benchmark::State& state) {
     const Columns& data = columns();
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(Plain::kernelDensity(data.area, data.deform));
+    }
 }
 
 void contours(benchmark::State& state) {
     const Columns& data = columns();
     const std::vector<double> fractions{0.1, 0.67};
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(computeContours(data.area, data.deform, fractions, 0, 0));
+    }
 }
 
 BENCHMARK(filterFast)->Name("filter_3_ranges_2_polygons")->Unit(benchmark::kMillisecond);

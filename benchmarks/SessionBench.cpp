@@ -60,8 +60,9 @@ void writeColumn(const std::string& path, const std::string& name, const Column&
     H5Sclose(space);
     H5Gclose(group);
     H5Fclose(file);
-    if (written < 0)
+    if (written < 0) {
         throw std::runtime_error("cannot write the file of the benchmark");
+    }
 }
 
 /// A filtered dataset of 10^6 events, two populations of different size, brightness and fluorescence, and the points
@@ -105,8 +106,9 @@ struct Workload {
         entry->filter = filter;
         dataset = session.datasetAt(session.append(std::move(entry)));
         settings = {"area_um", "deform", std::string(DensityKde), 0, 0, ContourMode::Overlay, 0.1, 0.67};
-        for (const std::string& feature : filter.requiredFeatures())
+        for (const std::string& feature : filter.requiredFeatures()) {
             columns[feature] = &dataset->reader->getFeature(feature);
+        }
         for (const int event : filter.evaluate(columns, eventCount)) {
             x.push_back((*columns.at("area_um"))[static_cast<std::size_t>(event)]);
             y.push_back((*columns.at("deform"))[static_cast<std::size_t>(event)]);
@@ -119,8 +121,9 @@ struct Workload {
         const std::string path = folder.filePath("events.vqd").toStdString();
         initializeHdf5();
         writeColumn(path, "area_um", area);
-        if (!reader.open(path) || reader.getFeature("area_um").size() != eventCount)
+        if (!reader.open(path) || reader.getFeature("area_um").size() != eventCount) {
             throw std::runtime_error("the file of the benchmark does not open");
+        }
     }
 };
 

@@ -50,8 +50,9 @@ QString currentTime() {
 
 void appendToFile(const QString& path, const QString& line) {
     QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
+    if (file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
         file.write((line + QLatin1Char('\n')).toUtf8());
+    }
 }
 
 } // namespace
@@ -59,8 +60,9 @@ void appendToFile(const QString& path, const QString& line) {
 void initLogging() {
     const QDir directory = QDir::current();
     const QStringList oldLogs = directory.entryList({QStringLiteral("Tessaly_log_*.txt")}, QDir::Files, QDir::Time);
-    for (const QString& name : oldLogs.mid(oldLogsKept))
+    for (const QString& name : oldLogs.mid(oldLogsKept)) {
         QFile::remove(directory.filePath(name));
+    }
 
     const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd_hhmmss"));
     LogState& state = logState();
@@ -68,8 +70,9 @@ void initLogging() {
         const std::lock_guard lock(state.mutex);
         state.filePath = directory.absoluteFilePath(QStringLiteral("Tessaly_log_%1.txt").arg(stamp));
         const QtMessageHandler previous = qInstallMessageHandler(logMessageHandler);
-        if (previous != logMessageHandler)
+        if (previous != logMessageHandler) {
             state.previousHandler = previous;
+        }
     }
     qInfo().noquote() << "Tessaly session started" << currentTime();
 }
@@ -82,22 +85,26 @@ void logMessageHandler(QtMsgType type, const QMessageLogContext& context, const 
     {
         const std::lock_guard lock(state.mutex);
         state.lines.push_back(line);
-        while (state.lines.size() > longestRing)
+        while (state.lines.size() > longestRing) {
             state.lines.pop_front();
-        if (!state.filePath.isEmpty())
+        }
+        if (!state.filePath.isEmpty()) {
             appendToFile(state.filePath, line);
+        }
         previous = state.previousHandler;
     }
-    if (previous)
+    if (previous) {
         previous(type, context, message);
+    }
 }
 
 QString recentLogText() {
     LogState& state = logState();
     const std::lock_guard lock(state.mutex);
     QString text;
-    for (const QString& line : state.lines)
+    for (const QString& line : state.lines) {
         text += line + QLatin1Char('\n');
+    }
     return text;
 }
 

@@ -12,10 +12,12 @@ QPalette applicationPalette() {
     const QColor dark(160, 164, 170);
     QPalette palette;
     palette.setColor(QPalette::Window, {245, 246, 248});
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText})
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText}) {
         palette.setColor(role, text);
-    for (const auto role : {QPalette::Base, QPalette::HighlightedText, QPalette::ToolTipBase, QPalette::Light})
+    }
+    for (const auto role : {QPalette::Base, QPalette::HighlightedText, QPalette::ToolTipBase, QPalette::Light}) {
         palette.setColor(role, {255, 255, 255});
+    }
     palette.setColor(QPalette::AlternateBase, {240, 242, 245});
     palette.setColor(QPalette::Button, {238, 240, 243});
     palette.setColor(QPalette::BrightText, {210, 60, 60});
@@ -25,15 +27,17 @@ QPalette applicationPalette() {
     palette.setColor(QPalette::Mid, {200, 203, 208});
     palette.setColor(QPalette::Dark, dark);
     palette.setColor(QPalette::Shadow, {120, 124, 130});
-    for (const auto role : {QPalette::Text, QPalette::ButtonText, QPalette::WindowText})
+    for (const auto role : {QPalette::Text, QPalette::ButtonText, QPalette::WindowText}) {
         palette.setColor(QPalette::Disabled, role, dark);
+    }
     return palette;
 }
 
 QString applicationStyleSheet() {
     QFile file(QStringLiteral(":/theme.qss"));
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return {};
+    }
     return QString::fromUtf8(file.readAll());
 }
 

@@ -19,21 +19,25 @@ AxisRange::AxisRange(std::span<const double> values) {
     };
     std::size_t i = 0;
     for (; i + lanes <= values.size(); i += lanes) {
-        for (std::size_t lane = 0; lane < lanes; ++lane)
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
             include(lane, values[i + lane]);
+        }
     }
-    for (; i < values.size(); ++i)
+    for (; i < values.size(); ++i) {
         include(0, values[i]);
+    }
     for (std::size_t lane = 1; lane < lanes; ++lane) {
         low[0] = low[lane] < low[0] ? low[lane] : low[0];
         high[0] = high[lane] > high[0] ? high[lane] : high[0];
     }
-    if (low[0] > high[0])
+    if (low[0] > high[0]) {
         return;
+    }
     min = low[0];
     max = high[0];
-    if (max - min > 0.0)
+    if (max - min > 0.0) {
         range = max - min;
+    }
 }
 
 } // namespace Tessaly

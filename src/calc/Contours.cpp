@@ -19,16 +19,18 @@ std::vector<double> densitiesAtFractions(std::span<const double> density, std::s
     const auto isShare = [&density](double fraction) { return !density.empty() && fraction > 0.0 && fraction < 1.0; };
     std::vector<std::size_t> places;
     for (const double fraction : fractions) {
-        if (!isShare(fraction))
+        if (!isShare(fraction)) {
             continue;
+        }
         const double place = std::floor(static_cast<double>(density.size()) * fraction);
         places.push_back(std::min(static_cast<std::size_t>(place), density.size() - 1));
     }
     const std::vector<double> found = orderStatistics(density, places);
     std::vector<double> levels;
     auto next = found.begin();
-    for (const double fraction : fractions)
+    for (const double fraction : fractions) {
         levels.push_back(isShare(fraction) ? *next++ : 0.0);
+    }
     return levels;
 }
 
@@ -94,8 +96,9 @@ public:
             compare(row + 1, high);
             for (std::size_t c = 0; c + 1 < width_; ++c) {
                 const int code = low[c] | low[c + 1] << 1 | high[c + 1] << 2 | high[c] << 3;
-                if (code != 0 && code != 15)
+                if (code != 0 && code != 15) {
                     visit(row, static_cast<int>(c), code);
+                }
             }
             left_ = {};
         }
@@ -107,8 +110,9 @@ private:
     /// Which corners of a row reach the level.
     void compare(int row, std::vector<unsigned char>& reached) const {
         const double* values = grid_.values.data() + static_cast<std::size_t>(row) * width_;
-        for (std::size_t c = 0; c < width_; ++c)
+        for (std::size_t c = 0; c < width_; ++c) {
             reached[c] = values[c] >= level_ ? 1 : 0;
+        }
     }
 
     double value(int row, int column) const {
@@ -123,13 +127,15 @@ private:
         if (code == 5 || code == 10) {
             const double sum =
                 value(row, column) + value(row, column + 1) + value(row + 1, column + 1) + value(row + 1, column);
-            if (sum * 0.25 >= level_)
+            if (sum * 0.25 >= level_) {
                 code = 15 - code;
+            }
         }
         SegmentEnd right; // not yet left_, which a second segment of this square may need
         for (const EdgePair& pair : edgePairs[static_cast<std::size_t>(code)]) {
-            if (pair.from < 0)
+            if (pair.from < 0) {
                 break;
+            }
             const int segment = static_cast<int>(segments_.size());
             segments_.push_back({{pointOn(row, column, pair.from), pointOn(row, column, pair.to)}, {}});
             join({segment, 0}, pair.from, column, right);
@@ -140,19 +146,21 @@ private:
 
     void join(SegmentEnd end, int edge, int column, SegmentEnd& right) {
         SegmentEnd& open = below_[static_cast<std::size_t>(column)];
-        if (edge == 0)
+        if (edge == 0) {
             link(end, open);
-        else if (edge == 1)
+        } else if (edge == 1) {
             right = end;
-        else if (edge == 2)
+        } else if (edge == 2) {
             open = end;
-        else
+        } else {
             link(end, left_);
+        }
     }
 
     void link(SegmentEnd end, SegmentEnd other) {
-        if (other.segment < 0)
+        if (other.segment < 0) {
             return; // the grid's rim
+        }
         neighbourOf(end) = other;
         neighbourOf(other) = end;
     }
@@ -197,13 +205,15 @@ void walk(const std::vector<Segment>& segments, SegmentEnd from, std::vector<boo
 
 std::vector<Polyline> marchingSquares(const DensityGrid& grid, double level) {
     std::vector<Polyline> lines;
-    if (grid.size < 2)
+    if (grid.size < 2) {
         return lines;
+    }
     const std::vector<Segment> segments = SegmentTable(grid, level).takeSegments();
     std::vector<bool> used(segments.size(), false);
     for (std::size_t s = 0; s < segments.size(); ++s) {
-        if (used[s])
+        if (used[s]) {
             continue;
+        }
         used[s] = true;
         Polyline after{segments[s].points[1]};
         walk(segments, {static_cast<int>(s), 1}, used, after);
@@ -218,15 +228,18 @@ std::vector<Polyline> marchingSquares(const DensityGrid& grid, double level) {
 
 std::vector<ContourLevel> computeContours(std::span<const double> x, std::span<const double> y,
                                           std::span<const double> fractions, int scaleX, int scaleY) {
-    if (x.size() < 4 || x.size() != y.size() || fractions.empty())
+    if (x.size() < 4 || x.size() != y.size() || fractions.empty()) {
         return {};
+    }
     // A linear axis needs no copy.
     std::vector<double> mappedX;
     std::vector<double> mappedY;
-    if (scaleX != ScaleMode::Linear)
+    if (scaleX != ScaleMode::Linear) {
         x = mappedX = transformValues(x, scaleX);
-    if (scaleY != ScaleMode::Linear)
+    }
+    if (scaleY != ScaleMode::Linear) {
         y = mappedY = transformValues(y, scaleY);
+    }
     const DensityGrid grid = kernelDensityGrid(x, y, 0);
     return contoursOfDensity(grid, interpolateGrid(grid, x, y), fractions, scaleX, scaleY);
 }
@@ -237,11 +250,13 @@ std::vector<ContourLevel> contoursOfDensity(const DensityGrid& grid, std::span<c
     const std::vector<double> levels = densitiesAtFractions(density, fractions);
     for (std::size_t i = 0; i < fractions.size(); ++i) {
         ContourLevel contour{fractions[i], levels[i], {}};
-        if (contour.level > 0.0)
+        if (contour.level > 0.0) {
             contour.polylines = marchingSquares(grid, contour.level);
+        }
         for (Polyline& line : contour.polylines) {
-            for (auto& [pointX, pointY] : line)
+            for (auto& [pointX, pointY] : line) {
                 untransformPoint(pointX, pointY, scaleX, scaleY);
+            }
         }
         contours.push_back(std::move(contour));
     }

@@ -60,8 +60,9 @@ double interquartileRange(std::span<const double> values) {
 
 double bandwidth(std::span<const double> values, const AxisRange& axis, double deviation) {
     // Rounding in the mean would leave a constant column a tiny deviation.
-    if (values.empty() || axis.isConstant())
+    if (values.empty() || axis.isConstant()) {
         return 1.0;
+    }
     const double iqr = interquartileRange(values);
     const double sigma = iqr > 0.0 ? std::min(iqr / 1.34, deviation) : deviation;
     const double h = std::pow(static_cast<double>(values.size()), -1.0 / 6.0) * sigma;
@@ -80,8 +81,9 @@ std::vector<double> kernelTaps(double cells, int gridSize) {
         taps.push_back(std::exp(-0.5 * (offset * offset)));
         sum += taps.back();
     }
-    for (double& tap : taps)
+    for (double& tap : taps) {
         tap /= sum;
+    }
     return taps;
 }
 
@@ -93,8 +95,9 @@ void convolvePiece(const double* from, std::size_t stride, std::span<const doubl
     std::array<double, pieceSize> sums{};
     for (std::size_t t = 0; t < taps.size(); ++t) {
         const double* piece = from - t * stride;
-        for (std::size_t i = 0; i < pieceSize; ++i)
+        for (std::size_t i = 0; i < pieceSize; ++i) {
             sums[i] += taps[t] * piece[i];
+        }
     }
     std::copy(sums.begin(), sums.end(), result);
 }
@@ -124,26 +127,30 @@ std::vector<double> smoothed(const std::vector<std::uint32_t>& counts, int size,
     for (std::size_t r = 0; r < width; ++r) {
         const std::uint32_t* row = counts.data() + r * width;
         const auto first = static_cast<std::size_t>(std::find_if(row, row + width, std::identity()) - row);
-        if (first == width)
+        if (first == width) {
             continue;
+        }
         std::size_t last = width - 1;
-        while (row[last] == 0)
+        while (row[last] == 0) {
             --last;
+        }
         firstRow = std::min(firstRow, r);
         lastRow = r;
         std::copy_n(row, width, source.begin() + static_cast<std::ptrdiff_t>(xTaps.size() / 2));
         for (std::size_t i = 0; i < paddedWidth; i += pieceSize) {
             const TapRange range(i, i + pieceSize - 1, first, last, xTaps.size());
-            if (range.begin < range.end)
+            if (range.begin < range.end) {
                 convolvePiece(source.data() + i + xTaps.size() - 1 - range.begin, 1,
                               xTaps.subspan(range.begin, range.end - range.begin), rows.data() + r * paddedWidth + i);
+            }
         }
     }
     std::vector<double> result(width * width);
     for (std::size_t r = 0; r < width; ++r) {
         const TapRange range(r, r, firstRow, lastRow, yTaps.size());
-        if (firstRow > lastRow || range.begin >= range.end)
+        if (firstRow > lastRow || range.begin >= range.end) {
             continue;
+        }
         const double* from = rows.data() + (r + yTaps.size() / 2 - range.begin) * paddedWidth;
         std::array<double, pieceSize> piece;
         for (std::size_t i = 0; i < width; i += pieceSize) {
@@ -161,10 +168,12 @@ public:
     FinitePairs(std::span<const double> x, std::span<const double> y) : x_(x), y_(y) {
         // A difference of a value to itself is 0, or NaN if it is not finite.
         double differences = 0.0;
-        for (std::size_t i = 0; i < x.size(); ++i)
+        for (std::size_t i = 0; i < x.size(); ++i) {
             differences += (x[i] - x[i]) + (y[i] - y[i]);
-        if (differences == 0.0)
+        }
+        if (differences == 0.0) {
             return;
+        }
         for (std::size_t i = 0; i < x.size(); ++i) {
             if (std::isfinite(x[i]) && std::isfinite(y[i])) {
                 copiedX_.push_back(x[i]);
@@ -182,11 +191,13 @@ public:
 
     /// Puts one value per pair at its event's position, NaN elsewhere.
     std::vector<double> spread(std::vector<double> values, std::size_t eventCount) const {
-        if (!partial_)
+        if (!partial_) {
             return values;
+        }
         std::vector<double> result(eventCount, nan);
-        for (std::size_t i = 0; i < positions_.size(); ++i)
+        for (std::size_t i = 0; i < positions_.size(); ++i) {
             result[positions_[i]] = values[i];
+        }
         return result;
     }
 
@@ -214,8 +225,9 @@ std::vector<double> histogramDensity(std::span<const double> x, std::span<const 
         counts[bins[i]] += 1.0;
     }
     std::vector<double> result(x.size());
-    for (std::size_t i = 0; i < x.size(); ++i)
+    for (std::size_t i = 0; i < x.size(); ++i) {
         result[i] = counts[bins[i]];
+    }
     return result;
 }
 
@@ -248,11 +260,13 @@ struct CentrePosition {
 } // namespace
 
 std::vector<double> computeDensity(std::span<const double> x, std::span<const double> y, DensityMethod method) {
-    if (x.size() != y.size())
+    if (x.size() != y.size()) {
         return std::vector<double>(x.size(), nan);
+    }
     const FinitePairs pairs(x, y);
-    if (pairs.x().size() < 4)
+    if (pairs.x().size() < 4) {
         return std::vector<double>(x.size(), nan);
+    }
     switch (method) {
     case DensityMethod::Kde:
         return pairs.spread(interpolateGrid(kernelDensityGrid(pairs.x(), pairs.y(), 0), pairs.x(), pairs.y()),
@@ -266,8 +280,9 @@ std::vector<double> computeDensity(std::span<const double> x, std::span<const do
 }
 
 int optimalGridSize(std::span<const double> x, std::span<const double> y) {
-    if (x.size() < 4)
+    if (x.size() < 4) {
         return 32;
+    }
     return chooseGridSize(x, y, AxisRange(x), AxisRange(y));
 }
 
@@ -276,8 +291,9 @@ DensityGrid kernelDensityGrid(std::span<const double> x, std::span<const double>
     const AxisRange yAxis(y);
     DensityGrid grid;
     grid.size = gridSize;
-    if (gridSize < 1)
+    if (gridSize < 1) {
         grid.size = x.size() < 4 ? optimalGridSize(x, y) : chooseGridSize(x, y, xAxis, yAxis);
+    }
 
     const Spread spread(x, y);
     const double xBandwidth = bandwidth(x, xAxis, spread.deviation[0]);

@@ -70,8 +70,9 @@ const EModulusMesh* EModulus::mesh(int lutId) const {
 }
 
 void EModulus::loadLocked(std::int32_t lutId) {
-    if (tables_.contains(lutId))
+    if (tables_.contains(lutId)) {
         return;
+    }
     const std::string directory =
         searchDirectory_.empty() ? QCoreApplication::applicationDirPath().toStdString() : searchDirectory_;
     const std::string name = lutFileName(lutId);
@@ -90,8 +91,9 @@ void EModulus::loadLocked(std::int32_t lutId) {
 void EModulus::triangulateLocked(std::int32_t lutId) {
     loadLocked(lutId);
     const auto found = tables_.find(lutId);
-    if (found == tables_.end() || found->second->mesh || found->second->lut.area.size() < 3)
+    if (found == tables_.end() || found->second->mesh || found->second->lut.area.size() < 3) {
         return;
+    }
     Table& table = *found->second;
     table.mesh = buildMesh(table.lut);
     table.lookup.emplace(*table.mesh);
@@ -105,8 +107,9 @@ const EModulus::Table* EModulus::prepared(std::int32_t lutId) {
 }
 
 bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
-    if (reader == nullptr || !reader->hasFeature("area_um") || !reader->hasFeature(params.deformFeature))
+    if (reader == nullptr || !reader->hasFeature("area_um") || !reader->hasFeature(params.deformFeature)) {
         return false;
+    }
     const Table* table = prepared(params.lutId);
     if (table == nullptr) {
         std::cerr << "EModulus: failed to build LUT triangulation" << std::endl;
@@ -115,13 +118,15 @@ bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
     const std::vector<double>& area = reader->getFeature("area_um");
     const std::vector<double>& deform = reader->getFeature(params.deformFeature);
     const std::size_t count = area.size();
-    if (count == 0 || deform.size() != count)
+    if (count == 0 || deform.size() != count) {
         return false;
+    }
     std::span<const double> temperatures;
     if (params.temperatureSource == 1 && reader->hasFeature("temp")) {
         const std::vector<double>& stored = reader->getFeature("temp");
-        if (stored.size() == count)
+        if (stored.size() == count) {
             temperatures = stored;
+        }
     }
 
     clearUpperVectorState();
@@ -137,13 +142,15 @@ bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
     for (std::size_t begin = 0; begin < count; begin += progressStep) {
         emit progressChanged(static_cast<int>(begin * 100 / count));
         const std::size_t end = std::min(begin + progressStep, count);
-        for (std::size_t i = begin; i < end; ++i)
+        for (std::size_t i = begin; i < end; ++i) {
             corrected[i - begin] =
                 params.pixelationCorrection ? pixelationCorrected(deform[i], area[i], params.pixelSize) : deform[i];
+        }
         for (std::size_t i = begin; i < end; ++i) {
             const double e = lookup(area[i] * areaFactor, corrected[i - begin]);
-            if (!std::isnan(e))
+            if (!std::isnan(e)) {
                 modulus[i] = viscosities.at(i) / table->lut.viscosity * e * modulusFactor;
+            }
         }
     }
     emit progressChanged(100);

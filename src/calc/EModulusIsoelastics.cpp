@@ -22,8 +22,9 @@ public:
           area_(tableArea),
           yMin_(mesh.yMin),
           yRange_(mesh.yRange) {
-        for (int j = 0; j <= ScanSteps; ++j)
+        for (int j = 0; j <= ScanSteps; ++j) {
             values_[static_cast<std::size_t>(j)] = lookup_(area_, deformAt(j));
+        }
     }
 
     /// The deformation at which the table has that level; NaN if it is not met between neighbouring points.
@@ -31,8 +32,9 @@ public:
         for (std::size_t j = 0; j < ScanSteps; ++j) {
             const double f1 = values_[j];
             const double f2 = values_[j + 1];
-            if (!std::isnan(f1) && !std::isnan(f2) && (f1 - level) * (f2 - level) <= 0.0)
+            if (!std::isnan(f1) && !std::isnan(f2) && (f1 - level) * (f2 - level) <= 0.0) {
                 return bisect(level, deformAt(static_cast<int>(j)), deformAt(static_cast<int>(j) + 1), f1);
+            }
         }
         return NaN;
     }
@@ -45,8 +47,9 @@ private:
         for (int i = 0; i < maxHalvings && high - low >= 1e-8; ++i) {
             const double middle = 0.5 * (low + high);
             const double value = lookup_(area_, middle);
-            if (std::isnan(value))
+            if (std::isnan(value)) {
                 break;
+            }
             if ((value - level) * (valueLow - level) > 0.0) {
                 low = middle;
                 valueLow = value;
@@ -67,11 +70,13 @@ private:
 } // namespace
 
 std::vector<IsoelasticLine> EModulus::isoelastics(const EModulusParams& params) {
-    if (!isoelastics_.empty() && isoelasticsParams_ == params)
+    if (!isoelastics_.empty() && isoelasticsParams_ == params) {
         return isoelastics_;
+    }
     const Table* table = prepared(0);
-    if (table == nullptr)
+    if (table == nullptr) {
         return {};
+    }
 
     const EModulusMesh& mesh = *table->mesh;
     const double s = table->lut.channelWidth / params.channelWidth;
@@ -79,22 +84,25 @@ std::vector<IsoelasticLine> EModulus::isoelastics(const EModulusParams& params) 
     const double factor = s * s * s * params.flowRate / table->lut.flowRate * viscosity(params, params.temperature) /
                           table->lut.viscosity;
     std::vector<IsoelasticLine> lines(Levels.size());
-    for (std::size_t k = 0; k < Levels.size(); ++k)
+    for (std::size_t k = 0; k < Levels.size(); ++k) {
         lines[k].value = Levels[k] * factor;
+    }
 
     const double first = mesh.xMin / areaFactor;
     const double last = mesh.xMax / areaFactor;
     const double step = (last - first) / AreaSteps;
     for (int i = 0; i <= AreaSteps; ++i) {
         const double area = first + step * i;
-        if (!(area <= last))
+        if (!(area <= last)) {
             break;
+        }
         const DeformScan scan(*table->lookup, mesh, area * areaFactor);
         // Lines are drawn over measured deformation: what the correction takes away is added again.
         const double correction = -pixelationCorrected(0.0, area, params.pixelSize);
         for (std::size_t k = 0; k < Levels.size(); ++k) {
-            if (const double deform = scan.deformOf(Levels[k]); !std::isnan(deform))
+            if (const double deform = scan.deformOf(Levels[k]); !std::isnan(deform)) {
                 lines[k].points.emplace_back(area, deform + correction);
+            }
         }
     }
     std::erase_if(lines, [](const IsoelasticLine& line) { return line.points.size() < 2; });

@@ -22,11 +22,13 @@ public:
     double operator()(double area, double deform) const {
         const double x = (area - xMin_) / xRange_;
         const double y = (deform - yMin_) / yRange_;
-        if (!insideUnitSquare(x, y))
+        if (!insideUnitSquare(x, y)) {
             return std::numeric_limits<double>::quiet_NaN();
+        }
         const Part part = parts_[static_cast<std::size_t>(partOf(y) * Size + partOf(x))];
-        if ((part & Certain) == 0)
+        if ((part & Certain) == 0) {
             return search(part, x, y);
+        }
         const EModulusTriangle& triangle = triangles_[part & ~Certain];
         return triangle.value(triangle.weights(x, y));
     }

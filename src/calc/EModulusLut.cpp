@@ -22,13 +22,15 @@ void applyMetadata(QString text, EModulusLut& lut) {
     static const QRegularExpression commentMark(QStringLiteral("^#\\s*"), QRegularExpression::MultilineOption);
     text.remove(commentMark);
     const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
-    if (!document.isObject())
+    if (!document.isObject()) {
         return;
+    }
     const QJsonObject object = document.object();
     const auto take = [&object](const char* key, double& target) {
         const QJsonValue value = object.value(QLatin1String(key));
-        if (value.isDouble())
+        if (value.isDouble()) {
             target = value.toDouble();
+        }
     };
     take("channel_width", lut.channelWidth);
     take("flow_rate", lut.flowRate);
@@ -38,15 +40,17 @@ void applyMetadata(QString text, EModulusLut& lut) {
 void appendRow(const QString& line, EModulusLut& lut) {
     static const QRegularExpression whiteSpace(QStringLiteral("\\s+"));
     const QStringList pieces = line.split(whiteSpace, Qt::SkipEmptyParts);
-    if (pieces.size() < 3)
+    if (pieces.size() < 3) {
         return;
+    }
     std::array<double, 3> row{};
     for (int i = 0; i < 3; ++i) {
         bool ok = false;
         row[static_cast<std::size_t>(i)] = pieces[i].toDouble(&ok);
         // "nan" and "inf" convert, but are no node of a mesh.
-        if (!ok || !std::isfinite(row[static_cast<std::size_t>(i)]))
+        if (!ok || !std::isfinite(row[static_cast<std::size_t>(i)])) {
             return;
+        }
     }
     lut.area.push_back(row[0]);
     lut.deform.push_back(row[1]);
@@ -60,20 +64,23 @@ std::string lutFileName(int lutId) {
 }
 
 std::string findLutFile(const std::string& directory, const std::string& fileName) {
-    if (fileName.empty())
+    if (fileName.empty()) {
         return {};
+    }
     for (const char* suffix : {"/data/", "/../Resources/data/", "/../data/", "/../../data/", "/../../../data/"}) {
         std::string path = directory + suffix + fileName;
-        if (QFileInfo::exists(QString::fromStdString(path)))
+        if (QFileInfo::exists(QString::fromStdString(path))) {
             return path;
+        }
     }
     return {};
 }
 
 std::optional<EModulusLut> readLutFile(const std::string& path) {
     QFile file(QString::fromStdString(path));
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         return std::nullopt;
+    }
 
     EModulusLut lut;
     QTextStream stream(&file);

@@ -29,8 +29,9 @@ class Builder {
 public:
     Builder(const std::vector<double>& x, const std::vector<double>& y) : nodeCount_(x.size()) {
         points_.reserve(nodeCount_ + 3);
-        for (std::size_t i = 0; i < nodeCount_; ++i)
+        for (std::size_t i = 0; i < nodeCount_; ++i) {
             points_.push_back({x[i], y[i]});
+        }
         points_.insert(points_.end(), {{-10.0, -10.0}, {20.0, -10.0}, {-10.0, 20.0}});
         const auto first = static_cast<std::int32_t>(nodeCount_);
         triangles_.push_back({first, first + 1, first + 2});
@@ -40,13 +41,15 @@ public:
         removeBad(points_[static_cast<std::size_t>(node)]);
         markSharedEdges();
         for (std::size_t i = 0; i < edges_.size(); ++i) {
-            if (shared_[i])
+            if (shared_[i]) {
                 continue;
+            }
             const auto [a, b] = edges_[i];
-            if (cross(relative(a, node), relative(b, node)) >= 0.0)
+            if (cross(relative(a, node), relative(b, node)) >= 0.0) {
                 triangles_.push_back({node, a, b});
-            else
+            } else {
                 triangles_.push_back({node, b, a});
+            }
         }
     }
 
@@ -88,8 +91,9 @@ private:
         for (std::size_t i = 0; i < triangles_.size(); ++i) {
             const Triangle triangle = triangles_[i];
             if (isBad(triangle, point)) {
-                for (std::size_t k = 0; k < 3; ++k)
+                for (std::size_t k = 0; k < 3; ++k) {
                     edges_.push_back({triangle[k], triangle[(k + 1) % 3]});
+                }
             } else {
                 triangles_[kept++] = triangle;
             }
@@ -107,8 +111,9 @@ private:
         std::ranges::sort(order_);
         shared_.assign(edges_.size(), false);
         for (std::size_t i = 1; i < order_.size(); ++i) {
-            if (order_[i].first == order_[i - 1].first)
+            if (order_[i].first == order_[i - 1].first) {
                 shared_[order_[i].second] = shared_[order_[i - 1].second] = true;
+            }
         }
     }
 
@@ -127,8 +132,9 @@ void normalise(const std::vector<double>& values, double& low, double& high, dou
     high = maximum;
     range = high - low;
     normalised.reserve(values.size());
-    for (const double value : values)
+    for (const double value : values) {
         normalised.push_back((value - low) / range);
+    }
 }
 
 void fillGrid(EModulusMesh& mesh) {
@@ -139,8 +145,9 @@ void fillGrid(EModulusMesh& mesh) {
         const auto [xLow, xHigh] = std::minmax({mesh.x[node(0)], mesh.x[node(1)], mesh.x[node(2)]});
         const auto [yLow, yHigh] = std::minmax({mesh.y[node(0)], mesh.y[node(1)], mesh.y[node(2)]});
         for (int row = gridCell(yLow, size); row <= gridCell(yHigh, size); ++row) {
-            for (int column = gridCell(xLow, size); column <= gridCell(xHigh, size); ++column)
+            for (int column = gridCell(xLow, size); column <= gridCell(xHigh, size); ++column) {
                 mesh.grid[static_cast<std::size_t>(row * size + column)].push_back(static_cast<std::int32_t>(t));
+            }
         }
     }
 }
@@ -153,8 +160,9 @@ EModulusMesh buildMesh(const EModulusLut& lut) {
     normalise(lut.deform, mesh.yMin, mesh.yMax, mesh.yRange, mesh.y);
     mesh.z = lut.emodulus;
     Builder builder(mesh.x, mesh.y);
-    for (std::size_t node = 0; node < mesh.x.size(); ++node)
+    for (std::size_t node = 0; node < mesh.x.size(); ++node) {
         builder.insert(static_cast<std::int32_t>(node));
+    }
     mesh.triangles = std::move(builder).finish();
     fillGrid(mesh);
     return mesh;
@@ -164,16 +172,19 @@ double interpolate(const EModulusMesh& mesh, double area, double deform) {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     const double x = (area - mesh.xMin) / mesh.xRange;
     const double y = (deform - mesh.yMin) / mesh.yRange;
-    if (!insideUnitSquare(x, y))
+    if (!insideUnitSquare(x, y)) {
         return nan;
+    }
     constexpr int size = EModulusMesh::GridSize;
     const auto cell = static_cast<std::size_t>(gridCell(y, size) * size + gridCell(x, size));
     for (const std::int32_t index : mesh.grid[cell]) {
         const EModulusTriangle triangle(mesh, index);
-        if (triangle.isDegenerate())
+        if (triangle.isDegenerate()) {
             continue;
-        if (const auto weights = triangle.weights(x, y); weights.accepts())
+        }
+        if (const auto weights = triangle.weights(x, y); weights.accepts()) {
             return triangle.value(weights);
+        }
     }
     return nan;
 }

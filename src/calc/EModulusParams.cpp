@@ -45,8 +45,9 @@ EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent, d
             params.viscosityModel = row.viscosityModel;
         }
     }
-    if (params.viscosityModel == Manual)
+    if (params.viscosityModel == Manual) {
         params.viscosity = manualViscosity;
+    }
 
     if (allowEvent) {
         params.temperatureSource = 1;

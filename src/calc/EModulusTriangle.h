@@ -12,8 +12,9 @@ namespace Tessaly {
 /// Cell of a normalised coordinate in a grid of that many cells a side; what lies outside counts to the outermost cell.
 inline int gridCell(double coordinate, int size) {
     const double scaled = coordinate * size;
-    if (!(scaled > 0.0))
+    if (!(scaled > 0.0)) {
         return 0;
+    }
     return scaled < size - 1 ? static_cast<int>(scaled) : size - 1;
 }
 

@@ -16,8 +16,9 @@ std::vector<int> candidateSizes() {
     std::vector<int> sizes;
     for (int k = 0; k < 20; ++k) {
         const int size = static_cast<int>(std::lround(std::exp(k * 2.7725888 / 19 + 3.4657359)));
-        if (sizes.empty() || size != sizes.back())
+        if (sizes.empty() || size != sizes.back()) {
             sizes.push_back(size);
+        }
     }
     return sizes;
 }
@@ -39,8 +40,9 @@ public:
     AxisEdges(const AxisRange& axis, const std::vector<int>& sizes) : min_(axis.min), range_(axis.range) {
         for (const int size : sizes) {
             const double width = range_ / size;
-            for (int bin = 1; bin < size; ++bin)
+            for (int bin = 1; bin < size; ++bin) {
                 edges_.push_back(lowestOf(bin, width));
+            }
         }
         std::sort(edges_.begin(), edges_.end());
         edges_.erase(std::unique(edges_.begin(), edges_.end()), edges_.end());
@@ -49,8 +51,9 @@ public:
         edgesBefore_.assign(cellCount, 0);
         std::size_t edge = 0;
         for (int cell = 0; cell < cellCount; ++cell) {
-            while (edge < edges_.size() && clampedBin(edges_[edge] * perCell_, cellCount) < cell)
+            while (edge < edges_.size() && clampedBin(edges_[edge] * perCell_, cellCount) < cell) {
                 ++edge;
+            }
             edgesBefore_[static_cast<std::size_t>(cell)] = static_cast<std::uint16_t>(edge);
         }
         edges_.push_back(std::numeric_limits<double>::infinity()); // ends the search in rankOf()
@@ -63,8 +66,9 @@ public:
         std::size_t rank = edgesBefore_[static_cast<std::size_t>(clampedBin(offset * perCell_, cellCount))];
         // Most cells hold one edge at most: one step without a branch to guess.
         rank += offset >= edges_[rank] ? 1 : 0;
-        while (offset >= edges_[rank])
+        while (offset >= edges_[rank]) {
             ++rank;
+        }
         return static_cast<std::uint16_t>(rank);
     }
 
@@ -72,8 +76,9 @@ public:
     std::vector<std::uint16_t> binsOf(int size) const {
         const double width = range_ / size;
         std::vector<std::uint16_t> bins{0};
-        for (std::size_t rank = 1; rank < edges_.size(); ++rank)
+        for (std::size_t rank = 1; rank < edges_.size(); ++rank) {
             bins.push_back(static_cast<std::uint16_t>(clampedBin(edges_[rank - 1] / width, size)));
+        }
         return bins;
     }
 
@@ -82,10 +87,12 @@ private:
 
     static double lowestOf(int bin, double width) {
         double offset = bin * width;
-        while (offset / width >= bin)
+        while (offset / width >= bin) {
             offset = nextBelow(offset);
-        while (offset / width < bin)
+        }
+        while (offset / width < bin) {
             offset = nextAbove(offset);
+        }
         return offset;
     }
 
@@ -107,11 +114,13 @@ public:
             yRanks[i] = yEdges.rankOf(y[i]);
             ++starts_[yRanks[i] + 1U];
         }
-        for (std::size_t rank = 1; rank < starts_.size(); ++rank)
+        for (std::size_t rank = 1; rank < starts_.size(); ++rank) {
             starts_[rank] += starts_[rank - 1];
+        }
         std::vector<std::uint32_t> next(starts_);
-        for (std::size_t i = 0; i < x.size(); ++i)
+        for (std::size_t i = 0; i < x.size(); ++i) {
             xRanks_[next[yRanks[i]]++] = xEdges.rankOf(x[i]);
+        }
     }
 
     /// Sum over the bins of a size x size histogram of (count - mean)^2.
@@ -125,15 +134,17 @@ public:
         std::size_t rank = 0;
         for (int row = 0; row < size; ++row) {
             std::size_t i = starts_[rank];
-            while (rank < yBins.size() && yBins[rank] == row)
+            while (rank < yBins.size() && yBins[rank] == row) {
                 ++rank;
+            }
             const std::size_t end = starts_[rank];
             for (; i + 1 < end; i += 2) {
                 ++even[xBins[xRanks_[i]]];
                 ++odd[xBins[xRanks_[i + 1]]];
             }
-            if (i < end)
+            if (i < end) {
                 ++even[xBins[xRanks_[i]]];
+            }
             for (std::size_t bin = 0; bin < width; ++bin) {
                 const double deviation = (even[bin] + odd[bin]) - mean;
                 sum += deviation * deviation;
@@ -155,8 +166,9 @@ int chooseGridSize(std::span<const double> x, std::span<const double> y, const A
                    const AxisRange& yAxis) {
     int best = 64;
     const auto isUsable = [](double range) { return std::isfinite(range) && range > 1e-300; };
-    if (!isUsable(xAxis.range) || !isUsable(yAxis.range))
+    if (!isUsable(xAxis.range) || !isUsable(yAxis.range)) {
         return best; // bins would have no width that a double can hold
+    }
 
     const std::vector<int> sizes = candidateSizes();
     const AxisEdges xEdges(xAxis, sizes);

@@ -29,12 +29,14 @@ public:
             cellOf_[i] = row * size_ + column;
             ++starts_[static_cast<std::size_t>(cellOf_[i]) + 1];
         }
-        for (std::size_t cell = 1; cell < starts_.size(); ++cell)
+        for (std::size_t cell = 1; cell < starts_.size(); ++cell) {
             starts_[cell] += starts_[cell - 1];
+        }
         members_.resize(x.size());
         std::vector<std::size_t> next(starts_.begin(), starts_.end() - 1);
-        for (std::size_t i = 0; i < x.size(); ++i)
+        for (std::size_t i = 0; i < x.size(); ++i) {
             members_[next[static_cast<std::size_t>(cellOf_[i])]++] = i;
+        }
     }
 
     int cellsPerAxis() const { return size_; }
@@ -51,8 +53,9 @@ public:
         for (int r = rowFrom; r <= rowTo; ++r) {
             const bool whole = r == rowFrom || r == rowTo;
             const int step = whole ? 1 : std::max(columnTo - columnFrom, 1);
-            for (int c = columnFrom; c <= columnTo; c += step)
+            for (int c = columnFrom; c <= columnTo; c += step) {
                 addCell(point, r * size_ + c, distances);
+            }
         }
     }
 
@@ -61,8 +64,9 @@ private:
         const std::size_t end = starts_[static_cast<std::size_t>(cell) + 1];
         for (std::size_t m = starts_[static_cast<std::size_t>(cell)]; m < end; ++m) {
             const std::size_t other = members_[m];
-            if (other == point)
+            if (other == point) {
                 continue;
+            }
             const double dx = x_[other] - x_[point];
             const double dy = y_[other] - y_[point];
             distances.push_back(dx * dx + dy * dy);
@@ -81,15 +85,17 @@ private:
 
 std::vector<double> neighbourDensity(std::span<const double> x, std::span<const double> y) {
     std::vector<double> result(x.size(), 1.0);
-    if (x.size() < 2)
+    if (x.size() < 2) {
         return result;
+    }
     const NeighbourCells cells(x, y);
     const auto wanted = std::max<std::size_t>(static_cast<std::size_t>(std::sqrt(static_cast<double>(x.size()))), 1);
     std::vector<double> distances;
     for (std::size_t i = 0; i < x.size(); ++i) {
         distances.clear();
-        for (int ring = 0; distances.size() < wanted && ring <= cells.cellsPerAxis(); ++ring)
+        for (int ring = 0; distances.size() < wanted && ring <= cells.cellsPerAxis(); ++ring) {
             cells.addRing(i, ring, distances);
+        }
         if (distances.empty()) {
             result[i] = 0.0;
             continue;

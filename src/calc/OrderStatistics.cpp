@@ -22,8 +22,9 @@ std::vector<double> bySorting(std::span<const double> values, std::span<const st
     const auto numbersEnd = std::partition(sorted.begin(), sorted.end(), isNumber);
     std::sort(sorted.begin(), numbersEnd);
     std::vector<double> result;
-    for (const std::size_t place : places)
+    for (const std::size_t place : places) {
         result.push_back(sorted[place]);
+    }
     return result;
 }
 
@@ -39,8 +40,9 @@ std::vector<double> orderStatistics(std::span<const double> values, std::span<co
     const AxisRange axis(values);
     const double perBucket = bucketCount / axis.range;
     // Numbers that the buckets cannot tell apart are rare enough to be sorted.
-    if (!std::isfinite(axis.range) || !std::isfinite(perBucket) || places.size() > 255)
+    if (!std::isfinite(axis.range) || !std::isfinite(perBucket) || places.size() > 255) {
         return bySorting(values, places);
+    }
 
     const auto bucketOf = [&](double value) { return clampedBin((value - axis.min) * perBucket, bucketCount); };
     std::array<std::uint32_t, bucketCount> counts{};
@@ -49,8 +51,9 @@ std::vector<double> orderStatistics(std::span<const double> values, std::span<co
         allNumbers &= isNumber(value);
         ++counts[static_cast<std::size_t>(bucketOf(value))];
     }
-    if (!allNumbers)
+    if (!allNumbers) {
         return bySorting(values, places);
+    }
 
     std::vector<Bucket> buckets;
     std::vector<std::size_t> bucketOfPlace;
@@ -58,8 +61,9 @@ std::vector<double> orderStatistics(std::span<const double> values, std::span<co
     for (const std::size_t place : places) {
         Bucket bucket;
         int number = 0;
-        while (bucket.below + counts[static_cast<std::size_t>(number)] <= place)
+        while (bucket.below + counts[static_cast<std::size_t>(number)] <= place) {
             bucket.below += counts[static_cast<std::size_t>(number++)];
+        }
         std::uint8_t& slot = wanted[static_cast<std::size_t>(number)];
         if (slot == 0) {
             bucket.members.reserve(counts[static_cast<std::size_t>(number)]);
@@ -69,8 +73,9 @@ std::vector<double> orderStatistics(std::span<const double> values, std::span<co
         bucketOfPlace.push_back(slot - 1U);
     }
     for (const double value : values) {
-        if (const std::uint8_t slot = wanted[static_cast<std::size_t>(bucketOf(value))])
+        if (const std::uint8_t slot = wanted[static_cast<std::size_t>(bucketOf(value))]) {
             buckets[slot - 1U].members.push_back(value);
+        }
     }
     std::vector<double> result;
     for (std::size_t i = 0; i < places.size(); ++i) {

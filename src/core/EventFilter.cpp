@@ -84,8 +84,9 @@ struct PreparedPolygon {
             open[openCount] = static_cast<std::uint16_t>(i);
             openCount += verdicts[i] == PolygonRaster::Look ? 1 : 0;
         }
-        for (std::size_t k = 0; k < openCount; ++k)
+        for (std::size_t k = 0; k < openCount; ++k) {
             verdicts[open[k]] = isInside(survivors.places[open[k]]) ? PolygonRaster::Inside : PolygonRaster::Outside;
+        }
         survivors.keepIf([&](std::size_t, std::size_t i) { return (verdicts[i] != 0) != inverted; });
     }
 };
@@ -98,18 +99,21 @@ struct PreparedRules {
     bool isEmpty() const { return ranges.empty() && polygons.empty(); }
 
     void apply(std::size_t blockStart, Survivors& survivors) const {
-        for (const PreparedRange& range : ranges)
+        for (const PreparedRange& range : ranges) {
             range.apply(blockStart, survivors);
-        for (const PreparedPolygon& polygon : polygons)
+        }
+        for (const PreparedPolygon& polygon : polygons) {
             polygon.apply(blockStart, survivors);
+        }
     }
 };
 
 /// A feature's values, or null if they are missing or too few.
 const double* usableColumn(const ColumnMap& columns, const std::string& name, std::size_t eventCount) {
     const auto it = columns.find(name);
-    if (it == columns.end() || !it->second || it->second->size() < eventCount)
+    if (it == columns.end() || !it->second || it->second->size() < eventCount) {
         return nullptr;
+    }
     return it->second->data();
 }
 
@@ -121,8 +125,9 @@ PreparedPolygon preparedPolygon(const FilterRule& rule, const double* x, const d
     }
     if (eventCount >= rasterWorthEvents) {
         polygon.raster.emplace(rule.polygonVertices, polygon.vertices, rule.scaleXMode, rule.scaleYMode);
-        if (!polygon.raster->isUsable())
+        if (!polygon.raster->isUsable()) {
             polygon.raster.reset();
+        }
     }
     return polygon;
 }
@@ -131,13 +136,15 @@ PreparedRules preparedRules(const std::vector<FilterRule>& rules, const ColumnMa
     PreparedRules prepared;
     for (const FilterRule& rule : rules) {
         const double* x = rule.enabled ? usableColumn(columns, rule.featureName, eventCount) : nullptr;
-        if (!x)
+        if (!x) {
             continue;
+        }
         if (rule.type == FilterRule::Range) {
             prepared.ranges.push_back({x, rule.minValue, rule.maxValue, rule.inverted});
         } else if (rule.type == FilterRule::Polygon && rule.polygonVertices.size() > 2) {
-            if (const double* y = usableColumn(columns, rule.featureNameY, eventCount))
+            if (const double* y = usableColumn(columns, rule.featureNameY, eventCount)) {
                 prepared.polygons.push_back(preparedPolygon(rule, x, y, eventCount));
+            }
         }
     }
     return prepared;
@@ -150,8 +157,9 @@ bool pointInPolygon(double x, double y, std::span<const std::pair<double, double
     for (std::size_t i = 0, j = vertices.size() - 1; i < vertices.size(); j = i++) {
         const auto [xi, yi] = vertices[i];
         const auto [xj, yj] = vertices[j];
-        if ((yi > y) != (yj > y) && (xj - xi) * (y - yi) / (yj - yi) + xi > x)
+        if ((yi > y) != (yj > y) && (xj - xi) * (y - yi) / (yj - yi) + xi > x) {
             inside = !inside;
+        }
     }
     return inside;
 }
@@ -161,13 +169,15 @@ void EventFilter::addRule(const FilterRule& rule) {
 }
 
 void EventFilter::setRule(int index, const FilterRule& rule) {
-    if (index >= 0 && index < ruleCount())
+    if (index >= 0 && index < ruleCount()) {
         rules_[static_cast<std::size_t>(index)] = rule;
+    }
 }
 
 void EventFilter::removeRule(int index) {
-    if (index >= 0 && index < ruleCount())
+    if (index >= 0 && index < ruleCount()) {
         rules_.erase(rules_.begin() + index);
+    }
 }
 
 void EventFilter::clearRules() {
@@ -177,15 +187,18 @@ void EventFilter::clearRules() {
 std::vector<std::string> EventFilter::requiredFeatures() const {
     std::vector<std::string> names;
     const auto addOnce = [&names](const std::string& name) {
-        if (std::find(names.begin(), names.end(), name) == names.end())
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
             names.push_back(name);
+        }
     };
     for (const FilterRule& rule : rules_) {
-        if (!rule.enabled)
+        if (!rule.enabled) {
             continue;
+        }
         addOnce(rule.featureName);
-        if (rule.type == FilterRule::Polygon && !rule.featureNameY.empty())
+        if (rule.type == FilterRule::Polygon && !rule.featureNameY.empty()) {
             addOnce(rule.featureNameY);
+        }
     }
     return names;
 }
@@ -210,16 +223,18 @@ std::vector<int> EventFilter::evaluate(const ColumnMap& columns, std::size_t eve
         std::size_t next = 0; // first place that is not yet dealt with
         for (const std::uint16_t place : survivors.list()) {
             if (combineMode_ != ShowPassing) {
-                for (; next < place; ++next)
+                for (; next < place; ++next) {
                     result.push_back(static_cast<int>(start + next));
+                }
                 next = place + 1U;
             } else {
                 result.push_back(static_cast<int>(start + place));
             }
         }
         if (combineMode_ != ShowPassing) {
-            for (; next < size; ++next)
+            for (; next < size; ++next) {
                 result.push_back(static_cast<int>(start + next));
+            }
         }
     }
     return result;

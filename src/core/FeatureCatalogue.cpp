@@ -81,8 +81,9 @@ constexpr std::array<FeatureInfo, 4> instrumentFeatureOverrides{{
 
 const FeatureInfo* findFeature(std::span<const FeatureInfo> table, std::string_view key) {
     for (const FeatureInfo& info : table) {
-        if (info.key == key)
+        if (info.key == key) {
             return &info;
+        }
     }
     return nullptr;
 }
@@ -92,29 +93,35 @@ bool isDigit(char c) {
 }
 
 std::string withUnit(std::string label, std::string_view unit) {
-    if (!unit.empty())
+    if (!unit.empty()) {
         label.append(" [").append(unit).append("]");
+    }
     return label;
 }
 
 std::optional<std::string> userDefinedLabel(std::string_view key) {
     constexpr std::string_view prefix = "userdef";
-    if (key.size() != prefix.size() + 1 || !key.starts_with(prefix) || !isDigit(key.back()))
+    if (key.size() != prefix.size() + 1 || !key.starts_with(prefix) || !isDigit(key.back())) {
         return std::nullopt;
+    }
     return std::string("User-defined ") + key.back();
 }
 
 std::optional<std::string> fluorescenceLabel(std::string_view key) {
-    if (!key.starts_with("fl"))
+    if (!key.starts_with("fl")) {
         return std::nullopt;
+    }
     std::size_t end = 2;
-    while (end < key.size() && isDigit(key[end]))
+    while (end < key.size() && isDigit(key[end])) {
         ++end;
-    if (end == 2 || end == key.size() || key[end] != '_')
+    }
+    if (end == 2 || end == key.size() || key[end] != '_') {
         return std::nullopt;
+    }
     const FeatureInfo* info = findFeature(traceFeatureSuffixTable, key.substr(end));
-    if (!info)
+    if (!info) {
         return std::nullopt;
+    }
     std::string label("FL-");
     label.append(key.substr(2, end - 2)).append(" ").append(info->label);
     return withUnit(std::move(label), info->unit);
@@ -124,12 +131,15 @@ std::optional<std::string> fluorescenceLabel(std::string_view key) {
 
 std::string featureLabel(const std::string& key, bool instrumentData) {
     const FeatureInfo* info = instrumentData ? findFeature(instrumentFeatureOverrides, key) : nullptr;
-    if (!info)
+    if (!info) {
         info = findFeature(featureInfoTable, key);
-    if (info)
+    }
+    if (info) {
         return withUnit(std::string(info->label), info->unit);
-    if (auto label = userDefinedLabel(key))
+    }
+    if (auto label = userDefinedLabel(key)) {
         return *label;
+    }
     return fluorescenceLabel(key).value_or(key);
 }
 

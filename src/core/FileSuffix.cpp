@@ -12,11 +12,13 @@ QString filterSuffix(const QString& filter) {
 
 QString withFilterSuffix(const QString& fileName, const QString& filter) {
     const QString ownSuffix = QFileInfo(fileName).suffix();
-    if (!ownSuffix.isEmpty() && !ownSuffix.front().isDigit())
+    if (!ownSuffix.isEmpty() && !ownSuffix.front().isDigit()) {
         return fileName;
+    }
     const QString suffix = filterSuffix(filter);
-    if (suffix.isEmpty())
+    if (suffix.isEmpty()) {
         return fileName;
+    }
     return fileName.endsWith(QLatin1Char('.')) ? fileName + suffix : fileName + QLatin1Char('.') + suffix;
 }
 

@@ -38,8 +38,9 @@ double rough(double value) {
         return roughLog2(value > 0.0 ? value : 1.0); // scaleValue() gives 0 for the rest, as it does for 1
     } else if constexpr (Mode == ScaleMode::PseudoLog) {
         const double size = std::abs(value);
-        if (!(size > linearThreshold))
+        if (!(size > linearThreshold)) {
             return linearSlope * value;
+        }
         const double beyond = decadesPerOctave * (roughLog2(size) - roughLog2(linearThreshold));
         return std::copysign(linearSlope * linearThreshold + beyond, value);
     } else {
@@ -48,18 +49,21 @@ double rough(double value) {
 }
 
 double rough(double value, int mode) {
-    if (mode == ScaleMode::Log)
+    if (mode == ScaleMode::Log) {
         return rough<ScaleMode::Log>(value);
+    }
     return mode == ScaleMode::PseudoLog ? rough<ScaleMode::PseudoLog>(value) : value;
 }
 
 double fromRough(double value, int mode) {
-    if (mode == ScaleMode::Log)
+    if (mode == ScaleMode::Log) {
         return roughExp2(value);
+    }
     if (mode == ScaleMode::PseudoLog) {
         const double beyond = std::abs(value) - linearSlope * linearThreshold;
-        if (beyond <= 0.0)
+        if (beyond <= 0.0) {
             return value / linearSlope;
+        }
         return std::copysign(roughExp2(beyond / decadesPerOctave + roughLog2(linearThreshold)), value);
     }
     return value;
@@ -70,8 +74,9 @@ void placeInCells(const double* values, std::span<const std::uint16_t> events, d
                   std::uint8_t* cells) {
     // Two loops: the compiler would make branches of the limits when it saw what follows from them.
     std::array<double, PolygonRaster::blockSize> positions;
-    for (std::size_t i = 0; i < events.size(); ++i)
+    for (std::size_t i = 0; i < events.size(); ++i) {
         positions[i] = (rough<Mode>(values[events[i]]) - start) * perUnit;
+    }
     for (std::size_t i = 0; i < events.size(); ++i) {
         const double above = positions[i] > 0.0 ? positions[i] : 0.0; // NaN too
         const double limited = above < RasterAxis::cellCount - 1 ? above : RasterAxis::cellCount - 1;
@@ -88,8 +93,9 @@ RasterAxis::RasterAxis(double min, double max, int scaleMode) : mode_(scaleMode)
     perUnit_ = cellCount / span;
     // Rounding is at 1e-16 of the largest number, the bounds' allowance at a thousandth of a cell.
     const double largest = std::max(std::abs(start_), std::abs(start_ + span));
-    if (std::isfinite(start_) && std::isfinite(span) && std::isfinite(perUnit_) && span / cellCount > 1e-9 * largest)
+    if (std::isfinite(start_) && std::isfinite(span) && std::isfinite(perUnit_) && span / cellCount > 1e-9 * largest) {
         setBounds(span);
+    }
 }
 
 void RasterAxis::setBounds(double span) {
@@ -101,8 +107,9 @@ void RasterAxis::setBounds(double span) {
     const double largest = std::max(std::abs(borders.front()), std::abs(borders.back()));
     for (std::size_t cell = 0; cell < cellCount; ++cell) {
         const double width = borders[cell + 1] - borders[cell];
-        if (!(width > 1e-9 * largest && width < 1e100 && largest < 1e100))
+        if (!(width > 1e-9 * largest && width < 1e100 && largest < 1e100)) {
             return;
+        }
         lower_[cell] = cell == 0 ? -infinity : borders[cell] - 1e-3 * width;
         upper_[cell] = cell + 1 == cellCount ? infinity : borders[cell + 1] + 1e-3 * width;
     }
@@ -110,12 +117,13 @@ void RasterAxis::setBounds(double span) {
 }
 
 void RasterAxis::cellsOf(const double* values, std::span<const std::uint16_t> events, std::uint8_t* cells) const {
-    if (mode_ == ScaleMode::Log)
+    if (mode_ == ScaleMode::Log) {
         placeInCells<ScaleMode::Log>(values, events, start_, perUnit_, cells);
-    else if (mode_ == ScaleMode::PseudoLog)
+    } else if (mode_ == ScaleMode::PseudoLog) {
         placeInCells<ScaleMode::PseudoLog>(values, events, start_, perUnit_, cells);
-    else
+    } else {
         placeInCells<ScaleMode::Linear>(values, events, start_, perUnit_, cells);
+    }
 }
 
 namespace {
@@ -147,8 +155,9 @@ PolygonRaster::PolygonRaster(Vertices vertices, Vertices mapped, int scaleXMode,
         return std::abs(vertex.first) < 1e100 && std::abs(vertex.second) < 1e100;
     });
     usable_ = ordinary && x_.isUsable() && y_.isUsable();
-    if (!usable_)
+    if (!usable_) {
         return;
+    }
     cells_.assign(cellCount * cellCount, Outside);
     for (std::size_t row = 0; row < cellCount; ++row) {
         markEdges(mapped, row);
@@ -161,8 +170,9 @@ void PolygonRaster::markEdges(Vertices mapped, std::size_t row) {
     const double high = y_.upper(row);
     for (std::size_t i = 0, j = mapped.size() - 1; i < mapped.size(); j = i++) {
         const auto [edgeLow, edgeHigh] = std::minmax(mapped[i].second, mapped[j].second);
-        if (edgeHigh < low || edgeLow > high)
+        if (edgeHigh < low || edgeLow > high) {
             continue;
+        }
         double left = infinity;
         double right = -infinity;
         const auto include = [&left, &right](double crossing) {
@@ -176,12 +186,14 @@ void PolygonRaster::markEdges(Vertices mapped, std::size_t row) {
         // Two edges meet at a corner in the row: neither may leave out the corner itself, or they could disagree about
         // the side of a cell on which it lies.
         for (const auto& corner : {mapped[i], mapped[j]}) {
-            if (corner.second >= low && corner.second <= high)
+            if (corner.second >= low && corner.second <= high) {
                 include(corner.first);
+            }
         }
         for (std::size_t column = 0; column < cellCount; ++column) {
-            if (right > x_.lower(column) && left <= x_.upper(column))
+            if (right > x_.lower(column) && left <= x_.upper(column)) {
                 cells_[row * cellCount + column] = Look;
+            }
         }
     }
 }
@@ -206,8 +218,9 @@ void PolygonRaster::verdictsOf(const double* x, const double* y, std::span<const
     std::array<std::uint8_t, blockSize> rows;
     x_.cellsOf(x, events, columns.data());
     y_.cellsOf(y, events, rows.data());
-    for (std::size_t i = 0; i < events.size(); ++i)
+    for (std::size_t i = 0; i < events.size(); ++i) {
         verdicts[i] = cells_[rows[i] * cellCount + columns[i]];
+    }
 }
 
 } // namespace Tessaly

@@ -24,20 +24,24 @@ double untransformed(double value, int mode) {
 } // namespace
 
 double PseudoLogScale::transform(double value) const {
-    if (value > linearThreshold)
+    if (value > linearThreshold) {
         return std::log10(value) + (slope * linearThreshold - std::log10(linearThreshold));
-    if (value < -linearThreshold)
+    }
+    if (value < -linearThreshold) {
         return -(std::log10(-value) + (slope * linearThreshold - std::log10(linearThreshold)));
+    }
     return slope * value;
 }
 
 double PseudoLogScale::inverse(double value) const {
     const double bound = slope * linearThreshold;
     const double shift = std::log10(linearThreshold) - bound;
-    if (value > bound)
+    if (value > bound) {
         return std::pow(10.0, shift + value);
-    if (value < -bound)
+    }
+    if (value < -bound) {
         return -std::pow(10.0, shift - value);
+    }
     return value / slope;
 }
 
@@ -45,11 +49,13 @@ std::vector<double> transformValues(std::span<const double> values, int mode) {
     clearUpperVectorState();
     std::vector<double> result(values.begin(), values.end());
     if (mode == ScaleMode::Log) {
-        for (double& value : result)
+        for (double& value : result) {
             value = value > 0.0 ? std::log10(value) : 0.0;
+        }
     } else if (mode != ScaleMode::Linear) {
-        for (double& value : result)
+        for (double& value : result) {
             value = defaultPseudoLog.transform(value);
+        }
     }
     return result;
 }

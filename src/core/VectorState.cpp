@@ -13,8 +13,9 @@ __attribute__((target("avx"))) void zeroUpper() {
 } // namespace
 
 void clearUpperVectorState() {
-    if (__builtin_cpu_supports("avx"))
+    if (__builtin_cpu_supports("avx")) {
         zeroUpper();
+    }
 }
 
 #else

@@ -24,15 +24,17 @@ void readWhole(hid_t dataset, hid_t memoryType, std::size_t count, std::vector<d
     const std::size_t shift = count * (sizeof(double) - sizeof(Stored));
     std::byte* const source = reinterpret_cast<std::byte*>(column.data()) + shift;
     RowReader(dataset, memoryType).read(0, count, source);
-    if constexpr (std::is_same_v<Stored, double>)
+    if constexpr (std::is_same_v<Stored, double>) {
         return;
+    }
     // A block is copied out before its place may be overwritten: writing never overtakes reading.
     std::array<Stored, 1024> block;
     for (std::size_t begin = 0; begin < count; begin += block.size()) {
         const std::size_t length = std::min(block.size(), count - begin);
         std::memcpy(block.data(), source + begin * sizeof(Stored), length * sizeof(Stored));
-        for (std::size_t i = 0; i < length; ++i)
+        for (std::size_t i = 0; i < length; ++i) {
             column[begin + i] = static_cast<double>(block[i]);
+        }
     }
 }
 
@@ -63,10 +65,11 @@ void readInBlocks(hid_t dataset, hid_t memoryType, std::size_t count, std::vecto
 template <typename Stored>
 void readWidened(hid_t dataset, hid_t memoryType, std::size_t count, std::vector<double>& column) {
     const Hdf5Id properties(H5Dget_create_plist(dataset), H5Pclose, "H5Dget_create_plist");
-    if (H5Pget_layout(properties.get()) == H5D_CONTIGUOUS)
+    if (H5Pget_layout(properties.get()) == H5D_CONTIGUOUS) {
         readInBlocks<Stored>(dataset, memoryType, count, column);
-    else
+    } else {
         readWhole<Stored>(dataset, memoryType, count, column);
+    }
 }
 
 /// Leaves the column empty for kinds that aren't read.
@@ -93,8 +96,9 @@ void readIntegers(hid_t dataset, hid_t type, std::size_t count, std::vector<doub
 /// Where in the budget a column of so many bytes is taken from.
 std::uint64_t& requireBudget(ColumnBudget& budget, hid_t dataset, std::uint64_t bytes) {
     std::uint64_t& left = isBackedByStorage(dataset, bytes) ? budget.stored : budget.declared;
-    if (bytes > left)
+    if (bytes > left) {
         throw FileError("the columns of the file take too much memory");
+    }
     return left;
 }
 
@@ -111,32 +115,37 @@ std::uint64_t ColumnBudget::defaultStored() {
 
 std::uint64_t readRowCount(std::int64_t dataset) {
     const std::vector<std::uint64_t> extent = datasetExtent(dataset);
-    if (extent.empty())
+    if (extent.empty()) {
         throw FileError("the dataset has no dimensions");
+    }
     // Events are numbered by int throughout the program.
-    if (extent[0] > static_cast<std::uint64_t>(std::numeric_limits<int>::max()))
+    if (extent[0] > static_cast<std::uint64_t>(std::numeric_limits<int>::max())) {
         throw FileError("the dataset declares more events than can be numbered");
+    }
     requirePlausible(dataset, extent[0], sizeof(double));
     return extent[0];
 }
 
 std::vector<double> readColumn(std::int64_t dataset, ColumnBudget& budget) {
     const std::vector<std::uint64_t> extent = datasetExtent(dataset);
-    if (extent.size() != 1)
+    if (extent.size() != 1) {
         throw FileError("the dataset doesn't have one dimension");
+    }
     requirePlausible(dataset, extent[0], sizeof(double));
     std::uint64_t& left = requireBudget(budget, dataset, saturatedProduct(extent[0], sizeof(double)));
     const std::size_t count = extent[0];
     std::vector<double> column;
-    if (count == 0)
+    if (count == 0) {
         return column;
+    }
     const Hdf5Id type(H5Dget_type(dataset), H5Tclose, "H5Dget_type");
     switch (H5Tget_class(type.get())) {
     case H5T_FLOAT:
-        if (H5Tget_size(type.get()) == sizeof(float))
+        if (H5Tget_size(type.get()) == sizeof(float)) {
             readWidened<float>(dataset, H5T_NATIVE_FLOAT, count, column);
-        else
+        } else {
             readWidened<double>(dataset, H5T_NATIVE_DOUBLE, count, column);
+        }
         break;
     case H5T_INTEGER:
         readIntegers(dataset, type.get(), count, column);

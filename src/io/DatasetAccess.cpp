@@ -28,8 +28,9 @@ herr_t judgeExternalLink(const char* parentFile, const char*, const char* target
         for (const fs::path& candidate : {target, folder / target, folder / target.filename()}) {
             std::error_code unknown;
             const fs::file_status status = fs::status(candidate, unknown);
-            if (fs::exists(status) && !fs::is_regular_file(status))
+            if (fs::exists(status) && !fs::is_regular_file(status)) {
                 return -1;
+            }
         }
         return 0;
     } catch (...) {
@@ -69,10 +70,12 @@ std::uint64_t storedBytes(hid_t dataset) {
 /// @param whole  declared size of the whole dataset in bytes, if it isn't stored in chunks
 void requireStorageInFile(hid_t dataset, std::uint64_t asked, std::optional<std::uint64_t> whole) {
     // Data that were never written have no storage; they read as the fill value.
-    if (whole && H5Dget_storage_size(dataset) != 0 && storedBytes(dataset) < *whole)
+    if (whole && H5Dget_storage_size(dataset) != 0 && storedBytes(dataset) < *whole) {
         throw FileError("the stored data are smaller than the declared size");
-    if (asked > unquestionedBytes && !isBackedByStorage(dataset, asked))
+    }
+    if (asked > unquestionedBytes && !isBackedByStorage(dataset, asked)) {
         throw FileError("the declared size is out of proportion to the stored data");
+    }
 }
 
 } // namespace
@@ -82,8 +85,9 @@ DatasetAccess::DatasetAccess()
       groupAccess_(makeAccess(H5P_GROUP_ACCESS)) {}
 
 bool DatasetAccess::hasLink(std::int64_t group, const std::string& name) const {
-    if (name.empty() || name == "." || name.find('/') != std::string::npos)
+    if (name.empty() || name == "." || name.find('/') != std::string::npos) {
         return false;
+    }
     return H5Lexists(group, name.c_str(), groupAccess_.get()) > 0;
 }
 
@@ -106,11 +110,13 @@ std::vector<std::string> DatasetAccess::datasetNames(std::int64_t group, std::st
     for (Link& link : links) {
         try {
             const Hdf5Id object(H5Oopen(group, link.name.c_str(), groupAccess_.get()), H5Oclose, "H5Oopen");
-            if (H5Iget_type(object.get()) == H5I_DATASET)
+            if (H5Iget_type(object.get()) == H5I_DATASET) {
                 names.push_back(std::move(link.name));
+            }
         } catch (const FileError& error) {
-            if (link.hard && problem.empty())
+            if (link.hard && problem.empty()) {
                 problem = "'" + link.name + "': " + error.what();
+            }
         }
     }
     return names;
@@ -121,8 +127,9 @@ std::vector<std::uint64_t> datasetExtent(std::int64_t dataset) {
     const int rank = H5Sget_simple_extent_ndims(space.get());
     requireSuccess(rank, "H5Sget_simple_extent_ndims");
     std::array<hsize_t, H5S_MAX_RANK> extent{};
-    if (rank > 0)
+    if (rank > 0) {
         requireSuccess(H5Sget_simple_extent_dims(space.get(), extent.data(), nullptr), "H5Sget_simple_extent_dims");
+    }
     return {extent.begin(), extent.begin() + rank};
 }
 
@@ -131,23 +138,28 @@ void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_
     const std::uint64_t elementSize = H5Tget_size(type.get());
     const Hdf5Id properties(H5Dget_create_plist(dataset), H5Pclose, "H5Dget_create_plist");
     const H5D_layout_t layout = H5Pget_layout(properties.get());
-    if (layout != H5D_COMPACT && layout != H5D_CONTIGUOUS && layout != H5D_CHUNKED)
+    if (layout != H5D_COMPACT && layout != H5D_CONTIGUOUS && layout != H5D_CHUNKED) {
         throw FileError("the data are spread over other datasets");
-    if (H5Pget_external_count(properties.get()) != 0)
+    }
+    if (H5Pget_external_count(properties.get()) != 0) {
         throw FileError("the data lie outside of the file");
+    }
     std::uint64_t bytes = saturatedProduct(elements, std::max(elementSize, memorySize));
     // Compact data lie in the object's header; without any, the library would read from nowhere.
-    if (layout == H5D_COMPACT && bytes != 0 && H5Dget_storage_size(dataset) == 0)
+    if (layout == H5D_COMPACT && bytes != 0 && H5Dget_storage_size(dataset) == 0) {
         throw FileError("the stored data are missing");
-    if (layout != H5D_CHUNKED)
+    }
+    if (layout != H5D_CHUNKED) {
         return requireStorageInFile(dataset, bytes, productOf(datasetExtent(dataset), elementSize));
+    }
     // The library unpacks whole chunks.
     std::array<hsize_t, H5S_MAX_RANK> chunk{};
     const int rank = std::max(H5Pget_chunk(properties.get(), H5S_MAX_RANK, chunk.data()), 0);
     bytes = std::max(bytes, productOf(std::span(chunk).first(static_cast<std::size_t>(rank)), elementSize));
     // Adding up the sizes of many chunks is slow, and little memory is at stake.
-    if (bytes > unquestionedBytes)
+    if (bytes > unquestionedBytes) {
         requireStorageInFile(dataset, bytes, std::nullopt);
+    }
 }
 
 bool isBackedByStorage(std::int64_t dataset, std::uint64_t bytes) {

@@ -31,8 +31,9 @@ private:
 /// The product of all lengths and a factor, without wrapping.
 template <typename Lengths>
 std::uint64_t productOf(const Lengths& lengths, std::uint64_t factor = 1) {
-    for (const auto length : lengths)
+    for (const auto length : lengths) {
         factor = saturatedProduct(factor, length);
+    }
     return factor;
 }
 

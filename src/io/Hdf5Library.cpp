@@ -16,8 +16,9 @@ namespace {
 
 /// The innermost message tells most, e.g. "unable to open file: ... No such file or directory".
 herr_t keepInnermost(unsigned, const H5E_error2_t* error, void* target) {
-    if (error->desc != nullptr)
+    if (error->desc != nullptr) {
         *static_cast<const char**>(target) = error->desc;
+    }
     return 1;
 }
 
@@ -41,8 +42,9 @@ void initializeHdf5() {
     std::call_once(once, [] { H5dont_atexit(); });
     // A thread-safe build of the library keeps this setting for every thread on its own.
     thread_local bool silenced = false;
-    if (!silenced && H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr) >= 0)
+    if (!silenced && H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr) >= 0) {
         silenced = true;
+    }
 }
 
 Hdf5Lock::Hdf5Lock() : lock_(hdf5Mutex()) {
@@ -67,24 +69,28 @@ Hdf5Id& Hdf5Id::operator=(Hdf5Id&& other) noexcept {
 }
 
 void Hdf5Id::reset() {
-    if (id_ >= 0)
+    if (id_ >= 0) {
         closer_(id_);
+    }
     id_ = -1;
 }
 
 void requireSuccess(std::int64_t status, const char* call) {
-    if (status < 0)
+    if (status < 0) {
         throw FileError(libraryDetail(call));
+    }
 }
 
 std::string hdf5VersionProblem() {
     unsigned major = 0;
     unsigned minor = 0;
     unsigned release = 0;
-    if (H5get_libversion(&major, &minor, &release) < 0)
+    if (H5get_libversion(&major, &minor, &release) < 0) {
         return "the version of the HDF5 library can't be told";
-    if (major == H5_VERS_MAJOR && minor == H5_VERS_MINOR && release == H5_VERS_RELEASE)
+    }
+    if (major == H5_VERS_MAJOR && minor == H5_VERS_MINOR && release == H5_VERS_RELEASE) {
         return {};
+    }
     const auto text = [](unsigned a, unsigned b, unsigned c) {
         return std::to_string(a) + "." + std::to_string(b) + "." + std::to_string(c);
     };

@@ -35,8 +35,9 @@ struct FileNumbers {
 
 std::uint64_t littleEndian(std::span<const unsigned char> bytes) {
     std::uint64_t value = 0;
-    for (std::size_t i = bytes.size(); i-- > 0;)
+    for (std::size_t i = bytes.size(); i-- > 0;) {
         value = value << 8 | bytes[i];
+    }
     return value;
 }
 
@@ -67,8 +68,9 @@ FileNumbers numbersOf(hid_t file) {
     hsize_t userBlock = 0;
     requireSuccess(H5Pget_sizes(properties.get(), &numbers.addressSize, &numbers.lengthSize), "H5Pget_sizes");
     requireSuccess(H5Pget_userblock(properties.get(), &userBlock), "H5Pget_userblock");
-    if (numbers.addressSize > sizeof(std::uint64_t) || numbers.lengthSize > sizeof(std::uint64_t))
+    if (numbers.addressSize > sizeof(std::uint64_t) || numbers.lengthSize > sizeof(std::uint64_t)) {
         throw FileError("the file has too wide addresses");
+    }
     numbers.base = userBlock;
     return numbers;
 }
@@ -85,8 +87,9 @@ HeapReference referenceOf(hid_t attribute, const FileNumbers& numbers) {
     reference.address = littleEndian(all.subspan(part, numbers.addressSize));
     reference.index = littleEndian(all.subspan(part + numbers.addressSize, part));
     const std::uint64_t undefined = std::numeric_limits<std::uint64_t>::max() >> (64 - 8 * numbers.addressSize);
-    if (reference.address == undefined)
+    if (reference.address == undefined) {
         reference.length = 0;
+    }
     return reference;
 }
 
@@ -107,8 +110,9 @@ public:
         std::vector<unsigned char> bytes(length);
         stream_.seekg(static_cast<std::streamoff>(position));
         stream_.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length));
-        if (!stream_)
+        if (!stream_) {
             throw FileError("the text lies behind the end of the file");
+        }
         return bytes;
     }
 
@@ -122,8 +126,9 @@ std::string textInHeap(FileBytes& file, const FileNumbers& numbers, const HeapRe
     const std::size_t headerSize = 8 + numbers.lengthSize;
     const std::uint64_t start = numbers.base + reference.address;
     const std::vector<unsigned char> header = file.read(start, headerSize);
-    if (std::memcmp(header.data(), "GCOL\1", 5) != 0)
+    if (std::memcmp(header.data(), "GCOL\1", 5) != 0) {
         throw FileError("the text isn't where the attribute says");
+    }
     const std::uint64_t size = littleEndian(std::span(header).last(numbers.lengthSize));
     std::uint64_t at = (headerSize + 7) / 8 * 8;
     while (at < size && size - at > headerSize) {
@@ -131,12 +136,14 @@ std::string textInHeap(FileBytes& file, const FileNumbers& numbers, const HeapRe
         const std::uint64_t index = littleEndian(std::span(object).first(2));
         const std::uint64_t length = littleEndian(std::span(object).last(numbers.lengthSize));
         at += (headerSize + 7) / 8 * 8;
-        if (index == 0 || length > size - std::min(at, size))
+        if (index == 0 || length > size - std::min(at, size)) {
             break;
+        }
         if (index == reference.index) {
             const std::uint64_t wanted = std::min(length, reference.length);
-            if (wanted > longestText)
+            if (wanted > longestText) {
                 throw FileError("the text is too long");
+            }
             const std::vector<unsigned char> bytes = file.read(start + at, wanted);
             return {bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)};
         }
@@ -151,8 +158,9 @@ std::string readHeapText(std::int64_t attribute) {
     const Hdf5Id file(H5Iget_file_id(attribute), H5Fclose, "H5Iget_file_id");
     const FileNumbers numbers = numbersOf(file.get());
     const HeapReference reference = referenceOf(attribute, numbers);
-    if (reference.length == 0)
+    if (reference.length == 0) {
         return {};
+    }
     FileBytes bytes(fileNameOf(attribute));
     return textInHeap(bytes, numbers, reference);
 }

@@ -29,8 +29,9 @@ std::string fixedText(double value) {
 std::string pointsText(const Points& points) {
     std::string text;
     for (const auto& [x, y] : points) {
-        if (!text.empty())
+        if (!text.empty()) {
             text += ", ";
+        }
         text.append("(").append(fixedText(x)).append(",").append(fixedText(y)).append(")");
     }
     return text;
@@ -83,18 +84,22 @@ std::optional<std::string> readScalar(hid_t attribute, hid_t type) {
 
 /// The points of an attribute of shape (n, 2); nothing for another shape.
 std::optional<Points> readPoints(hid_t attribute, hid_t space) {
-    if (H5Sget_simple_extent_ndims(space) != 2)
+    if (H5Sget_simple_extent_ndims(space) != 2) {
         return std::nullopt;
+    }
     std::array<hsize_t, 2> extent{};
     requireSuccess(H5Sget_simple_extent_dims(space, extent.data(), nullptr), "H5Sget_simple_extent_dims");
-    if (extent[1] != 2)
+    if (extent[1] != 2) {
         return std::nullopt;
+    }
     std::vector<float> values(extent[0] * 2);
-    if (!values.empty())
+    if (!values.empty()) {
         readInto(attribute, H5T_NATIVE_FLOAT, values.data());
+    }
     Points points;
-    for (std::size_t i = 0; i < values.size(); i += 2)
+    for (std::size_t i = 0; i < values.size(); i += 2) {
         points.emplace_back(values[i], values[i + 1]);
+    }
     return points;
 }
 
@@ -119,12 +124,14 @@ VQDMetadata::Section* sectionOf(VQDMetadata& metadata, const std::string& name) 
 
 void addGate(VQDMetadata& metadata, const std::string& key, const Points& vertices) {
     constexpr std::string_view suffix = " polygon points";
-    if (key.size() <= suffix.size() || !key.ends_with(suffix))
+    if (key.size() <= suffix.size() || !key.ends_with(suffix)) {
         return;
+    }
     const std::string features = key.substr(0, key.size() - suffix.size());
     const std::size_t comma = features.find(',');
-    if (comma != std::string::npos)
+    if (comma != std::string::npos) {
         metadata.polygonFilters.push_back({features.substr(0, comma), features.substr(comma + 1), vertices});
+    }
 }
 
 void readAttribute(hid_t root, const std::string& name, VQDMetadata& metadata) {
@@ -134,8 +141,9 @@ void readAttribute(hid_t root, const std::string& name, VQDMetadata& metadata) {
     // The library would read past the end.
     const hssize_t elements = H5Sget_simple_extent_npoints(space.get());
     if (H5Aget_storage_size(attribute.get()) <
-        saturatedProduct(static_cast<std::uint64_t>(std::max<hssize_t>(elements, 0)), H5Tget_size(type.get())))
+        saturatedProduct(static_cast<std::uint64_t>(std::max<hssize_t>(elements, 0)), H5Tget_size(type.get()))) {
         throw FileError("the value is shorter than declared");
+    }
     const std::optional<std::string> key = keyOf(name);
     std::optional<std::string> text;
     switch (H5Sget_simple_extent_type(space.get())) {
@@ -153,10 +161,12 @@ void readAttribute(hid_t root, const std::string& name, VQDMetadata& metadata) {
     default:
         break; // no value at all
     }
-    if (!text)
+    if (!text) {
         return;
-    if (VQDMetadata::Section* section = key ? sectionOf(metadata, name) : nullptr)
+    }
+    if (VQDMetadata::Section* section = key ? sectionOf(metadata, name) : nullptr) {
         (*section)[*key] = *text;
+    }
     metadata.allAttributes[name] = std::move(*text);
 }
 
@@ -165,8 +175,9 @@ void readAttribute(hid_t root, const std::string& name, VQDMetadata& metadata) {
 void requireSoundAttributes(hid_t object) {
     const htri_t found = H5Aexists(object, "no attribute bears this name");
     requireSuccess(found, "H5Aexists");
-    if (found > 0)
+    if (found > 0) {
         throw FileError("an attribute bears a name that is kept free");
+    }
 }
 
 herr_t collectName(hid_t, const char* name, const H5A_info_t*, void* target) {

@@ -23,9 +23,11 @@ constexpr std::uint64_t mostChunksAtOnce = 1ULL << 16;
 void unshuffle(const std::vector<std::byte>& planes, std::size_t elementSize, std::byte* target) {
     const auto restore = [&planes, target](auto size) {
         const std::size_t elements = planes.size() / size;
-        for (std::size_t i = 0; i < elements; ++i)
-            for (std::size_t byte = 0; byte < size; ++byte)
+        for (std::size_t i = 0; i < elements; ++i) {
+            for (std::size_t byte = 0; byte < size; ++byte) {
                 target[i * size + byte] = planes[byte * elements + i];
+            }
+        }
     };
     // A size that the compiler knows makes it some times as fast.
     switch (elementSize) {
@@ -55,8 +57,9 @@ struct RowReader::Unpacker {
         if (decompressor == nullptr ||
             libdeflate_zlib_decompress(decompressor, packed.data(), packed.size(), target.data(), target.size(),
                                        &length) != LIBDEFLATE_SUCCESS ||
-            length != target.size())
+            length != target.size()) {
             throw FileError("a chunk can't be unpacked to its declared length");
+        }
     }
 };
 
@@ -69,15 +72,17 @@ RowReader::RowReader(std::int64_t dataset, std::int64_t memoryType)
     const std::vector<std::uint64_t> extent = datasetExtent(dataset);
     extent_.assign(extent.begin(), extent.end());
     const Hdf5Id properties(H5Dget_create_plist(dataset), H5Pclose, "H5Dget_create_plist");
-    if (H5Pget_layout(properties.get()) != H5D_CHUNKED)
+    if (H5Pget_layout(properties.get()) != H5D_CHUNKED) {
         return;
+    }
     chunk_.resize(extent_.size());
     unsigned options = 0;
     const int rank = H5Pget_chunk(properties.get(), static_cast<int>(chunk_.size()), chunk_.data());
     requireSuccess(H5Pget_chunk_opts(properties.get(), &options), "H5Pget_chunk_opts");
     chunkElements_ = productOf(chunk_);
-    if (rank != static_cast<int>(chunk_.size()) || chunkElements_ == 0)
+    if (rank != static_cast<int>(chunk_.size()) || chunkElements_ == 0) {
         throw FileError("the chunks don't fit the dataset");
+    }
     filtersAccepted_ = acceptFilters(properties.get());
     rawEdges_ = (options & H5D_CHUNK_DONT_FILTER_PARTIAL_CHUNKS) != 0;
 }
@@ -93,28 +98,32 @@ bool RowReader::acceptFilters(std::int64_t properties) {
         const H5Z_filter_t filter = H5Pget_filter2(properties, static_cast<unsigned>(i), &flags, &parameters,
                                                    shuffled.data(), 0, nullptr, nullptr);
         const bool first = shuffleFilter_ < 0 && deflateFilter_ < 0;
-        if (filter == H5Z_FILTER_SHUFFLE && first && parameters == 1 && shuffled[0] == elementSize_)
+        if (filter == H5Z_FILTER_SHUFFLE && first && parameters == 1 && shuffled[0] == elementSize_) {
             shuffleFilter_ = i;
-        else if (filter == H5Z_FILTER_DEFLATE && deflateFilter_ < 0)
+        } else if (filter == H5Z_FILTER_DEFLATE && deflateFilter_ < 0) {
             deflateFilter_ = i;
-        else
+        } else {
             return false;
+        }
     }
     return filters >= 0;
 }
 
 bool RowReader::isWhole(const Position& chunkStart) const {
-    for (std::size_t i = 0; i < extent_.size(); ++i)
-        if (extent_[i] - chunkStart[i] < chunk_[i])
+    for (std::size_t i = 0; i < extent_.size(); ++i) {
+        if (extent_[i] - chunkStart[i] < chunk_[i]) {
             return false;
+        }
+    }
     return true;
 }
 
 bool RowReader::moveToNextChunk(Position& chunkStart, const Box& wanted) const {
     for (std::size_t i = extent_.size(); i-- > 0;) {
         chunkStart[i] += chunk_[i];
-        if (chunkStart[i] < wanted.end[i])
+        if (chunkStart[i] < wanted.end[i]) {
             return true;
+        }
         chunkStart[i] = wanted.begin[i] / chunk_[i] * chunk_[i];
     }
     return false;
@@ -123,28 +132,33 @@ bool RowReader::moveToNextChunk(Position& chunkStart, const Box& wanted) const {
 bool RowReader::unpackChunk(const Position& chunkStart) {
     const std::size_t length = chunkElements_ * elementSize_;
     hsize_t size = 0;
-    if (H5Dget_chunk_storage_size(dataset_, chunkStart.data(), &size) < 0 || size == 0)
+    if (H5Dget_chunk_storage_size(dataset_, chunkStart.data(), &size) < 0 || size == 0) {
         return false;
+    }
     // Packing never makes data much longer.
-    if (size > 2 * length + 1024)
+    if (size > 2 * length + 1024) {
         throw FileError("a chunk is longer than its data can be");
+    }
     stored_.resize(size);
     std::uint32_t skipped = 0;
     requireSuccess(H5Dread_chunk(dataset_, H5P_DEFAULT, chunkStart.data(), &skipped, stored_.data()), "H5Dread_chunk");
-    if (rawEdges_ && !isWhole(chunkStart))
+    if (rawEdges_ && !isWhole(chunkStart)) {
         skipped = ~0U;
+    }
     const auto applies = [skipped](int filter) { return filter >= 0 && (skipped >> filter & 1U) == 0; };
 
     std::vector<std::byte>* bytes = &stored_;
     if (applies(deflateFilter_)) {
-        if (!unpacker_)
+        if (!unpacker_) {
             unpacker_ = std::make_unique<Unpacker>();
+        }
         bytes = &inflated_;
         bytes->resize(length);
         unpacker_->inflate(stored_, *bytes);
     }
-    if (bytes->size() != length)
+    if (bytes->size() != length) {
         throw FileError("a chunk isn't of its declared length");
+    }
     if (applies(shuffleFilter_)) {
         values_.resize(length);
         unshuffle(*bytes, elementSize_, values_.data());
@@ -155,8 +169,9 @@ bool RowReader::unpackChunk(const Position& chunkStart) {
 }
 
 void RowReader::convertValues() {
-    if (H5Tequal(fileType_.get(), memoryType_) > 0)
+    if (H5Tequal(fileType_.get(), memoryType_) > 0) {
         return;
+    }
     // Conversion takes place in the same memory.
     values_.resize(chunkElements_ * std::max(elementSize_, memorySize_));
     requireSuccess(H5Tconvert(fileType_.get(), memoryType_, chunkElements_, values_.data(), nullptr, H5P_DEFAULT),
@@ -176,21 +191,24 @@ void RowReader::copyValues(const Position& chunkStart, const Box& wanted, std::s
         std::memcpy(target, source, (end - begin) * sourceStep);
         return;
     }
-    for (hsize_t i = begin; i < end; ++i, source += sourceStep, target += targetStep)
+    for (hsize_t i = begin; i < end; ++i, source += sourceStep, target += targetStep) {
         copyValues(chunkStart, wanted, dimension + 1, source, target);
+    }
 }
 
 std::uint64_t RowReader::chunksPerRow() const {
     std::uint64_t chunks = 1;
-    for (std::size_t i = 1; i < chunk_.size(); ++i)
+    for (std::size_t i = 1; i < chunk_.size(); ++i) {
         chunks = saturatedProduct(chunks, (extent_[i] - 1) / chunk_[i] + 1);
+    }
     return chunks;
 }
 
 void RowReader::requireFewChunks(const Box& wanted) const {
     const std::uint64_t chunks = (wanted.end[0] - 1) / chunk_[0] - wanted.begin[0] / chunk_[0] + 1;
-    if (chunksPerRow() > mostChunksAtOnce || saturatedProduct(chunks, chunksPerRow()) > mostChunks)
+    if (chunksPerRow() > mostChunksAtOnce || saturatedProduct(chunks, chunksPerRow()) > mostChunks) {
         throw FileError("the data are stored in too many pieces");
+    }
 }
 
 bool RowReader::readPacked(const Box& wanted, std::byte* target) {
@@ -234,15 +252,18 @@ void RowReader::read(std::uint64_t first, std::uint64_t count, std::byte* target
     Box wanted{Position(extent_.size(), 0), extent_};
     wanted.begin[0] = first;
     wanted.end[0] = first + count;
-    if (!chunk_.empty())
+    if (!chunk_.empty()) {
         requireFewChunks(wanted);
+    }
     if (filtersAccepted_) {
         const bool packed = shuffleFilter_ >= 0 || deflateFilter_ >= 0;
-        if (packed && readPacked(wanted, target))
+        if (packed && readPacked(wanted, target)) {
             return;
+        }
         // Asked for the size of one chunk without filters, the library gives the declared one, not what is stored.
-        if (!packed && H5Dget_storage_size(dataset_) % (chunkElements_ * elementSize_) != 0)
+        if (!packed && H5Dget_storage_size(dataset_) % (chunkElements_ * elementSize_) != 0) {
             throw FileError("a chunk isn't of its declared length");
+        }
     }
     readByLibrary(wanted, target);
 }

@@ -46,8 +46,9 @@ struct VQDReader::Impl {
 
     /// The group of the features; nothing if the file has none.
     std::optional<Hdf5Id> eventsGroup() const {
-        if (!access->hasLink(file.get(), "events"))
+        if (!access->hasLink(file.get(), "events")) {
             return std::nullopt;
+        }
         return access->openGroup(file.get(), "events");
     }
 
@@ -60,13 +61,15 @@ struct VQDReader::Impl {
 };
 
 void VQDReader::Impl::openFile() {
-    if (const std::string problem = hdf5VersionProblem(); !problem.empty())
+    if (const std::string problem = hdf5VersionProblem(); !problem.empty()) {
         throw FileError(problem);
+    }
     std::error_code unknown;
     const auto status = std::filesystem::status(filePath, unknown);
     // Opening a pipe would wait for ever.
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
         throw FileError("not a regular file");
+    }
     file = Hdf5Id(H5Fopen(filePath.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), H5Fclose, "H5Fopen");
     access.emplace();
     fileOpen = true;
@@ -75,20 +78,23 @@ void VQDReader::Impl::openFile() {
 void VQDReader::Impl::listFeatures() {
     try {
         const std::optional<Hdf5Id> events = eventsGroup();
-        if (!events)
+        if (!events) {
             return;
+        }
         std::string problem;
         for (std::string& name : access->datasetNames(events->get(), problem)) {
             const Hdf5Id dataset = access->openDataset(events->get(), name);
-            if (name != "image" && name != "mask" && datasetExtent(dataset.get()).size() != 1)
+            if (name != "image" && name != "mask" && datasetExtent(dataset.get()).size() != 1) {
                 continue;
+            }
             featureNameSet.insert(name);
             featureNames.push_back(std::move(name));
         }
         imageAvailable = featureNameSet.contains("image");
         maskAvailable = featureNameSet.contains("mask");
-        if (!problem.empty())
+        if (!problem.empty()) {
             throw FileError(problem);
+        }
         std::sort(featureNames.begin(), featureNames.end());
         featureNamesSorted = true;
     } catch (const std::exception& error) {
@@ -99,13 +105,15 @@ void VQDReader::Impl::listFeatures() {
 void VQDReader::Impl::listTraces() {
     try {
         const std::optional<Hdf5Id> events = eventsGroup();
-        if (!events || !access->hasLink(events->get(), "trace"))
+        if (!events || !access->hasLink(events->get(), "trace")) {
             return;
+        }
         const Hdf5Id group = access->openGroup(events->get(), "trace");
         std::string problem;
         for (std::string& name : access->datasetNames(group.get(), problem)) {
-            if (name.find("_median") == std::string::npos && name.find("_raw") == std::string::npos)
+            if (name.find("_median") == std::string::npos && name.find("_raw") == std::string::npos) {
                 continue;
+            }
             if (traceLength == 0) {
                 const std::vector<std::uint64_t> extent = datasetExtent(access->openDataset(group.get(), name).get());
                 traceLength = extent.size() == 2 ? extent[1] : 0;
@@ -113,8 +121,9 @@ void VQDReader::Impl::listTraces() {
             traceNames.push_back(std::move(name));
         }
         tracesAvailable = !traceNames.empty();
-        if (!problem.empty())
+        if (!problem.empty()) {
             throw FileError(problem);
+        }
         std::sort(traceNames.begin(), traceNames.end());
     } catch (const std::exception& error) {
         reportError(std::string("Error caching trace info: ") + error.what());
@@ -124,11 +133,13 @@ void VQDReader::Impl::listTraces() {
 void VQDReader::Impl::countEvents() {
     try {
         const auto first = std::min_element(featureNames.begin(), featureNames.end());
-        if (first == featureNames.end())
+        if (first == featureNames.end()) {
             return;
+        }
         const std::optional<Hdf5Id> events = eventsGroup();
-        if (events)
+        if (events) {
             eventCount = readRowCount(access->openDataset(events->get(), *first).get());
+        }
     } catch (const std::exception& error) {
         reportError(std::string("Error determining event count: ") + error.what());
     }
@@ -136,20 +147,23 @@ void VQDReader::Impl::countEvents() {
 
 std::unique_ptr<std::vector<double>> VQDReader::Impl::readFeature(const std::string& name) {
     const std::optional<Hdf5Id> events = eventsGroup();
-    if (!events || !access->hasLink(events->get(), name))
+    if (!events || !access->hasLink(events->get(), name)) {
         return nullptr;
+    }
     const Hdf5Id dataset = access->openDataset(events->get(), name);
     return std::make_unique<std::vector<double>>(readColumn(dataset.get(), budget));
 }
 
 std::vector<std::uint8_t> VQDReader::Impl::picture(const char* what, bool available, std::size_t index, int* width,
                                                    int* height) {
-    if (!available || !fileOpen)
+    if (!available || !fileOpen) {
         return {};
+    }
     try {
         const std::optional<Hdf5Id> events = eventsGroup();
-        if (!events)
+        if (!events) {
             return {};
+        }
         return readPicture(access->openDataset(events->get(), what).get(), index, width, height);
     } catch (const std::exception& error) {
         reportError(std::string("Error reading ") + what + " at index " + std::to_string(index) + ": " + error.what());
@@ -196,8 +210,9 @@ std::string VQDReader::path() const {
 
 VQDMetadata VQDReader::readMetadata() {
     const Hdf5Lock lock;
-    if (!impl_->fileOpen)
+    if (!impl_->fileOpen) {
         return {};
+    }
     VQDMetadata metadata = readFileMetadata(impl_->file.get());
     impl_->instrumentData = metadataValue(metadata.setup, "module composition").find("Vortiq") != std::string::npos;
     return metadata;
@@ -229,14 +244,17 @@ bool VQDReader::isComputedFeature(const std::string& name) const {
 
 const std::vector<double>& VQDReader::getFeature(const std::string& name) {
     const Hdf5Lock lock;
-    if (const auto found = impl_->columnCache.find(name); found != impl_->columnCache.end())
+    if (const auto found = impl_->columnCache.find(name); found != impl_->columnCache.end()) {
         return *found->second;
-    if (!impl_->fileOpen)
+    }
+    if (!impl_->fileOpen) {
         return noColumn();
+    }
     try {
         std::unique_ptr<std::vector<double>> column = impl_->readFeature(name);
-        if (!column)
+        if (!column) {
             return noColumn();
+        }
         return *(impl_->columnCache[name] = std::move(column));
     } catch (const std::exception& error) {
         reportError("Error reading feature '" + name + "': " + error.what());
@@ -257,10 +275,12 @@ void VQDReader::setFeature(const std::string& name, std::vector<double>&& values
 void VQDReader::cacheAllFeatures(const std::stop_token& stop) {
     // One lock per column, so that another thread gets its turn in between.
     for (const std::string& name : impl_->featureNames) {
-        if (stop.stop_requested())
+        if (stop.stop_requested()) {
             return;
-        if (isScalarFeature(name))
+        }
+        if (isScalarFeature(name)) {
             getFeature(name);
+        }
     }
 }
 
@@ -296,12 +316,14 @@ std::uint64_t VQDReader::traceLength() const {
 
 std::vector<float> VQDReader::getTrace(const std::string& name, std::size_t index) {
     const Hdf5Lock lock;
-    if (!impl_->fileOpen || !impl_->tracesAvailable)
+    if (!impl_->fileOpen || !impl_->tracesAvailable) {
         return {};
+    }
     try {
         const std::optional<Hdf5Id> events = impl_->eventsGroup();
-        if (!events)
+        if (!events) {
             return {};
+        }
         const Hdf5Id group = impl_->access->openGroup(events->get(), "trace");
         return readTrace(impl_->access->openDataset(group.get(), name).get(), index);
     } catch (const std::exception& error) {

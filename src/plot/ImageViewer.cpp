@@ -43,8 +43,9 @@ bool holdsFrame(const std::vector<std::uint8_t>& bytes, int width, int height) {
 
 void stretchContrast(cv::Mat& image) {
     cv::Mat gray = image;
-    if (image.channels() == 3)
+    if (image.channels() == 3) {
         cv::cvtColor(image, gray, cv::COLOR_BGR2GRAY);
+    }
     double lowest = 0.0;
     double highest = 0.0;
     cv::minMaxLoc(gray, &lowest, &highest);
@@ -55,8 +56,9 @@ void stretchContrast(cv::Mat& image) {
 }
 
 void tintMask(cv::Mat& image, const cv::Mat& mask) {
-    if (image.channels() == 1)
+    if (image.channels() == 1) {
         cv::cvtColor(image, image, cv::COLOR_GRAY2BGR);
+    }
     cv::Mat overlay = image.clone();
     cv::Mat(image.size(), image.type(), maskTint).copyTo(overlay, mask);
     cv::addWeighted(image, 1.0 - maskTintShare, overlay, maskTintShare, 0.0, image);
@@ -65,17 +67,20 @@ void tintMask(cv::Mat& image, const cv::Mat& mask) {
 cv::Mat scaled(const cv::Mat& image, double factor) {
     const cv::Size size(static_cast<int>(image.cols * factor), static_cast<int>(image.rows * factor));
     cv::Mat result;
-    if (size.width > 0 && size.height > 0)
+    if (size.width > 0 && size.height > 0) {
         cv::resize(image, result, size, 0.0, 0.0, cv::INTER_LINEAR);
+    }
     return result;
 }
 
 QPixmap pixmapOf(const cv::Mat& image) {
-    if (image.empty() || (image.channels() != 1 && image.channels() != 3))
+    if (image.empty() || (image.channels() != 1 && image.channels() != 3)) {
         return {};
+    }
     cv::Mat rows = image;
-    if (image.channels() == 3)
+    if (image.channels() == 3) {
         cv::cvtColor(image, rows, cv::COLOR_BGR2RGB);
+    }
     const auto format = rows.channels() == 1 ? QImage::Format_Grayscale8 : QImage::Format_RGB888;
     return QPixmap::fromImage(QImage(rows.data, rows.cols, rows.rows, static_cast<qsizetype>(rows.step), format));
 }
@@ -86,8 +91,9 @@ QString writeImage(const cv::Mat& image, const QString& fileName) {
     std::vector<uchar> bytes;
     try {
         const QString suffix = QLatin1Char('.') + QFileInfo(fileName).suffix();
-        if (!cv::imencode(suffix.toStdString(), image, bytes))
+        if (!cv::imencode(suffix.toStdString(), image, bytes)) {
             return ImageViewer::tr("The image could not be encoded.");
+        }
     } catch (const cv::Exception& exception) {
         return QString::fromUtf8(exception.what());
     }
@@ -207,10 +213,11 @@ void ImageViewer::setImageWithMask(const std::vector<std::uint8_t>& pixels, cons
 void ImageViewer::showImages(const QString& info) {
     images_->current = images_->original.clone();
     infoLabel_->setText(info);
-    if (fitMode_)
+    if (fitMode_) {
         fitToWindow();
-    else
+    } else {
         updateDisplay();
+    }
 }
 
 void ImageViewer::clearImage() {
@@ -255,8 +262,9 @@ void ImageViewer::actualSize() {
 void ImageViewer::fitToWindow() {
     fitMode_ = true;
     const cv::Mat& image = images_->current;
-    if (image.empty())
+    if (image.empty()) {
         return;
+    }
     // The viewport as it is without scroll bars: the fitted image needs none.
     const QSize viewport = scrollArea_->maximumViewportSize();
     zoomTo(std::min(static_cast<double>(viewport.width()) / image.cols,
@@ -264,13 +272,16 @@ void ImageViewer::fitToWindow() {
 }
 
 void ImageViewer::updateDisplay() {
-    if (images_->current.empty())
+    if (images_->current.empty()) {
         return;
+    }
     cv::Mat image = images_->original.empty() ? images_->current.clone() : images_->original.clone();
-    if (autoContrast_)
+    if (autoContrast_) {
         stretchContrast(image);
-    if (!images_->mask.empty())
+    }
+    if (!images_->mask.empty()) {
         tintMask(image, images_->mask);
+    }
     const QPixmap pixmap = pixmapOf(scaled(image, zoomFactor_));
     imageLabel_->setPixmap(pixmap);
     imageLabel_->resize(pixmap.size());
@@ -284,16 +295,18 @@ void ImageViewer::saveImage() {
     QString filter;
     const QString chosen = QFileDialog::getSaveFileName(
         this, tr("Save Image"), QString(), tr("PNG Images (*.png);;JPEG Images (*.jpg);;All Files (*)"), &filter);
-    if (chosen.isEmpty())
+    if (chosen.isEmpty()) {
         return;
+    }
     const QString fileName = withFilterSuffix(chosen, filter);
     // The dialog has asked about the name as it was typed.
     if (fileName != chosen && QFileInfo::exists(fileName) &&
         QMessageBox::question(
             this, tr("Save Image"),
             tr("%1 already exists.\nDo you want to replace it?").arg(QFileInfo(fileName).fileName())) !=
-            QMessageBox::Yes)
+            QMessageBox::Yes) {
         return;
+    }
     const QString failure = writeImage(images_->current, fileName);
     if (!failure.isEmpty()) {
         QMessageBox::critical(this, tr("Error"), tr("Failed to save image: %1").arg(failure));

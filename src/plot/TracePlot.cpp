@@ -32,23 +32,26 @@ QVector<QPointF> curvePoints(const std::vector<float>& samples, double step, dou
     points.reserve(static_cast<qsizetype>(samples.size()));
     for (std::size_t i = 0; i < samples.size(); ++i) {
         const double value = static_cast<double>(samples[i]) + offset;
-        if (std::isfinite(value))
+        if (std::isfinite(value)) {
             points.append({static_cast<double>(i) * step, value});
+        }
     }
     return points;
 }
 
 int colorByte(double share, double factor) {
-    if (share <= 0.0)
+    if (share <= 0.0) {
         return 0;
+    }
     return std::min(static_cast<int>(255.0 * std::pow(factor * share, 0.8)), 255);
 }
 
 } // namespace
 
 QColor wavelengthColor(int wavelength) {
-    if (wavelength < 380 || wavelength > 780)
+    if (wavelength < 380 || wavelength > 780) {
         return {128, 128, 128};
+    }
     const double w = wavelength;
     double red = 0.0;
     double green = 0.0;
@@ -73,10 +76,11 @@ QColor wavelengthColor(int wavelength) {
     }
     // The eye's response falls off at both ends of the spectrum.
     double factor = 1.0;
-    if (w < 420)
+    if (w < 420) {
         factor = 0.3 + 0.7 * (w - 380) / 40;
-    else if (w > 700)
+    } else if (w > 700) {
         factor = 0.3 + 0.7 * (780 - w) / 80;
+    }
     return {colorByte(red, factor), colorByte(green, factor), colorByte(blue, factor)};
 }
 
@@ -124,10 +128,12 @@ void TracePlot::setupChannels(const std::map<int, QString>& channelNames, const 
         const std::string refinedName = channel.traceName + "_rf";
         const bool refined =
             preferRefined && std::find(traceNames.begin(), traceNames.end(), refinedName) != traceNames.end();
-        if (refined)
+        if (refined) {
             channel.traceName = refinedName;
-        if (const auto offset = offsets.find(number); offset != offsets.end())
+        }
+        if (const auto offset = offsets.find(number); offset != offsets.end()) {
             channel.offset = offset->second;
+        }
 
         const QString title = refined ? tr("FL%1 refined (%2)") : tr("FL%1 (%2)");
         auto* curve = new QwtPlotCurve(title.arg(QString::number(number), name));

@@ -32,8 +32,9 @@ public:
     /// Enters the folders of a path. Returns the key of its own folder, empty if it has none.
     QString enterFolders(const QString& filePath) {
         const QFileInfo info(filePath);
-        if (filePath.isEmpty() || !info.isAbsolute())
+        if (filePath.isEmpty() || !info.isAbsolute()) {
             return {};
+        }
         const QStringList segments = info.absolutePath().split('/', Qt::SkipEmptyParts);
         const int count = static_cast<int>(segments.size());
         QString key;
@@ -42,8 +43,9 @@ public:
             const QString& name = segments[level - 1];
             key = parent.isEmpty() ? name : parent + '/' + name;
             Folder& folder = folders_[key];
-            if (folder.level == 0)
+            if (folder.level == 0) {
                 folder = {.name = name, .parent = parent, .level = level};
+            }
             folder.deepest = std::max(folder.deepest, count);
         }
         return key;
@@ -60,11 +62,13 @@ private:
     /// The node of a folder, made with its shown ancestors if need be; -1 if the folder isn't shown.
     int folderNode(const QString& key) {
         const auto found = folders_.find(key);
-        if (found == folders_.end() || found->deepest - found->level + 1 > depth_)
+        if (found == folders_.end() || found->deepest - found->level + 1 > depth_) {
             return -1;
-        if (found->node < 0)
+        }
+        if (found->node < 0) {
             found->node =
                 newNode({.label = found->name, .datasetIndex = -1, .children = {}}, folderNode(found->parent));
+        }
         return found->node;
     }
 
@@ -97,10 +101,12 @@ std::vector<DatasetFolderNode> buildDatasetFolderTree(const QStringList& filePat
     Builder builder(depth);
     QStringList folderKeys;
     folderKeys.reserve(filePaths.size());
-    for (const QString& path : filePaths)
+    for (const QString& path : filePaths) {
         folderKeys.append(builder.enterFolders(path));
-    for (int row = 0; row < filePaths.size(); ++row)
+    }
+    for (int row = 0; row < filePaths.size(); ++row) {
         builder.addDataset(row, folderKeys[row]);
+    }
     return builder.view();
 }
 

@@ -13,11 +13,13 @@ namespace Tessaly {
 OpenOutcome openMeasurement(const QString& path, DatasetEntry& entry) {
     auto reader = std::make_shared<VQDReader>();
     const std::string filePath = path.toStdString();
-    if (!reader->open(filePath))
+    if (!reader->open(filePath)) {
         return OpenOutcome::Unreadable;
+    }
     VQDMetadata metadata = reader->readMetadata();
-    if (!reader->isInstrumentData())
+    if (!reader->isInstrumentData()) {
         return OpenOutcome::Unsupported;
+    }
     entry.reader = std::move(reader);
     entry.filePath = filePath;
     entry.displayName = initialDisplayName(metadata, path);
@@ -41,8 +43,9 @@ bool pathComesBefore(const QString& left, const QString& right) {
     const qsizetype common = std::min(leftParts.size(), rightParts.size());
     for (qsizetype i = 0; i < common; ++i) {
         const int order = leftParts[i].compare(rightParts[i], Qt::CaseInsensitive);
-        if (order != 0)
+        if (order != 0) {
             return order < 0;
+        }
     }
     return leftParts.size() < rightParts.size();
 }
@@ -51,13 +54,15 @@ QStringList collectMeasurementFiles(const QList<QUrl>& urls) {
     QStringList files;
     for (const QUrl& url : urls) {
         const QString path = url.toLocalFile();
-        if (path.isEmpty())
+        if (path.isEmpty()) {
             continue;
+        }
         if (QFileInfo(path).isDir()) {
             // Links to folders are not followed, so that a loop of links can't catch us.
             QDirIterator found(path, {QStringLiteral("*.vqd")}, QDir::Files, QDirIterator::Subdirectories);
-            while (found.hasNext())
+            while (found.hasNext()) {
                 files.append(found.next());
+            }
         } else if (path.endsWith(QLatin1String(".vqd"), Qt::CaseInsensitive)) {
             files.append(path);
         }

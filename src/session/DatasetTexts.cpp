@@ -20,8 +20,9 @@ QString tr(const char* text) {
 QString flowRateText(const VQDMetadata& metadata) {
     bool parsed = false;
     const double rate = QString::fromStdString(metadataValue(metadata.setup, "flow rate")).toDouble(&parsed);
-    if (!parsed || !std::isfinite(rate))
+    if (!parsed || !std::isfinite(rate)) {
         return {};
+    }
     return tr("%1 µL/s").arg(QString::number(rate, 'g', 4));
 }
 

@@ -20,8 +20,9 @@ std::optional<double> numberIn(const std::string& text) {
 /// Channel number in a key of the form "<what> N <which>" or "<what>_N_<which>".
 std::optional<int> channelIn(const QRegularExpression& pattern, const QString& key) {
     const QRegularExpressionMatch match = pattern.match(key);
-    if (!match.hasMatch())
+    if (!match.hasMatch()) {
         return std::nullopt;
+    }
     bool parsed = false;
     const int channel = match.captured(2).toInt(&parsed);
     return parsed ? std::optional(channel) : std::nullopt;
@@ -39,8 +40,9 @@ FluorescenceSettings fluorescenceSettingsOf(const VQDMetadata& metadata) {
         if (const auto named = channelIn(namePattern, key)) {
             result.channelNames.emplace(*named, QString::fromStdString(value));
         } else if (const auto shifted = channelIn(offsetPattern, key)) {
-            if (const auto offset = numberIn(value))
+            if (const auto offset = numberIn(value)) {
                 result.offsets.emplace(*shifted, *offset);
+            }
         }
     }
     for (const char* key : {"sample rate", "sample_rate"}) {

@@ -7,12 +7,15 @@ namespace Tessaly {
 namespace {
 
 int rowAfterMove(int row, int fromRow, int toRow) {
-    if (row == fromRow)
+    if (row == fromRow) {
         return toRow;
-    if (fromRow < row && row <= toRow)
+    }
+    if (fromRow < row && row <= toRow) {
         return row - 1;
-    if (toRow <= row && row < fromRow)
+    }
+    if (toRow <= row && row < fromRow) {
         return row + 1;
+    }
     return row;
 }
 
@@ -41,8 +44,9 @@ int LoadingQueue::finish() {
 
 LoadingQueue::Step LoadingQueue::takeNext() {
     Step step;
-    if (running_)
+    if (running_) {
         return step;
+    }
     if (!pendingRows_.empty()) {
         step.kind = Step::Kind::Preload;
         step.row = pendingRows_.front();
@@ -56,21 +60,24 @@ LoadingQueue::Step LoadingQueue::takeNext() {
 }
 
 void LoadingQueue::rowRemoved(int row) {
-    if (preloadRow_ == row)
+    if (preloadRow_ == row) {
         preloadRow_ = -1;
-    else if (preloadRow_ > row)
+    } else if (preloadRow_ > row) {
         --preloadRow_;
+    }
     std::erase(pendingRows_, row);
     for (int& pending : pendingRows_) {
-        if (pending > row)
+        if (pending > row) {
             --pending;
+        }
     }
 }
 
 void LoadingQueue::rowMoved(int fromRow, int toRow) {
     preloadRow_ = rowAfterMove(preloadRow_, fromRow, toRow);
-    for (int& pending : pendingRows_)
+    for (int& pending : pendingRows_) {
         pending = rowAfterMove(pending, fromRow, toRow);
+    }
 }
 
 void LoadingQueue::clear() {

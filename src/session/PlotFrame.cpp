@@ -42,8 +42,9 @@ Column valuesAt(const Column& column, std::size_t events, const PlotFrame& frame
                             });
         return Column(values.begin(), values.end());
     }
-    if (column.size() >= events)
+    if (column.size() >= events) {
         return Column(column.begin(), column.begin() + static_cast<std::ptrdiff_t>(events));
+    }
     Column values;
     values.reserve(events);
     values.assign(column.begin(), column.end());
@@ -53,8 +54,9 @@ Column valuesAt(const Column& column, std::size_t events, const PlotFrame& frame
 
 /// The plotted coordinates in axis space: `values` itself on a linear axis, else mapped into `mapped`.
 std::span<const double> inAxisSpace(const Column& values, int mode, Column& mapped) {
-    if (mode == ScaleMode::Linear)
+    if (mode == ScaleMode::Linear) {
         return values;
+    }
     mapped = transformValues(values, mode);
     return mapped;
 }
@@ -79,16 +81,18 @@ void colorByDensity(PlotFrame& frame, const PlotSettings& settings) {
 }
 
 void colorPoints(PlotFrame& frame, VQDReader& reader, const PlotSettings& settings, std::size_t events) {
-    if (settings.colorFeature.empty())
+    if (settings.colorFeature.empty()) {
         return;
+    }
     if (isDensitySelector(settings.colorFeature)) {
         colorByDensity(frame, settings);
         frame.colorLabel = QCoreApplication::translate("Tessaly::PlotFrame", "Density");
         return;
     }
     const Column& column = columnOf(reader, settings.colorFeature);
-    if (column.empty())
+    if (column.empty()) {
         return;
+    }
     frame.color = valuesAt(column, events, frame);
     frame.colorLabel = QString::fromStdString(reader.featureLabel(settings.colorFeature));
 }
@@ -101,10 +105,12 @@ void clean(PlotFrame& frame) {
         return std::isfinite(frame.x[i]) && std::isfinite(frame.y[i]) && (!colored || std::isfinite(frame.color[i]));
     };
     std::size_t kept = 0;
-    while (kept < count && isDrawable(kept))
+    while (kept < count && isDrawable(kept)) {
         ++kept;
-    if (kept == count)
+    }
+    if (kept == count) {
         return;
+    }
     frame.density.reset();
     if (!frame.reduced) {
         frame.visibleIndices.resize(count);
@@ -112,52 +118,60 @@ void clean(PlotFrame& frame) {
         frame.reduced = true;
     }
     for (std::size_t i = kept + 1; i < count; ++i) {
-        if (!isDrawable(i))
+        if (!isDrawable(i)) {
             continue;
+        }
         frame.x[kept] = frame.x[i];
         frame.y[kept] = frame.y[i];
-        if (colored)
+        if (colored) {
             frame.color[kept] = frame.color[i];
+        }
         frame.visibleIndices[kept] = frame.visibleIndices[i];
         ++kept;
     }
     frame.x.resize(kept);
     frame.y.resize(kept);
-    if (colored)
+    if (colored) {
         frame.color.resize(kept);
+    }
     frame.visibleIndices.resize(kept);
 }
 
 int notOnLogAxis(const Column& values, int mode) {
-    if (mode != ScaleMode::Log)
+    if (mode != ScaleMode::Log) {
         return 0;
+    }
     return static_cast<int>(std::ranges::count_if(values, [](double value) { return value <= 0.0; }));
 }
 
 } // namespace
 
 int PlotFrame::eventAt(int plotIndex) const {
-    if (plotIndex < 0 || static_cast<std::size_t>(plotIndex) >= x.size())
+    if (plotIndex < 0 || static_cast<std::size_t>(plotIndex) >= x.size()) {
         return -1;
+    }
     return reduced ? visibleIndices[static_cast<std::size_t>(plotIndex)] : plotIndex;
 }
 
 int PlotFrame::plotIndexOf(int event) const {
-    if (!reduced)
+    if (!reduced) {
         return event >= 0 && static_cast<std::size_t>(event) < x.size() ? event : -1;
+    }
     const auto found = std::ranges::lower_bound(visibleIndices, event);
     return found != visibleIndices.end() && *found == event ? static_cast<int>(found - visibleIndices.begin()) : -1;
 }
 
 std::optional<PlotFrame> buildPlotFrame(const Session& session, const DatasetEntry& dataset,
                                         const PlotSettings& settings) {
-    if (!dataset.reader)
+    if (!dataset.reader) {
         return std::nullopt;
+    }
     VQDReader& reader = *dataset.reader;
     const Column& xColumn = columnOf(reader, settings.xFeature);
     const Column& yColumn = columnOf(reader, settings.yFeature);
-    if (xColumn.empty() || yColumn.empty())
+    if (xColumn.empty() || yColumn.empty()) {
         return std::nullopt;
+    }
 
     PlotFrame frame;
     if (auto passing = session.passingEvents(dataset)) {
@@ -177,12 +191,14 @@ std::optional<PlotFrame> buildPlotFrame(const Session& session, const DatasetEnt
 }
 
 std::vector<ContourLevel> contoursOf(const PlotFrame& frame, const PlotSettings& settings) {
-    if (settings.contourMode == ContourMode::Off || frame.x.size() < 4)
+    if (settings.contourMode == ContourMode::Off || frame.x.size() < 4) {
         return {};
+    }
     const std::array fractions{std::min(settings.contourFraction1, settings.contourFraction2),
                                std::max(settings.contourFraction1, settings.contourFraction2)};
-    if (frame.density && frame.density->scaleX == settings.scaleX && frame.density->scaleY == settings.scaleY)
+    if (frame.density && frame.density->scaleX == settings.scaleX && frame.density->scaleY == settings.scaleY) {
         return contoursOfDensity(frame.density->grid, frame.color, fractions, settings.scaleX, settings.scaleY);
+    }
     return computeContours(frame.x, frame.y, fractions, settings.scaleX, settings.scaleY);
 }
 

@@ -10,10 +10,12 @@ bool isDensitySelector(std::string_view colorFeature) {
 }
 
 DensityMethod densityMethodOf(std::string_view selector) {
-    if (selector == "__density_hist__")
+    if (selector == "__density_hist__") {
         return DensityMethod::Histogram;
-    if (selector == "__density_knn__")
+    }
+    if (selector == "__density_knn__") {
         return DensityMethod::NearestNeighbours;
+    }
     return DensityMethod::Kde;
 }
 
@@ -51,13 +53,16 @@ void copyPlotSettings(const PlotSettings& settings, DatasetEntry& entry) {
     const auto fileHas = [&entry](const std::string& feature) {
         return entry.reader && entry.reader->hasFeature(feature);
     };
-    if (fileHas(settings.xFeature))
+    if (fileHas(settings.xFeature)) {
         entry.xFeatureName = settings.xFeature;
-    if (fileHas(settings.yFeature))
+    }
+    if (fileHas(settings.yFeature)) {
         entry.yFeatureName = settings.yFeature;
+    }
     const std::string& color = settings.colorFeature;
-    if (color.empty() || isDensitySelector(color) || fileHas(color))
+    if (color.empty() || isDensitySelector(color) || fileHas(color)) {
         entry.colorFeatureName = color;
+    }
     storeScalesAndContours(settings, entry);
 }
 

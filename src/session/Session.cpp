@@ -43,32 +43,37 @@ int Session::append(std::unique_ptr<DatasetEntry> entry) {
 }
 
 void Session::remove(int row) {
-    if (!datasetAt(row))
+    if (!datasetAt(row)) {
         return;
+    }
     datasets_.erase(datasets_.begin() + row);
-    if (row == activeRow_)
+    if (row == activeRow_) {
         activeRow_ = -1;
-    else if (row < activeRow_)
+    } else if (row < activeRow_) {
         --activeRow_;
+    }
 }
 
 bool Session::move(int fromRow, int toRow) {
-    if (!datasetAt(fromRow) || toRow < 0 || toRow > datasetCount() || toRow == fromRow || toRow == fromRow + 1)
+    if (!datasetAt(fromRow) || toRow < 0 || toRow > datasetCount() || toRow == fromRow || toRow == fromRow + 1) {
         return false;
+    }
     const int activeDataset = activeId();
     const auto first = datasets_.begin();
-    if (toRow > fromRow)
+    if (toRow > fromRow) {
         std::rotate(first + fromRow, first + fromRow + 1, first + toRow);
-    else
+    } else {
         std::rotate(first + toRow, first + fromRow, first + fromRow + 1);
+    }
     activeRow_ = rowOf(activeDataset);
     return true;
 }
 
 int Session::duplicate(int row) {
     const DatasetEntry* source = datasetAt(row);
-    if (!source || !source->featuresLoaded)
+    if (!source || !source->featuresLoaded) {
         return -1;
+    }
     auto copy = newEntry();
     copy->reader = source->reader;
     copy->metadata = source->metadata;
@@ -110,8 +115,9 @@ int Session::addFilterGroup(const std::string& name) {
             ? QCoreApplication::translate("Tessaly::Session", "Filter group %1").arg(nextGroupId_).toStdString()
             : name;
     const int id = group->id;
-    for (const auto& dataset : datasets_)
+    for (const auto& dataset : datasets_) {
         dataset->groupEnabled[id] = false;
+    }
     filterGroups_.push_back(std::move(group));
     return id;
 }
@@ -124,85 +130,101 @@ void Session::addRuleToGroup(int groupId, const FilterRule& rule) {
 }
 
 bool Session::isGroupEnabled(const DatasetEntry* dataset, int groupId) const {
-    if (!dataset)
+    if (!dataset) {
         return false;
+    }
     const auto found = dataset->groupEnabled.find(groupId);
     return found != dataset->groupEnabled.end() && found->second;
 }
 
 void Session::setGroupEnabled(int datasetId, int groupId, bool on) {
-    if (DatasetEntry* dataset = findById(datasetId))
+    if (DatasetEntry* dataset = findById(datasetId)) {
         dataset->groupEnabled[groupId] = on;
+    }
 }
 
 EventFilter Session::buildEffectiveFilter(const DatasetEntry* dataset) const {
-    if (!dataset)
+    if (!dataset) {
         return {};
+    }
     EventFilter effective = dataset->filter;
     for (const auto& group : filterGroups_) {
-        if (!isGroupEnabled(dataset, group->id))
+        if (!isGroupEnabled(dataset, group->id)) {
             continue;
-        for (const FilterRule& rule : group->rules)
+        }
+        for (const FilterRule& rule : group->rules) {
             effective.addRule(rule);
+        }
     }
     return effective;
 }
 
 std::optional<std::vector<int>> Session::passingEvents(const DatasetEntry& dataset) const {
     const EventFilter effective = buildEffectiveFilter(&dataset);
-    if (!effective.isEnabled() || effective.ruleCount() < 1)
+    if (!effective.isEnabled() || effective.ruleCount() < 1) {
         return std::nullopt;
-    if (!dataset.reader)
+    }
+    if (!dataset.reader) {
         return std::vector<int>();
+    }
     ColumnMap columns;
     for (const std::string& feature : effective.requiredFeatures()) {
         // Pictures are not columns, though a rule from a file may name them.
-        if (isScalarFeature(feature))
+        if (isScalarFeature(feature)) {
             columns.emplace(feature, &dataset.reader->getFeature(feature));
+        }
     }
     return effective.evaluate(columns, dataset.reader->eventCount());
 }
 
 bool Session::activeMatchesAllPeers(const PlotSettings& shown, const DatasetEntry* excluded) const {
     const DatasetEntry* activeEntry = active();
-    if (!activeEntry)
+    if (!activeEntry) {
         return true;
+    }
     return std::ranges::all_of(datasets_, [&](const auto& peer) {
         return peer.get() == activeEntry || peer.get() == excluded || plotSettingsOf(*peer) == shown;
     });
 }
 
 void Session::inheritPeerSettings(DatasetEntry& entry, const PlotSettings& controls) const {
-    if (datasetCount() < 2)
+    if (datasetCount() < 2) {
         return;
+    }
     const DatasetEntry* model = active();
     if (!model) {
         const auto other = std::ranges::find_if(datasets_, [&](const auto& peer) { return peer.get() != &entry; });
         model = other->get();
     }
-    if (model == &entry)
+    if (model == &entry) {
         return;
+    }
     const auto peersAgree = [&](auto property) {
         return std::ranges::all_of(datasets_, [&](const auto& peer) {
             return peer.get() == &entry || (peer->filter.*property)() == (model->filter.*property)();
         });
     };
-    if (peersAgree(&EventFilter::isEnabled))
+    if (peersAgree(&EventFilter::isEnabled)) {
         entry.filter.setEnabled(model->filter.isEnabled());
-    if (peersAgree(&EventFilter::combineMode))
-        entry.filter.setCombineMode(model->filter.combineMode());
-    for (const FilterRule& rule : model->filter.rules()) {
-        if (!rule.propagationId.empty())
-            entry.filter.addRule(rule);
     }
-    if (activeMatchesAllPeers(controls, &entry))
+    if (peersAgree(&EventFilter::combineMode)) {
+        entry.filter.setCombineMode(model->filter.combineMode());
+    }
+    for (const FilterRule& rule : model->filter.rules()) {
+        if (!rule.propagationId.empty()) {
+            entry.filter.addRule(rule);
+        }
+    }
+    if (activeMatchesAllPeers(controls, &entry)) {
         copyPlotSettings(active() ? controls : plotSettingsOf(*model), entry);
+    }
 }
 
 void Session::applyPlotSettingsToPeers(const PlotSettings& settings) {
     for (const auto& peer : datasets_) {
-        if (peer.get() != active())
+        if (peer.get() != active()) {
             copyPlotSettings(settings, *peer);
+        }
     }
 }
 

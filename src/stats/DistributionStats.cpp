@@ -22,8 +22,9 @@ double selectQuantile(std::vector<double>& values, double fraction, std::size_t 
     const auto first = values.begin() + static_cast<std::ptrdiff_t>(std::min(from, index));
     const auto lower = values.begin() + static_cast<std::ptrdiff_t>(index);
     std::nth_element(first, lower, values.end(), before);
-    if (index + 1 >= values.size())
+    if (index + 1 >= values.size()) {
         return *lower;
+    }
     const auto upper = std::min_element(lower + 1, values.end(), before);
     // The upper neighbour takes its sorted place, so that the next selection may start behind it.
     std::iter_swap(lower + 1, upper);
@@ -34,17 +35,20 @@ double selectQuantile(std::vector<double>& values, double fraction, std::size_t 
 
 DistributionStats computeDistributionStats(std::span<const double> values) {
     DistributionStats stats;
-    if (values.empty())
+    if (values.empty()) {
         return stats;
+    }
     const auto count = static_cast<double>(values.size());
     double sum = 0.0;
-    for (const double value : values)
+    for (const double value : values) {
         sum += value;
+    }
     stats.mean = sum / count;
     if (values.size() >= 2) {
         double squares = 0.0;
-        for (const double value : values)
+        for (const double value : values) {
             squares += (value - stats.mean) * (value - stats.mean);
+        }
         stats.sd = std::sqrt(squares / (count - 1.0));
     }
     std::vector<double> selected(values.begin(), values.end());

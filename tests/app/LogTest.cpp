@@ -55,8 +55,9 @@ TEST_F(LogTest, KeepsTheTenNewestOldLogs) {
     ASSERT_TRUE(other.open(QIODevice::WriteOnly));
     initLogging();
     EXPECT_EQ(logs().size(), 11);
-    for (int age = 0; age < 12; ++age)
+    for (int age = 0; age < 12; ++age) {
         EXPECT_EQ(QFile::exists(oldName(age)), age < 10) << age;
+    }
     EXPECT_TRUE(other.exists());
 }
 
@@ -89,8 +90,9 @@ TEST_F(LogTest, LinesBearTheLevelInFiveCharacters) {
 TEST_F(LogTest, HoldsTheTwoThousandNewestLines) {
     qInstallMessageHandler(countMessages);
     initLogging();
-    for (int i = 0; i < 2100; ++i)
+    for (int i = 0; i < 2100; ++i) {
         qDebug("line %d", i);
+    }
     ASSERT_EQ(recentLines().size(), 2001); // the last is what stands behind the last newline
     EXPECT_TRUE(recentLines().front().endsWith("line 100"));
     EXPECT_TRUE(recentLogText().endsWith("line 2099\n"));
@@ -100,28 +102,33 @@ TEST_F(LogTest, LosesNoLineOfSeveralThreads) {
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     initLogging();
     std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
+    for (int t = 0; t < 4; ++t) {
         threads.emplace_back([t] {
             for (int i = 0; i < 100; ++i) {
                 logMessageHandler(QtInfoMsg, noContext, QStringLiteral("thread %1 line %2 end").arg(t).arg(i));
                 recentLogText();
             }
         });
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     QFile file(logs().at(0));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QString text = QString::fromUtf8(file.readAll());
-    for (int t = 0; t < 4; ++t)
-        for (int i = 0; i < 100; ++i)
+    for (int t = 0; t < 4; ++t) {
+        for (int i = 0; i < 100; ++i) {
             EXPECT_EQ(text.count(QStringLiteral("] thread %1 line %2 end\n").arg(t).arg(i)), 1);
+        }
+    }
 }
 
 TEST_F(LogTest, AFileThatCannotBeOpenedStopsNothing) {
     qInstallMessageHandler(countMessages);
     initLogging();
-    for (const QString& name : logs())
+    for (const QString& name : logs()) {
         ASSERT_TRUE(QFile::remove(name) && QDir::current().mkdir(name)); // a folder in its place
+    }
     qWarning("still in the ring");
     EXPECT_TRUE(recentLogText().endsWith("[WARN ] still in the ring\n"));
 }

@@ -27,8 +27,9 @@ void runInLoop(const std::function<void()>& action) {
     timer.setSingleShot(true);
     QObject::connect(&timer, &QTimer::timeout, action);
     timer.start(0);
-    while (timer.isActive())
+    while (timer.isActive()) {
         QCoreApplication::processEvents();
+    }
 }
 
 TEST(SafeApplicationTest, CatchesWhatASlotLetsEscape) {
@@ -75,8 +76,9 @@ TEST(SafeApplicationTest, OneDialogAtATimeTellsOfExceptions) {
     QTimer answer;
     QObject::connect(&answer, &QTimer::timeout, [&] {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box)
+        if (!box) {
             return;
+        }
         ++dialogs;
         EXPECT_TRUE(box->text().startsWith("An unexpected error occurred:\n\nfirst"));
         answer.stop();
@@ -84,14 +86,17 @@ TEST(SafeApplicationTest, OneDialogAtATimeTellsOfExceptions) {
         runInLoop([] { throw std::runtime_error("second"); });
         QCoreApplication::processEvents();
         EXPECT_EQ(QApplication::activeModalWidget(), box);
-        for (QAbstractButton* button : box->buttons())
-            if (button->text().remove('&') == "Close")
+        for (QAbstractButton* button : box->buttons()) {
+            if (button->text().remove('&') == "Close") {
                 button->click();
+            }
+        }
     });
     answer.start(5);
     runInLoop([] { throw std::runtime_error("first"); });
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) {
         QCoreApplication::processEvents();
+    }
     EXPECT_EQ(dialogs, 1);
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }

@@ -18,8 +18,9 @@ TEST(ThemeTest, EveryPictureOfTheSheetAndTheFrameIsThere) {
         EXPECT_TRUE(applicationStyleSheet().contains(QString("url(%1)").arg(name))) << name;
         const QImage icon = QIcon(name).pixmap(16, 16).toImage().convertToFormat(QImage::Format_ARGB32);
         int opaque = 0;
-        for (int i = 0; i < icon.width() * icon.height(); ++i)
+        for (int i = 0; i < icon.width() * icon.height(); ++i) {
             opaque += qAlpha(icon.pixel(i % icon.width(), i / icon.width())) > 200;
+        }
         EXPECT_GT(opaque, 8) << name;
     }
 }

@@ -25,9 +25,10 @@ void expectLines(const std::vector<Polyline>& lines, const std::vector<Polyline>
     ASSERT_EQ(lines.size(), expected.size());
     for (std::size_t i = 0; i < lines.size(); ++i) {
         ASSERT_EQ(lines[i].size(), expected[i].size()) << i;
-        for (std::size_t k = 0; k < lines[i].size(); ++k)
+        for (std::size_t k = 0; k < lines[i].size(); ++k) {
             EXPECT_LT(std::hypot(lines[i][k].first - expected[i][k].first, lines[i][k].second - expected[i][k].second),
                       1e-12);
+        }
     }
 }
 
@@ -62,10 +63,11 @@ TEST(MarchingSquares, LinesAreWholeOnGridsOfAllKinds) {
         const int size = 2 + round;
         DensityGrid grid = gridOf(size, {});
         // Few different values make saddles and corners right at the level; every third grid is smooth.
-        for (int i = 0; i < size * size; ++i)
+        for (int i = 0; i < size * size; ++i) {
             grid.values.push_back(round % 3 == 0
                                       ? std::sin(i % size * 0.4) + std::cos(i / size * 0.3 + round)
                                       : static_cast<double>(random() % 5) + (round % 2 ? 0.1 * (i % 7) : 0.0));
+        }
         const auto high = [&](int column, int row, double level) {
             return grid.values[static_cast<std::size_t>(row * size + column)] >= level;
         };
@@ -163,8 +165,9 @@ TEST(Contours, TooLittleGivesNothing) {
     ASSERT_EQ(ofNothing.size(), 1U);
     EXPECT_EQ(ofNothing[0].level, 0.0);
     const std::vector<double> odd{nan, 1e308, -1e308, std::numeric_limits<double>::infinity()};
-    for (int mode = 0; mode < 3; ++mode)
+    for (int mode = 0; mode < 3; ++mode) {
         EXPECT_EQ(computeContours(odd, four, half, mode, mode).size(), 1U);
+    }
 }
 
 } // namespace

@@ -109,8 +109,9 @@ TEST(Density, AgreesWithScientificPython) {
                                 11.9066410111202,  9.07436715631026, 3.82231197959595, 0.396195587526541};
     const auto [x, y] = makeCloud(300, false);
     const DensityGrid coarse = kernelDensityGrid(x, y, 8);
-    for (std::size_t column = 0; column < 8; ++column)
+    for (std::size_t column = 0; column < 8; ++column) {
         EXPECT_NEAR(coarse.values[3 * 8 + column], middleRow[column], 1e-12);
+    }
 }
 
 TEST(Density, FastPathsAgreeWithTheTextbookFormToTheLastBit) {
@@ -132,8 +133,9 @@ TEST(Density, FastPathsAgreeWithTheTextbookFormToTheLastBit) {
             Plain::histogram(x, y, best, *std::min_element(x.begin(), x.end()), *std::min_element(y.begin(), y.end()),
                              Plain::extent(x) / best, Plain::extent(y) / best, &bins);
         const Values density = computeDensity(x, y, DensityMethod::Histogram);
-        for (std::size_t i = 0; i < x.size(); ++i)
+        for (std::size_t i = 0; i < x.size(); ++i) {
             ASSERT_EQ(density[i], counts[bins[i]]) << seed;
+        }
     }
     // The whole way, with a grid of the size that suits the data.
     for (const bool narrow : {false, true}) {
@@ -149,8 +151,9 @@ TEST(Density, PointsOnBinEdgesFallWhereTheDivisionPutsThem) {
         for (const int n : {32, 37, 43, 50, 66, 77, 89, 119, 256, 381, 442, 512}) {
             for (int bin = 0; bin <= n; ++bin) {
                 const double edge = min + bin * (range / n);
-                for (const double value : {edge, std::nextafter(edge, -infinity), std::nextafter(edge, infinity)})
+                for (const double value : {edge, std::nextafter(edge, -infinity), std::nextafter(edge, infinity)}) {
                     cloud.x.push_back(std::clamp(value, min, min + range));
+                }
             }
         }
         cloud.y.assign(cloud.x.rbegin(), cloud.x.rend());
@@ -189,8 +192,9 @@ TEST(Density, NotFiniteValuesKeepTheirPlaces) {
         EXPECT_EQ(density, computeDensity(whole.x, whole.y, method));
     }
     const Values four{1, 2, 3, nan};
-    for (const double value : computeDensity(four, four, DensityMethod::NearestNeighbours))
+    for (const double value : computeDensity(four, four, DensityMethod::NearestNeighbours)) {
         EXPECT_TRUE(std::isnan(value)) << "three finite points are too few";
+    }
     EXPECT_EQ(optimalGridSize(Values{1, 2, 3}, Values{1, 2, 3}), 32);
     EXPECT_TRUE(computeDensity({}, {}, DensityMethod::Kde).empty());
 }
@@ -218,8 +222,10 @@ TEST(Density, NumbersAtTheEndsOfTheRangeAreSurvived) {
 
 TEST(Density, NeighboursByHand) {
     // A rectangle of 3 by 4: the second neighbour is 4 away.
-    for (const double value : computeDensity(Values{0, 3, 0, 3}, Values{0, 0, 4, 4}, DensityMethod::NearestNeighbours))
+    for (const double value :
+         computeDensity(Values{0, 3, 0, 3}, Values{0, 0, 4, 4}, DensityMethod::NearestNeighbours)) {
         EXPECT_DOUBLE_EQ(value, 2.0 / (std::numbers::pi * 16.0));
+    }
     EXPECT_EQ(computeDensity(Values(4, 7.0), Values(4, 7.0), DensityMethod::NearestNeighbours), Values(4, 2.0));
 
     // 180 points in 3 by 3 cells, 13 neighbours wanted. The point in the corner finds 7 in the cell beside it, and the

@@ -71,8 +71,9 @@ TEST(EModulusMesh, TrianglesAreDelaunayAndCoverTheRaster) {
             const double doubleArea = (mesh.x[n(1)] - mesh.x[n(0)]) * (mesh.y[n(2)] - mesh.y[n(0)]) -
                                       (mesh.y[n(1)] - mesh.y[n(0)]) * (mesh.x[n(2)] - mesh.x[n(0)]);
             EXPECT_GE(doubleArea, 0.0);
-            for (std::size_t node = 0; node < mesh.x.size(); ++node)
+            for (std::size_t node = 0; node < mesh.x.size(); ++node) {
                 ASSERT_LE(circumcircle(mesh, triangle, node), 1e-12);
+            }
         }
     }
     EXPECT_EQ(buildMesh(rasterLut(6)).triangles.size(), 50U); // two for each of 25 squares
@@ -106,14 +107,16 @@ TEST(EModulusInterpolation, AgreesWithSciPy) {
 TEST(EModulusInterpolation, NodesEdgesAndBounds) {
     const EModulusMesh mesh = buildMesh(rasterLut(6)); // value = area + 6 * deform, which is linear everywhere
     for (int i = 0; i <= 20; ++i) {
-        for (int j = 0; j <= 20; ++j)
+        for (int j = 0; j <= 20; ++j) {
             ASSERT_NEAR(interpolate(mesh, 0.25 * i, 0.25 * j), 0.25 * i + 1.5 * j, 1e-12);
+        }
     }
     const double over = std::nextafter(5.0, 6.0);
     const double inf = std::numeric_limits<double>::infinity();
     for (const auto& [area, deform] : std::vector<std::pair<double, double>>{
-             {-1e-9, 1}, {1, -1e-9}, {5 + 1e-9, 1}, {over, over}, {NaN, 1}, {1, NaN}, {inf, 1}, {1, -inf}})
+             {-1e-9, 1}, {1, -1e-9}, {5 + 1e-9, 1}, {over, over}, {NaN, 1}, {1, NaN}, {inf, 1}, {1, -inf}}) {
         EXPECT_TRUE(std::isnan(interpolate(mesh, area, deform))) << area << ' ' << deform;
+    }
     // Inside the bounds, but outside the hull.
     const EModulusMesh half = buildMesh(lutOf({{0, 0, 1}, {4, 0, 1}, {0, 4, 1}}));
     EXPECT_DOUBLE_EQ(interpolate(half, 1.9, 1.9), 1.0);
@@ -153,21 +156,24 @@ TEST(EModulusLookup, SameBitsAsThePlainSearch) {
         SCOPED_TRACE(lut.area.size());
         std::vector<std::pair<double, double>> points; // normalised
         for (int i = -1; i <= 401; ++i) {
-            for (int j = -1; j <= 401; ++j)
+            for (int j = -1; j <= 401; ++j) {
                 points.emplace_back(i / 400.0, j / 400.0);
+            }
         }
         for (const auto& triangle : mesh.triangles) {
             for (std::size_t k = 0; k < 3; ++k) {
                 const auto a = static_cast<std::size_t>(triangle[k]);
                 const auto b = static_cast<std::size_t>(triangle[(k + 1) % 3]);
-                for (const double t : {0.0, 1e-12, 1e-10, 0.25, 0.5, 1.0 / 3.0, 1.0 - 1e-10})
+                for (const double t : {0.0, 1e-12, 1e-10, 0.25, 0.5, 1.0 / 3.0, 1.0 - 1e-10}) {
                     points.emplace_back(mesh.x[a] + t * (mesh.x[b] - mesh.x[a]),
                                         mesh.y[a] + t * (mesh.y[b] - mesh.y[a]));
+                }
             }
         }
         std::mt19937_64 random(4);
-        for (int i = 0; i < 200000; ++i)
+        for (int i = 0; i < 200000; ++i) {
             points.emplace_back(static_cast<double>(random()) * 0x1p-64, static_cast<double>(random()) * 0x1p-64);
+        }
         std::size_t inside = 0;
         for (const auto& [x, y] : points) {
             const double area = mesh.xMin + x * mesh.xRange;

@@ -25,10 +25,11 @@ constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 void expectSame(const std::vector<double>& actual, const std::vector<double>& expected, double tolerance = 1e-12) {
     ASSERT_EQ(actual.size(), expected.size());
     for (std::size_t i = 0; i < actual.size(); ++i) {
-        if (std::isnan(expected[i]))
+        if (std::isnan(expected[i])) {
             EXPECT_TRUE(std::isnan(actual[i])) << i << ": " << actual[i];
-        else
+        } else {
             EXPECT_NEAR(actual[i], expected[i], tolerance * std::fabs(expected[i])) << i;
+        }
     }
 }
 
@@ -172,12 +173,14 @@ TEST_F(EModulusTest, IsoelasticPointsLieAtTheirLevel) {
                 area.push_back(a);
                 deform.push_back(d);
             }
-            for (std::size_t i = 1; i < area.size(); ++i)
+            for (std::size_t i = 1; i < area.size(); ++i) {
                 EXPECT_GT(area[i], area[i - 1]);
+            }
             reader_.setFeature("area_um", std::move(area));
             reader_.setFeature("deform", std::move(deform));
-            for (const double modulus : compute(corrected))
+            for (const double modulus : compute(corrected)) {
                 EXPECT_NEAR(modulus, line.value, 1e-3 * line.value);
+            }
         }
     }
 }
@@ -276,8 +279,9 @@ TEST(EModulusLutFile, FormatAndDamage) {
         std::ofstream(folder.file("table.txt"), std::ios::binary) << c.text;
         const auto lut = readLutFile(folder.file("table.txt"));
         ASSERT_TRUE(lut);
-        for (const auto* column : {&lut->area, &lut->deform, &lut->emodulus})
+        for (const auto* column : {&lut->area, &lut->deform, &lut->emodulus}) {
             EXPECT_EQ(column->size(), c.rows);
+        }
         EXPECT_EQ(std::tie(lut->channelWidth, lut->flowRate, lut->viscosity), std::tie(c.width, c.flow, c.viscosity));
     }
     EXPECT_FALSE(readLutFile(folder.path().string()));

@@ -49,8 +49,9 @@ TEST(EModulusViscosity, PixelationCorrection) {
                           {0.05, 200, 0.34, 0.0461997331415143},
                           {0.05, 50, 0.17, 0.0461997331415143},
                           {0.02, 10, 0.68, -0.00959482553729574}};
-    for (const Case& c : cases)
+    for (const Case& c : cases) {
         EXPECT_NEAR(pixelationCorrected(c.deform, c.area, c.pixelSize), c.expected, 1e-15) << c.area;
+    }
 }
 
 TEST(EModulusParams, FromMetadata) {

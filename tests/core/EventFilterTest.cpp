@@ -37,8 +37,9 @@ FilterRule polygon(Vertices vertices, int scaleX = 0, int scaleY = 0, bool inver
 
 EventFilter filterOf(const std::vector<FilterRule>& rules, int combineMode = EventFilter::ShowPassing) {
     EventFilter filter;
-    for (const FilterRule& rule : rules)
+    for (const FilterRule& rule : rules) {
         filter.addRule(rule);
+    }
     filter.setCombineMode(combineMode);
     return filter;
 }
@@ -51,8 +52,9 @@ TEST(PointInPolygon, EdgesBelongToTheSquareOnTheirLowSides) {
     } cases[] = {{1, 1, true},    {0, 1, true},    {2, 1, false},        {1, 0, true},         {1, 2, false},
                  {0, 0, true},    {2, 2, false},   {-1e-300, 1, false},  {3, 1, false},        {1, -1, false},
                  {nan, 1, false}, {1, nan, false}, {infinity, 1, false}, {-infinity, 1, false}};
-    for (const auto& c : cases)
+    for (const auto& c : cases) {
         EXPECT_EQ(pointInPolygon(c.x, c.y, square), c.inside) << c.x << ' ' << c.y;
+    }
     EXPECT_FALSE(pointInPolygon(0, 0, {}));
     // Even-odd: a point that is covered twice is outside.
     const Vertices twice{{0, 0}, {4, 0}, {4, 4}, {0, 4}, {0, 0}, {4, 0}, {4, 4}, {0, 4}};
@@ -148,16 +150,19 @@ public:
         const int corners = 3 + pick(12);
         for (int i = 0; i < corners; ++i) {
             vertices.emplace_back(offset + scale * normal_(random_), scale * normal_(random_));
-            if (pick(3) == 0)
+            if (pick(3) == 0) {
                 vertices.back().second = std::round(vertices.back().second / scale * 2.0) * scale / 2.0;
-            if (pick(5) == 0)
+            }
+            if (pick(5) == 0) {
                 vertices.back().first = vertices.front().first;
+            }
         }
         rule = polygon(vertices, pick(4), pick(4), pick(4) == 0);
         const auto [left, right] = std::minmax_element(vertices.begin(), vertices.end());
         const int count = 4000 + pick(3000);
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count; ++i) {
             addPoint(vertices, left->first, right->first, scale);
+        }
     }
 
     int pick(int below) { return std::uniform_int_distribution<int>(0, below - 1)(random_); }
@@ -186,10 +191,12 @@ private:
             px = vertices.front().first + 2.0 * scale * normal_(random_);
             py = 2.0 * scale * normal_(random_);
         }
-        if (pick(4) == 0)
+        if (pick(4) == 0) {
             px = std::nextafter(px, pick(2) ? infinity : -infinity);
-        if (pick(4) == 0)
+        }
+        if (pick(4) == 0) {
             py = std::nextafter(py, pick(2) ? infinity : -infinity);
+        }
         x.push_back(px);
         y.push_back(py);
     }
@@ -203,8 +210,9 @@ TEST(EventFilter, FastEvaluationAgreesWithThePlainOne) {
         RandomGate gate(seed);
         EventFilter filter;
         filter.addRule(gate.rule);
-        if (gate.pick(2) == 0)
+        if (gate.pick(2) == 0) {
             filter.addRule(range("x", gate.x[0], gate.x[1], gate.pick(2) == 0));
+        }
         filter.setCombineMode(gate.pick(3));
         const ColumnMap columns{{"x", &gate.x}, {"y", &gate.y}};
         EXPECT_EQ(filter.evaluate(columns, gate.x.size()), Plain::evaluate(filter, columns, gate.x.size())) << seed;

@@ -21,15 +21,18 @@ TEST(FeatureCatalogue, LabelsFollowTableOverrideAndFamily) {
     }
     // Unknown keys are their own labels.
     for (const char* key : {"", "fl", "fl1", "fl1_", "fl_max", "fl1max", "fl1_foo", "flx_max", "xfl1_max", "userdef",
-                            "userdef10", "userdefx", "my_feature", "image", "Deform", "deform "})
+                            "userdef10", "userdefx", "my_feature", "image", "Deform", "deform "}) {
         EXPECT_EQ(featureLabel(key, true), key);
+    }
 }
 
 TEST(FeatureCatalogue, OnlyPicturesAreNotScalar) {
-    for (const char* key : {"image", "mask", "contour"})
+    for (const char* key : {"image", "mask", "contour"}) {
         EXPECT_FALSE(isScalarFeature(key));
-    for (const char* key : {"deform", "my_feature", "images", "Mask", "trace", ""})
+    }
+    for (const char* key : {"deform", "my_feature", "images", "Mask", "trace", ""}) {
         EXPECT_TRUE(isScalarFeature(key));
+    }
 }
 
 } // namespace

@@ -18,8 +18,9 @@ TEST(FileSuffixTest, AddsTheChosenFiltersSuffixOnlyWhereNoneIs) {
         {"archive", "Archives (*.tar.gz)", "archive.tar.gz"},
         {"plot", "", "plot"},
     };
-    for (const auto& c : cases)
+    for (const auto& c : cases) {
         EXPECT_EQ(withFilterSuffix(c.name, c.filter).toStdString(), c.expected) << c.name << " " << c.filter;
+    }
 }
 
 } // namespace

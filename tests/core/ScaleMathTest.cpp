@@ -52,8 +52,9 @@ TEST(ScaleMath, SinglePointsAndGates) {
     EXPECT_NEAR(x, 100.0, 1e-12);
     EXPECT_NEAR(y, 1000.0, 1e-9);
     EXPECT_NEAR(scaleValue(std::exp(2.0), ScaleMode::Log), 2.0, 1e-15);
-    for (const double value : {0.0, -0.0, -5.0, nan, 1.0})
+    for (const double value : {0.0, -0.0, -5.0, nan, 1.0}) {
         EXPECT_EQ(scaleValue(value, ScaleMode::Log), 0.0);
+    }
     EXPECT_NEAR(scaleValue(-1000.0, ScaleMode::PseudoLog), -1.5, 1e-12);
     EXPECT_EQ(scaleValue(-5.0, ScaleMode::Linear), -5.0);
     EXPECT_EQ(scaleValue(-5.0, 7), -5.0);

@@ -35,8 +35,9 @@ void writeBytes(const std::string& path, const Bytes& bytes) {
 /// Everything that the program asks of a file.
 void readEverything(const std::string& path) {
     VQDReader reader;
-    if (!reader.open(path))
+    if (!reader.open(path)) {
         return;
+    }
     reader.readMetadata();
     reader.cacheAllFeatures();
     int width = 0;
@@ -44,8 +45,9 @@ void readEverything(const std::string& path) {
     for (const std::size_t index : {std::size_t{0}, std::size_t{5}, std::size_t{1} << 40}) {
         reader.getImage(index, &width, &height);
         reader.getMask(index, &width, &height);
-        for (const std::string& name : reader.traceNames())
+        for (const std::string& name : reader.traceNames()) {
             reader.getTrace(name, index);
+        }
     }
 }
 
@@ -65,10 +67,12 @@ Fate fateOf(const std::string& path) {
     int status = 0;
     rusage usage{};
     wait4(child, &status, 0, &usage);
-    if (WIFSIGNALED(status))
+    if (WIFSIGNALED(status)) {
         return WTERMSIG(status) == SIGALRM ? Fate::Hung : Fate::Crashed;
-    if (WEXITSTATUS(status) != 0)
+    }
+    if (WEXITSTATUS(status) != 0) {
         return Fate::Crashed;
+    }
 #ifdef __SANITIZE_THREAD__
     constexpr long overhead = 5; // of the sanitizer's own records
 #else
@@ -106,8 +110,9 @@ protected:
 
 TEST_F(DamagedFiles, WhatIsNoFileIsRefused) {
     std::string text = "area_um\tdeform\n";
-    for (int i = 0; i < 1000; ++i)
+    for (int i = 0; i < 1000; ++i) {
         text += "1.5\t0.1\n";
+    }
     const std::vector<Bytes> contents{{}, Bytes(5000, '\0'), Bytes(text.begin(), text.end()), Bytes(1, '\x89')};
     for (const Bytes& bytes : contents) {
         writeBytes(path_, bytes);
@@ -154,8 +159,9 @@ TEST_F(DamagedFiles, RandomBytes) {
     int crashed = 0;
     for (std::size_t i = 0; i < 300; ++i) {
         Bytes bytes = sound[i % 2];
-        for (std::size_t change = 0; change <= i % 5; ++change)
+        for (std::size_t change = 0; change <= i % 5; ++change) {
             bytes[random() % bytes.size()] = static_cast<char>(random() % 256);
+        }
         const Fate fate = fateOfBytes(bytes);
         EXPECT_TRUE(fate == Fate::Survived || fate == Fate::Crashed) << "file " << i << ": " << static_cast<int>(fate);
         crashed += fate == Fate::Crashed ? 1 : 0;
@@ -183,16 +189,18 @@ TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
         file.dataset("/events/mask", H5T_NATIVE_UINT8, {10, 100'000, 100'000}, nullptr, pictures);
         const hid_t samples = PlainFile::chunked({1, 1024});
         file.dataset("/events/trace/fl1_raw", H5T_NATIVE_INT16, {10, trillion}, nullptr, samples);
-        for (const hid_t list : {small, single, large, pictures, samples})
+        for (const hid_t list : {small, single, large, pictures, samples}) {
             H5Pclose(list);
+        }
     }
     testing::internal::CaptureStderr();
     ASSERT_TRUE(reader_.open(path_));
     EXPECT_EQ(reader_.eventCount(), 0U);
     EXPECT_EQ(testing::internal::GetCapturedStderr().find("Error determining event count: "), 0U);
     testing::internal::CaptureStderr();
-    for (const std::string name : {"a_trillion", "contiguous", "billion", "pieces", "large_chunk"})
+    for (const std::string name : {"a_trillion", "contiguous", "billion", "pieces", "large_chunk"}) {
         EXPECT_TRUE(reader_.getFeature(name).empty()) << name;
+    }
     int width = -1;
     EXPECT_TRUE(reader_.getImage(0, &width, &width).empty());
     EXPECT_TRUE(reader_.getMask(0, &width, &width).empty());
@@ -208,8 +216,9 @@ TEST_F(DamagedFiles, ManyUnwrittenColumnsStayWithinABudget) {
     {
         PlainFile file(path_);
         file.group("/events");
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 100; ++i) {
             file.dataset("/events/column" + std::to_string(i), H5T_NATIVE_UINT8, {4'000'000});
+        }
     }
     EXPECT_EQ(fateOf(path_), Fate::Survived); // all of them would take 3.2 GB
 }
@@ -222,14 +231,16 @@ TEST_F(DamagedFiles, EvenDataAreReadHoweverWellTheyCompress) {
         const hid_t list = PlainFile::chunked({500'000});
         H5Pset_shuffle(list);
         H5Pset_deflate(list, 9);
-        for (int i = 0; i < 80; ++i)
+        for (int i = 0; i < 80; ++i) {
             file.dataset("/events/column" + std::to_string(i), H5T_NATIVE_DOUBLE, {zeros.size()}, zeros.data(), list);
+        }
         H5Pclose(list);
     }
     EXPECT_LT(std::filesystem::file_size(path_), 1'000'000U); // for 320 MB of columns
     ASSERT_TRUE(reader_.open(path_));
-    for (int i = 0; i < 80; ++i)
+    for (int i = 0; i < 80; ++i) {
         ASSERT_EQ(reader_.getFeature("column" + std::to_string(i)).size(), zeros.size()) << i;
+    }
 }
 
 TEST_F(DamagedFiles, ChunksOfAnotherLengthThanDeclaredAreRefused) {
@@ -252,13 +263,15 @@ TEST_F(DamagedFiles, ChunksOfAnotherLengthThanDeclaredAreRefused) {
         file.chunk("/events/behind_unwritten", 100, eightZeros);
         file.dataset("/events/image", H5T_NATIVE_UINT8, {3, 16, 16}, nullptr, tiles);
         file.chunk("/events/image", 2, eightZeros);
-        for (const hid_t list : {packed, tiles})
+        for (const hid_t list : {packed, tiles}) {
             H5Pclose(list);
+        }
     }
     ASSERT_TRUE(reader_.open(path_));
     testing::internal::CaptureStderr();
-    for (const std::string name : {"plain", "packed", "swapped", "behind_unwritten"})
+    for (const std::string name : {"plain", "packed", "swapped", "behind_unwritten"}) {
         EXPECT_TRUE(reader_.getFeature(name).empty()) << name;
+    }
     int side = 0;
     EXPECT_EQ(reader_.getImage(1, &side, &side), std::vector<std::uint8_t>(256, 0)); // never written
     EXPECT_TRUE(reader_.getImage(2, &side, &side).empty());
@@ -351,8 +364,9 @@ TEST_F(DamagedFiles, WrongRanksAndKinds) {
     testing::internal::CaptureStderr();
     EXPECT_TRUE(reader_.getImage(1, &width, &width).empty());
     EXPECT_TRUE(reader_.getMask(1, &width, &width).empty());
-    for (const std::string name : {"fl1_raw", "fl2_raw", "fl3_raw"})
+    for (const std::string name : {"fl1_raw", "fl2_raw", "fl3_raw"}) {
         EXPECT_TRUE(reader_.getTrace(name, 1).empty()) << name;
+    }
     EXPECT_TRUE(reader_.getFeature("image").empty());
     EXPECT_TRUE(reader_.getFeature("").empty());
     EXPECT_TRUE(reader_.getFeature(".").empty());
@@ -376,8 +390,9 @@ TEST_F(DamagedFiles, ManyAttributesAndFeaturesAreQuick) {
         const double value = 1.0;
         for (int i = 0; i < 3000; ++i) {
             file.dataset("/events/c" + std::to_string(i), H5T_NATIVE_DOUBLE, {1}, &value);
-            if (i < 1000)
+            if (i < 1000) {
                 file.attribute("setup:a" + std::to_string(i), H5T_NATIVE_DOUBLE, &value);
+            }
         }
     }
     const auto start = std::chrono::steady_clock::now();

@@ -28,8 +28,9 @@ std::string toolsFolder() {
 /// The first interpreter that has h5py; not every one in the path does.
 std::string interpreter() {
     for (const std::string candidate : {"python3", "/usr/bin/python3"}) {
-        if (std::system((candidate + " -c 'import h5py' 2>/dev/null").c_str()) == 0)
+        if (std::system((candidate + " -c 'import h5py' 2>/dev/null").c_str()) == 0) {
             return candidate;
+        }
     }
     return {};
 }
@@ -45,10 +46,11 @@ protected:
         folder_ = std::make_unique<TemporaryFolder>();
         mkfifo(folder_->file("pipe.vqd").c_str(), 0600);
         const std::string python = interpreter();
-        if (!python.empty())
+        if (!python.empty()) {
             made_ = std::system(
                         (python + " '" + toolsFolder() + "/make_foreign_files.py' '" + folder_->path().string() + "'")
                             .c_str()) == 0;
+        }
     }
     static void TearDownTestSuite() { folder_.reset(); }
 
@@ -81,8 +83,9 @@ TEST_F(ForeignFiles, NumbersOfAllSizesAndByteOrders) {
         expectColumn("uint2" + order, {0, 1, 65534, 65535});
         expectColumn("uint4" + order, {0, 1, 4294967294.0, 4294967295.0});
         expectColumn("uint8" + order, {0, 1, twoTo53, std::ldexp(1.0, 63)});
-        for (const std::string size : {"2", "4", "8"})
+        for (const std::string size : {"2", "4", "8"}) {
             expectColumn("float" + size + order, {0.5, -2.0, nan, inf});
+        }
     }
     expectColumn("float_tenth", {static_cast<double>(0.1F)});
     expectColumn("long_double", {0.5, -2.0});
@@ -102,15 +105,18 @@ TEST_F(ForeignFiles, AllWaysOfStoringGiveTheSameColumn) {
     open("foreign_layouts.vqd");
     for (const std::string kind : {"f4", "f8", "i4"}) {
         std::vector<double> expected;
-        for (int i = 0; i < 50000; ++i)
+        for (int i = 0; i < 50000; ++i) {
             expected.push_back(kind == "i4" ? std::floor(0.25 * i) : 0.25 * i);
-        for (const std::string layout : {"contiguous_", "chunked_", "gzip_", "shuffle_", "checksum_", "growing_"})
+        }
+        for (const std::string layout : {"contiguous_", "chunked_", "gzip_", "shuffle_", "checksum_", "growing_"}) {
             EXPECT_EQ(reader_.getFeature(layout + kind), expected) << layout << kind;
+        }
     }
     const std::vector<double> oneByOne = reader_.getFeature("one_by_one");
     ASSERT_EQ(oneByOne.size(), 70000U);
-    for (std::size_t i = 0; i < oneByOne.size(); ++i)
+    for (std::size_t i = 0; i < oneByOne.size(); ++i) {
         ASSERT_EQ(oneByOne[i], static_cast<double>(i % 100)) << i;
+    }
     EXPECT_TRUE(reader_.getFeature("empty_contiguous").empty());
     EXPECT_TRUE(reader_.getFeature("empty_chunked").empty());
     expectColumn("unwritten", {7, 7, 7, 7, 7});
@@ -124,8 +130,9 @@ TEST_F(ForeignFiles, ChunksOfAnyShape) {
     for (std::size_t event = 0; event < 7; ++event) {
         std::vector<float> expected(12);
         std::iota(expected.begin(), expected.end(), static_cast<float>(event * 12));
-        for (const std::string& name : reader_.traceNames())
+        for (const std::string& name : reader_.traceNames()) {
             EXPECT_EQ(reader_.getTrace(name, event), expected) << name << " of event " << event;
+        }
     }
     for (std::size_t event = 0; event < 3; ++event) {
         int width = 0;

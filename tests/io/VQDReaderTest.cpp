@@ -26,8 +26,9 @@ extern "C" herr_t H5get_libversion(unsigned* major, unsigned* minor, unsigned* r
     using Function = herr_t (*)(unsigned*, unsigned*, unsigned*);
     static const auto original = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "H5get_libversion"));
     const herr_t status = original(major, minor, release);
-    if (pretendOtherLibrary)
+    if (pretendOtherLibrary) {
         ++*release;
+    }
     return status;
 }
 
@@ -69,8 +70,9 @@ TEST_F(Reader, ThreeByteIntegersAndWideEnumerations) {
         file.dataset("/events/three", three, {4}, bytes.data());
         H5Tclose(three);
         const hid_t wide = H5Tenum_create(H5T_NATIVE_INT32);
-        for (const int value : {-5, 7, 100000})
+        for (const int value : {-5, 7, 100000}) {
             H5Tenum_insert(wide, std::to_string(value).c_str(), &value);
+        }
         file.column("wide", wide, std::vector<std::int32_t>{-5, 7, 100000});
         H5Tclose(wide);
         file.column("huge", H5T_NATIVE_UINT64, std::vector<std::uint64_t>{5, ~0ULL});
@@ -113,8 +115,9 @@ TEST_F(Reader, FixedTextsLoseTheirPaddingOnly) {
     ASSERT_TRUE(reader_.open(path));
     VQDMetadata metadata;
     EXPECT_EQ(errorsOf([&] { metadata = reader_.readMetadata(); }), "");
-    for (const auto& one : cases)
+    for (const auto& one : cases) {
         EXPECT_EQ(metadata.allAttributes.at(one.name), one.expected) << one.name;
+    }
     EXPECT_EQ(metadata.allAttributes.at("setup:no pointer"), "");
 }
 
@@ -183,8 +186,9 @@ TEST_F(Reader, ImagesMasksAndTracesOneEventAtATime) {
         ASSERT_EQ(image.size(), 1200U);
         ASSERT_EQ(mask.size(), 1200U);
         // The file says so itself: bright exactly where the mask is. A wrong row or event would break it.
-        for (std::size_t i = 0; i < image.size(); ++i)
+        for (std::size_t i = 0; i < image.size(); ++i) {
             ASSERT_EQ(image[i] >= 160, mask[i] == 255) << i;
+        }
         EXPECT_NE(reader_.getMask(18, &width, &height), mask);
         EXPECT_EQ(reader_.getTrace("fl1_raw", 19).size(), 50U);
 
@@ -300,8 +304,9 @@ TEST_F(Reader, PreloadOnAThreadWhileAnotherReads) {
         EXPECT_EQ(reader_.getImage(7, &width, &height).size(), 64U);
     }
     preload.join();
-    for (const auto& [name, values] : expected)
+    for (const auto& [name, values] : expected) {
         EXPECT_EQ(reader_.getFeature(name), values) << name;
+    }
     const std::string silent = errorsOf([&] {
         std::thread other([&] { EXPECT_FALSE(VQDReader().open(folder_.file("missing.vqd"))); });
         other.join();

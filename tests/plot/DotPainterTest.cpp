@@ -115,8 +115,9 @@ Difference difference(const QImage& a, const QImage& b) {
         for (int x = 0; x < a.width(); ++x) {
             const QRgb p = a.pixel(x, y);
             const QRgb q = b.pixel(x, y);
-            if ((p & 0xffffff) == 0xffffff && (q & 0xffffff) == 0xffffff)
+            if ((p & 0xffffff) == 0xffffff && (q & 0xffffff) == 0xffffff) {
                 continue;
+            }
             const double pixel =
                 (std::abs(qRed(p) - qRed(q)) + std::abs(qGreen(p) - qGreen(q)) + std::abs(qBlue(p) - qBlue(q))) / 3.0;
             result.mean += pixel;

@@ -74,10 +74,11 @@ TEST_F(ImageViewerTest, ClearsTheViewUnlessTheBytesFillTheFrame) {
                           {12, 0, 65536, 65536, false} /* does not wrap */};
     for (const Case& c : cases) {
         viewer.setImage(Bytes(4, 9), 2, 2, "earlier");
-        if (c.mask == 0)
+        if (c.mask == 0) {
             viewer.setImage(Bytes(c.pixels, 50), c.width, c.height, "Event 1");
-        else
+        } else {
             viewer.setImageWithMask(Bytes(c.pixels, 50), Bytes(c.mask, 1), c.width, c.height, "Event 1");
+        }
         EXPECT_EQ(info(), c.valid ? "Event 1" : "No Image") << c.pixels << " " << c.width << " x " << c.height;
         EXPECT_EQ(shown().isNull(), !c.valid);
     }
@@ -87,16 +88,18 @@ TEST_F(ImageViewerTest, StretchesContrastAndTintsTheMask) {
     viewer.actualSize();
     viewer.setImage({50, 60, 100, 150}, 4, 1, "");
     const int plain[] = {50, 60, 100, 150};
-    for (int x = 0; x < 4; ++x)
+    for (int x = 0; x < 4; ++x) {
         EXPECT_EQ(grayAt(x, 0), plain[x]);
+    }
 
     QSignalSpy toggled(&viewer, &ImageViewer::autoContrastToggled);
     child<QCheckBox>("autoContrastCheck")->click();
     EXPECT_TRUE(viewer.isAutoContrast());
     ASSERT_EQ(toggled.count(), 1);
     const int stretched[] = {0, 26, 128, 255}; // (v - 50) * 2.55: 0, 25.5 and 127.5 to even, 255
-    for (int x = 0; x < 4; ++x)
+    for (int x = 0; x < 4; ++x) {
         EXPECT_NEAR(grayAt(x, 0), stretched[x], 1);
+    }
 
     // Tinted after the stretch: 0.7 v + 0.3 (254, 204, 0); every non-zero byte is inside.
     viewer.setImageWithMask({50, 60, 100, 150}, {1, 0, 0, 255}, 4, 1, "");
@@ -118,11 +121,13 @@ TEST_F(ImageViewerTest, ZoomsBySteppingWithinItsLimits) {
     EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 1.25);
     EXPECT_EQ(shown().size(), QSize(25, 12)); // 12.5 is cut off
     EXPECT_EQ(child<QLabel>("imageLabel")->size(), QSize(25, 12));
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) {
         viewer.zoomIn();
+    }
     EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 10.0);
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 40; ++i) {
         viewer.zoomOut();
+    }
     EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 0.1);
     EXPECT_EQ(shown().size(), QSize(2, 1));
 

@@ -15,8 +15,9 @@ namespace {
 
 QList<double> steps(double from, double to, double by) {
     QList<double> values;
-    for (double value = from; value <= to; value += by)
+    for (double value = from; value <= to; value += by) {
         values += value;
+    }
     return values;
 }
 

@@ -79,8 +79,9 @@ TEST(ColorMaps, FollowTheirStopsAndFallBackToTheFirst) {
     } rows[] = {{0, 0.0, {68, 1, 84}},     {0, 0.75, {94, 201, 98}}, {1, 0.25, {0, 255, 255}},
                 {2, 0.6, {0, 255, 0}},     {3, 1.0, {240, 249, 33}}, {4, 0.5, {104, 193, 194}},
                 {5, 0.5, {128, 128, 128}}, {9, 0.0, {68, 1, 84}},    {-1, 1.0, {253, 231, 37}}};
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(mapColor(row.index, row.position), row.color) << row.index << " at " << row.position;
+    }
 }
 
 TEST_F(ScatterPlotTest, ColorsMustMatchThePoints) {
@@ -231,8 +232,9 @@ TEST_F(ScatterPlotTest, NearestPointIsWithinFivePercent) {
         QPointF position;
         int found;
     } rows[] = {{{54, 50}, 1}, {{50, 46}, 1}, {{56, 50}, -1}, {{53, 53}, 1}, {{54, 54}, -1}, {{50, 50}, 1}};
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(plot.findNearestPoint(row.position), row.found) << row.position.x() << ", " << row.position.y();
+    }
 }
 
 TEST_F(ScatterPlotTest, NearestPointAgreesWithTheDefinitionOnEveryScale) {

@@ -16,8 +16,9 @@ constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 QList<QwtPlotCurve*> curvesOf(const QwtPlot& plot) {
     QList<QwtPlotCurve*> curves;
-    for (QwtPlotItem* item : plot.itemList(QwtPlotItem::Rtti_PlotCurve))
+    for (QwtPlotItem* item : plot.itemList(QwtPlotItem::Rtti_PlotCurve)) {
         curves << static_cast<QwtPlotCurve*>(item);
+    }
     return curves;
 }
 
@@ -29,8 +30,9 @@ TEST(WavelengthColorTest, FollowsThePiecewiseSpectrum) {
                                             {525, {74, 255, 0}},                             // r = 15/70
                                             {593, {255, 213, 0}},                            // g = 52/65
                                             {740, {180, 0, 0}},     {781, {128, 128, 128}}}; // f = 0.65
-    for (const auto& [wavelength, color] : cases)
+    for (const auto& [wavelength, color] : cases) {
         EXPECT_EQ(wavelengthColor(wavelength).name().toStdString(), color.name().toStdString()) << wavelength;
+    }
 }
 
 TEST(TracePlotTest, ChannelsTakeNamesColoursAndOffsets) {

@@ -41,9 +41,10 @@ TEST(DatasetFolderTreeTest, ShowsTheDeepestLevelsOfEachBranch) {
         {mixed, 2, "q{r{0} 5} s{1} 2 3 4"},
         {mixed, 4, "x{p{q{r{0} 5}} s{1}} 2 3 4"},
     };
-    for (const Case& c : cases)
+    for (const Case& c : cases) {
         EXPECT_EQ(asText(buildDatasetFolderTree(c.paths, c.depth)), c.expected)
             << c.paths.join(' ').toStdString() << " at depth " << c.depth;
+    }
 }
 
 } // namespace

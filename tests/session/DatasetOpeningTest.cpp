@@ -39,8 +39,9 @@ TEST(DatasetOpeningTest, DroppedFoldersAreSearchedAndOtherFilesPassedOver) {
     const TemporaryFolder folder;
     const QString root = QString::fromStdString(folder.path().string());
     for (const char* name : {"/drop/z.vqd", "/drop/run 2/a.vqd", "/drop/run 2/deep/b.vqd", "/drop/run 10/c.vqd",
-                             "/drop/notes.txt", "/drop/run 10/c.vqd.bak", "/LOUD.VQD", "/text.txt"})
+                             "/drop/notes.txt", "/drop/run 10/c.vqd.bak", "/LOUD.VQD", "/text.txt"}) {
         touch(root + name);
+    }
     std::filesystem::create_directory_symlink(folder.path() / "drop", folder.path() / "drop" / "run 2" / "loop");
 
     const QList<QUrl> urls{QUrl::fromLocalFile(root + "/text.txt"), QUrl::fromLocalFile(root + "/LOUD.VQD"),

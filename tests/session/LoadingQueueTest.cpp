@@ -81,8 +81,9 @@ TEST(LoadingQueueTest, RowsKeepPointingAtTheSameDatasetsThroughRemovalsAndMoves)
         }
         EXPECT_EQ(byIds.idAt(queue.finish()), byIds.loading);
         std::vector<int> waiting;
-        for (auto step = queue.takeNext(); step.kind == Kind::Preload; step = queue.takeNext())
+        for (auto step = queue.takeNext(); step.kind == Kind::Preload; step = queue.takeNext()) {
             waiting.push_back(byIds.idAt(step.row));
+        }
         EXPECT_EQ(waiting, byIds.waiting) << "seed " << seed;
     }
 }

@@ -30,8 +30,9 @@ public:
         entry->filePath = folder_.file(std::to_string(entry->id) + ".vqd");
         writeSampleFile(entry->filePath, options);
         entry->reader = std::make_shared<VQDReader>();
-        if (!entry->reader->open(entry->filePath))
+        if (!entry->reader->open(entry->filePath)) {
             throw std::runtime_error("the sample file does not open");
+        }
         entry->displayName = QStringLiteral("dataset %1").arg(entry->id);
         entry->featuresLoaded = true;
         return *session.datasetAt(session.append(std::move(entry)));

@@ -12,14 +12,16 @@ const Columns threeEvents{{"area_um", {10, 20, 30}}, {"deform", {0.1, 0.2, 0.3}}
 
 /// Listed entries without files, for what doesn't look into them.
 void appendEmpty(Session& session, int count) {
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         session.append(session.newEntry());
+    }
 }
 
 std::vector<int> idsOf(const Session& session) {
     std::vector<int> ids;
-    for (const auto& entry : session.datasets())
+    for (const auto& entry : session.datasets()) {
         ids.push_back(entry->id);
+    }
     return ids;
 }
 
@@ -172,8 +174,9 @@ TEST(SessionTest, EffectiveFilterJoinsOwnAndGroupRulesUnderTheOwnSwitches) {
 class PeersTest : public testing::Test {
 protected:
     PeersTest() {
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 3; ++i) {
             storePlotSettings(common, builder.add(threeEvents));
+        }
     }
 
     DatasetEntry& at(int row) { return *session.datasetAt(row); }
@@ -212,8 +215,9 @@ TEST_F(PeersTest, ANewDatasetTakesSwitchesWhereTheOthersAgree) {
     at(0).filter.setEnabled(false);
     at(1).filter.setEnabled(false);
     at(2).filter.setEnabled(true);
-    for (int row = 0; row < 3; ++row)
+    for (int row = 0; row < 3; ++row) {
         at(row).filter.setCombineMode(1);
+    }
     DatasetEntry& added = builder.add(threeEvents);
     session.inheritPeerSettings(added, common);
     EXPECT_TRUE(added.filter.isEnabled()) << "the others disagree";

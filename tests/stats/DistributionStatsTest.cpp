@@ -51,8 +51,9 @@ TEST(DistributionStats, QuantilesEqualThoseOfASortedCopy) {
     for (std::size_t count = 1; count < 300; ++count) {
         std::vector<double> values(count);
         // Every third sample is full of ties.
-        for (double& value : values)
+        for (double& value : values) {
             value = count % 3 == 0 ? static_cast<double>(random() % 5) : static_cast<double>(random()) / 1e12 - 5e6;
+        }
         const DistributionStats stats = computeDistributionStats(values);
         std::sort(values.begin(), values.end());
         ASSERT_EQ(stats.q1, sortedQuantile(values, 0.25)) << count;
@@ -61,8 +62,9 @@ TEST(DistributionStats, QuantilesEqualThoseOfASortedCopy) {
     }
     // Selection must not run away on values that have no order.
     std::vector<double> values(1000, std::numeric_limits<double>::quiet_NaN());
-    for (std::size_t i = 0; i < values.size(); i += 3)
+    for (std::size_t i = 0; i < values.size(); i += 3) {
         values[i] = static_cast<double>(i);
+    }
     EXPECT_TRUE(std::isnan(computeDistributionStats(values).mean));
 }
 

@@ -32,15 +32,17 @@ inline Values histogram(const Values& x, const Values& y, int size, double xOrig
     for (std::size_t i = 0; i < x.size(); ++i) {
         const std::size_t bin = binOf((y[i] - yOrigin) / yStep, size) * width + binOf((x[i] - xOrigin) / xStep, size);
         counts[bin] += 1.0;
-        if (bins)
+        if (bins) {
             bins->push_back(bin);
+        }
     }
     return counts;
 }
 
 inline int optimalGridSize(const Values& x, const Values& y) {
-    if (x.size() < 4)
+    if (x.size() < 4) {
         return 32;
+    }
     const double xMin = *std::min_element(x.begin(), x.end());
     const double yMin = *std::min_element(y.begin(), y.end());
     const double xExtent = extent(x);
@@ -50,8 +52,9 @@ inline int optimalGridSize(const Values& x, const Values& y) {
     int previous = 0;
     for (int k = 0; k < 20; ++k) {
         const int n = static_cast<int>(std::lround(std::exp(k * 2.7725888 / 19 + 3.4657359)));
-        if (n == previous)
+        if (n == previous) {
             continue;
+        }
         previous = n;
         const double dx = xExtent / n;
         const double dy = yExtent / n;
@@ -59,8 +62,9 @@ inline int optimalGridSize(const Values& x, const Values& y) {
         const double cells = static_cast<double>(counts.size());
         const double mean = static_cast<double>(x.size()) / cells;
         double variance = 0.0;
-        for (const double count : counts)
+        for (const double count : counts) {
             variance += (count - mean) * (count - mean);
+        }
         variance /= cells;
         const double cost = (2.0 * mean - variance) / ((dx * dy) * (dx * dy));
         if (cost < bestCost) {
@@ -72,8 +76,9 @@ inline int optimalGridSize(const Values& x, const Values& y) {
 }
 
 inline double quantile(const Values& sorted, double q) {
-    if (sorted.empty())
+    if (sorted.empty()) {
         return 0.0;
+    }
     const double position = q * static_cast<double>(sorted.size() - 1);
     const auto i = static_cast<std::size_t>(std::floor(position));
     const double part = position - std::floor(position);
@@ -83,17 +88,20 @@ inline double quantile(const Values& sorted, double q) {
 inline double bandwidth(const Values& values) {
     Values sorted = values;
     std::sort(sorted.begin(), sorted.end());
-    if (sorted.front() == sorted.back())
+    if (sorted.front() == sorted.back()) {
         return 1.0;
+    }
     const double iqr = quantile(sorted, 0.75) - quantile(sorted, 0.25);
     const auto count = static_cast<double>(values.size());
     double mean = 0.0;
-    for (const double v : values)
+    for (const double v : values) {
         mean += v;
+    }
     mean /= count;
     double squares = 0.0;
-    for (const double v : values)
+    for (const double v : values) {
         squares += (v - mean) * (v - mean);
+    }
     const double deviation = std::sqrt(squares / count);
     const double h = std::pow(count, -1.0 / 6.0) * (iqr > 0.0 ? std::min(iqr / 1.34, deviation) : deviation);
     return h > 0.0 ? h : 1.0;
@@ -108,17 +116,19 @@ inline Values smoothed(const Values& values, int size, double cells, int stride)
         taps.push_back(std::exp(-0.5 * (k / cells) * (k / cells)));
         sum += taps.back();
     }
-    for (double& tap : taps)
+    for (double& tap : taps) {
         tap /= sum;
+    }
     Values result(values.size());
     for (int row = 0; row < size; ++row) {
         for (int column = 0; column < size; ++column) {
             const int place = stride == 1 ? column : row;
             const int cell = row * size + column;
             double total = 0.0;
-            for (int k = std::max(-radius, place - size + 1); k <= std::min(radius, place); ++k)
+            for (int k = std::max(-radius, place - size + 1); k <= std::min(radius, place); ++k) {
                 total +=
                     taps[static_cast<std::size_t>(k + radius)] * values[static_cast<std::size_t>(cell - k * stride)];
+            }
             result[static_cast<std::size_t>(cell)] = total;
         }
     }

@@ -31,8 +31,9 @@ public:
                  hid_t properties = H5P_DEFAULT) {
         const hid_t space = checked(H5Screate_simple(static_cast<int>(extent.size()), extent.data(), nullptr));
         const hid_t made = checked(H5Dcreate2(file_, path.c_str(), type, space, H5P_DEFAULT, properties, H5P_DEFAULT));
-        if (data != nullptr)
+        if (data != nullptr) {
             checked(H5Dwrite(made, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, data));
+        }
         H5Dclose(made);
         H5Sclose(space);
     }
@@ -73,8 +74,9 @@ public:
     }
 
     static hid_t checked(hid_t id) {
-        if (id < 0)
+        if (id < 0) {
             throw std::runtime_error("cannot write the test file");
+        }
         return id;
     }
 

@@ -15,8 +15,9 @@ inline bool pointInPolygon(double x, double y, const std::vector<std::pair<doubl
     for (std::size_t i = 0; i < vertices.size(); j = i++) {
         const auto [xi, yi] = vertices[i];
         const auto [xj, yj] = vertices[j];
-        if ((yi > y) != (yj > y) && (xj - xi) * (y - yi) / (yj - yi) + xi > x)
+        if ((yi > y) != (yj > y) && (xj - xi) * (y - yi) / (yj - yi) + xi > x) {
             inside = !inside;
+        }
     }
     return inside;
 }
@@ -33,14 +34,16 @@ inline std::vector<int> evaluate(const EventFilter& filter, const ColumnMap& col
     std::vector<Prepared> ranges;
     std::vector<Prepared> polygons;
     for (const FilterRule& rule : filter.rules()) {
-        if (!rule.enabled)
+        if (!rule.enabled) {
             continue;
+        }
         if (rule.type == FilterRule::Range) {
             ranges.push_back({&rule, columns.at(rule.featureName)->data(), nullptr, {}});
         } else if (rule.polygonVertices.size() > 2) {
             Prepared polygon{&rule, columns.at(rule.featureName)->data(), columns.at(rule.featureNameY)->data(), {}};
-            for (const auto& [x, y] : rule.polygonVertices)
+            for (const auto& [x, y] : rule.polygonVertices) {
                 polygon.vertices.emplace_back(scaleValue(x, rule.scaleXMode), scaleValue(y, rule.scaleYMode));
+            }
             polygons.push_back(std::move(polygon));
         }
     }
@@ -64,8 +67,9 @@ inline std::vector<int> evaluate(const EventFilter& filter, const ColumnMap& col
             passed = inside != rule.inverted;
         }
         const bool anyRule = !ranges.empty() || !polygons.empty();
-        if (!anyRule || passed != excluded)
+        if (!anyRule || passed != excluded) {
             result.push_back(static_cast<int>(i));
+        }
     }
     return result;
 }

@@ -19,8 +19,9 @@ double uniform(std::mt19937& random) {
 /// About normal with mean 0 and deviation 1: the sum of twelve uniform values.
 double bell(std::mt19937& random) {
     double sum = -6.0;
-    for (int i = 0; i < 12; ++i)
+    for (int i = 0; i < 12; ++i) {
         sum += uniform(random);
+    }
     return sum;
 }
 
@@ -40,10 +41,12 @@ void writeAttributes(PlainFile& file, const SampleFileOptions& options) {
         {"fluorescence:channel 3 name", "700/75"},
         {"fluorescence:baseline 1 offset", 0.0},
         {"fluorescence:sample rate", 312500}};
-    for (const auto& [name, value] : options.textAttributes)
+    for (const auto& [name, value] : options.textAttributes) {
         attributes[name] = value;
-    for (const auto& [name, value] : options.numberAttributes)
+    }
+    for (const auto& [name, value] : options.numberAttributes) {
         attributes[name] = value;
+    }
     const hid_t textType = PlainFile::checked(H5Tcopy(H5T_C_S1));
     PlainFile::checked(H5Tset_size(textType, H5T_VARIABLE));
     PlainFile::checked(H5Tset_cset(textType, H5T_CSET_UTF8));
@@ -57,8 +60,9 @@ void writeAttributes(PlainFile& file, const SampleFileOptions& options) {
             file.attribute(name, H5T_NATIVE_INT64, std::get_if<std::int64_t>(&value));
         }
     }
-    for (const auto& [name, values] : options.polygons)
+    for (const auto& [name, values] : options.polygons) {
         file.attribute(name, H5T_NATIVE_FLOAT, values.data(), {values.size() / 2, 2});
+    }
     H5Tclose(textType);
 }
 
@@ -73,8 +77,9 @@ void writeDataset(PlainFile& file, const std::string& name, hid_t type, const st
         PlainFile::checked(H5Pset_deflate(properties, 5));
     }
     file.dataset("/events/" + name, type, extent, data, properties);
-    if (properties != H5P_DEFAULT)
+    if (properties != H5P_DEFAULT) {
         H5Pclose(properties);
+    }
 }
 
 void writePictures(PlainFile& file, const SampleFileOptions& options) {
@@ -99,10 +104,12 @@ void writePictures(PlainFile& file, const SampleFileOptions& options) {
         }
     }
     const std::vector<hsize_t> extent{options.events, height, width};
-    if (options.images)
+    if (options.images) {
         writeDataset(file, "image", H5T_NATIVE_UINT8, extent, images.data(), options.gzip);
-    if (options.masks)
+    }
+    if (options.masks) {
         writeDataset(file, "mask", H5T_NATIVE_UINT8, extent, masks.data(), options.gzip);
+    }
 }
 
 void writeTraces(PlainFile& file, const SampleFileOptions& options) {
@@ -165,16 +172,21 @@ void writeSampleFile(const std::string& path, const SampleFileOptions& options) 
     writeAttributes(file, options);
     file.group("/events");
     std::map<std::string, std::vector<double>> columns;
-    if (options.defaultColumns)
+    if (options.defaultColumns) {
         columns = sampleColumns(options.events, options.seed);
-    for (const auto& [name, values] : options.columns)
+    }
+    for (const auto& [name, values] : options.columns) {
         columns[name] = values;
-    for (const auto& [name, values] : columns)
+    }
+    for (const auto& [name, values] : columns) {
         writeDataset(file, name, H5T_NATIVE_DOUBLE, {values.size()}, values.data(), options.gzip);
-    if (options.images || options.masks)
+    }
+    if (options.images || options.masks) {
         writePictures(file, options);
-    if (options.traces)
+    }
+    if (options.traces) {
         writeTraces(file, options);
+    }
 }
 
 } // namespace Tessaly

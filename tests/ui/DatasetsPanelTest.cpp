@@ -25,8 +25,9 @@ TEST(DatasetDragTest, RowsAndPayload) {
     EXPECT_EQ(dropTargetRow(3, true, 4), 4);
     EXPECT_EQ(dropTargetRow(-1, false, 4), 4);
     // Onto itself, and onto the lower half of the row above or the upper half of the row below.
-    for (const int target : {1, 2, 3, 4})
+    for (const int target : {1, 2, 3, 4}) {
         EXPECT_EQ(moveChangesOrder(2, target), target == 1 || target == 4);
+    }
     EXPECT_EQ(datasetIdOf(std::unique_ptr<QMimeData>(datasetMimeData(12)).get()), 12);
     QMimeData other;
     other.setText("12");

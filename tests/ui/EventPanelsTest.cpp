@@ -34,8 +34,9 @@ TEST(MetadataPanelTest, GroupsBySectionInOrder) {
     for (int i = 0; i < panel.topLevelItemCount(); ++i) {
         const QTreeWidgetItem* section = panel.topLevelItem(i);
         lines << section->text(0);
-        for (int j = 0; j < section->childCount(); ++j)
+        for (int j = 0; j < section->childCount(); ++j) {
             lines << section->child(j)->text(0) + "=" + section->child(j)->text(1);
+        }
     }
     EXPECT_EQ(lines, QStringList({"Experiment", "sample=<b>S</b>", "Setup", "channel width=20", "flow rate=0.06",
                                   "Export", "software=x", "Other", "plain=1", "setupx:y=2", "user:note=a:b"}));
@@ -48,8 +49,9 @@ TEST(StatisticsDockWidgetTest, ListsTheFiguresOfBothAxes) {
     const auto* table = panel.findChild<QTreeWidget*>();
     const auto column = [table](int index) {
         QStringList texts(table->headerItem()->text(index));
-        for (int i = 0; i < table->topLevelItemCount(); ++i)
+        for (int i = 0; i < table->topLevelItemCount(); ++i) {
             texts << table->topLevelItem(i)->text(index);
+        }
         return texts;
     };
     panel.updateStatistics({1, 2}, {1000000, 4}, "Area", "Deformation");

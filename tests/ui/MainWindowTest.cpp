@@ -83,8 +83,9 @@ protected:
     void drop(const QStringList& paths) {
         QMimeData data;
         QList<QUrl> urls;
-        for (const QString& path : paths)
+        for (const QString& path : paths) {
             urls << QUrl::fromLocalFile(path);
+        }
         data.setUrls(urls);
         QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(window.get(), &enter);
@@ -149,16 +150,18 @@ TEST_F(MainWindowTest, ShowsAnOpenedFile) {
 }
 
 TEST_F(MainWindowTest, LoadsADroppedFolderOneFileAfterTheOther) {
-    for (const char* name : {"b", "a", "c"})
+    for (const char* name : {"b", "a", "c"}) {
         sample(name);
+    }
     std::filesystem::create_directories(folder.path() / "aa");
     std::filesystem::rename(folder.path() / "c.vqd", folder.path() / "aa" / "c.VQD");
     std::ofstream(folder.path() / "note.txt") << "text";
     drop({QString::fromStdString(folder.path().string()), QString::fromStdString(folder.file("a.vqd"))});
     ASSERT_TRUE(waitUntilLoaded(3)); // the file that comes twice doesn't hold up those behind it
     QStringList names;
-    for (const auto& entry : window->datasets())
+    for (const auto& entry : window->datasets()) {
         names << entry->displayName;
+    }
     EXPECT_EQ(names, QStringList({"a", "c", "b"}));
     EXPECT_EQ(window->activeDatasetId(), window->datasets().back()->id);
     EXPECT_EQ(panels().datasets->currentRow(), 2);
@@ -418,8 +421,9 @@ TEST_F(MainWindowTest, EveryControlHasANameForProgramsAndPeople) {
                                    !(widget->focusPolicy() & Qt::TabFocus) ||
                                    qobject_cast<QAbstractSpinBox*>(widget->parentWidget()) ||
                                    qobject_cast<QTabBar*>(widget);
-        if (partOfAnother)
+        if (partOfAnother) {
             continue;
+        }
         const std::string what = widget->metaObject()->className() + (" " + widget->objectName().toStdString());
         EXPECT_FALSE(widget->objectName().isEmpty()) << what;
         const QAccessibleInterface* interface = QAccessible::queryAccessibleInterface(widget);

@@ -82,8 +82,9 @@ TEST_F(PlotSettingsPanelTest, ReportsWhatTheUserChanges) {
     QSignalSpy xScale(&panel, &PlotSettingsPanel::xScaleChanged);
     QSignalSpy yScale(&panel, &PlotSettingsPanel::yScaleChanged);
     QSignalSpy contours(&panel, &PlotSettingsPanel::contoursChanged);
-    for (const char* name : {"xFeatureCombo", "yFeatureCombo", "colorFeatureCombo"})
+    for (const char* name : {"xFeatureCombo", "yFeatureCombo", "colorFeatureCombo"}) {
         QTest::keyClick(combo(name), name[0] == 'y' ? Qt::Key_Up : Qt::Key_Down);
+    }
     EXPECT_EQ(changed.count(), 3);
     QTest::keyClick(combo("xScaleCombo"), Qt::Key_Down);
     QTest::keyClick(combo("yScaleCombo"), Qt::Key_End);
@@ -130,8 +131,9 @@ TEST_F(PlotSettingsPanelTest, NothingIsClippedAtAnyWidth) {
             QApplication::processEvents();
             EXPECT_EQ(panel.width(), width); // no content forces it wider
             for (const QWidget* child : panel.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
-                if (!child->isVisible() || qobject_cast<const QComboBox*>(child))
+                if (!child->isVisible() || qobject_cast<const QComboBox*>(child)) {
                     continue;
+                }
                 EXPECT_GE(child->width(), child->minimumSizeHint().width()) << child->objectName().toStdString();
                 EXPECT_TRUE(panel.rect().contains(child->geometry())) << child->objectName().toStdString() << width;
             }

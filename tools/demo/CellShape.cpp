@@ -20,8 +20,9 @@ long long turn(Corner a, Corner b, Corner c) {
 
 /// Adds a corner to a chain that turns in one direction only.
 void extendChain(std::vector<Corner>& chain, Corner corner, int direction) {
-    while (chain.size() >= 2 && direction * turn(chain[chain.size() - 2], chain.back(), corner) <= 0)
+    while (chain.size() >= 2 && direction * turn(chain[chain.size() - 2], chain.back(), corner) <= 0) {
         chain.pop_back();
+    }
     chain.push_back(corner);
 }
 
@@ -32,8 +33,9 @@ double distance(Corner a, Corner b) {
 double score(const CellTarget& target, const HullMeasure& measure, const ModulusMap& map) {
     const double area = measure.area * map.params().pixelSize * map.params().pixelSize;
     const double areaError = std::fabs(area / target.area - 1.0);
-    if (target.modulus <= 0.0)
+    if (target.modulus <= 0.0) {
         return areaError + std::fabs(measure.deform() - target.deform);
+    }
     const double modulusError = std::fabs(map.modulusOf(area, measure.deform()) / target.modulus - 1.0);
     return std::isnan(modulusError) ? 1e3 : std::max(modulusError, 2.0 * areaError);
 }
@@ -50,8 +52,9 @@ std::vector<RowSpan> rasterise(const CellOutline& outline) {
         const double left =
             outline.x - outline.rear * std::pow(1.0 - std::pow(t, outline.bluntness), 1.0 / outline.bluntness);
         const RowSpan span{y, static_cast<int>(std::ceil(left)), static_cast<int>(std::floor(right))};
-        if (span.left <= span.right)
+        if (span.left <= span.right) {
             spans.push_back(span);
+        }
     }
     return spans;
 }

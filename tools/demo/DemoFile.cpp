@@ -15,8 +15,9 @@ class Handle {
 public:
     Handle() = default;
     Handle(hid_t id, herr_t (*closeFunction)(hid_t), const char* what) : id_(id), close_(closeFunction) {
-        if (id < 0)
+        if (id < 0) {
             throw std::runtime_error(std::string("cannot make ") + what);
+        }
     }
     Handle(Handle&& other) noexcept : id_(std::exchange(other.id_, -1)), close_(other.close_) {}
     Handle& operator=(Handle&& other) noexcept {
@@ -25,13 +26,15 @@ public:
         return *this;
     }
     ~Handle() {
-        if (id_ >= 0)
+        if (id_ >= 0) {
             close_(id_);
+        }
     }
     operator hid_t() const { return id_; }
     void close() {
-        if (id_ >= 0 && close_(std::exchange(id_, -1)) < 0)
+        if (id_ >= 0 && close_(std::exchange(id_, -1)) < 0) {
             throw std::runtime_error("cannot write the file to the end");
+        }
     }
 
 private:
@@ -40,8 +43,9 @@ private:
 };
 
 void check(herr_t status, const char* what) {
-    if (status < 0)
+    if (status < 0) {
         throw std::runtime_error(std::string("cannot write ") + what);
+    }
 }
 
 hid_t storedType(StoredType type) {
@@ -68,8 +72,9 @@ Handle makeDataset(hid_t parent, const char* name, hid_t type, const std::vector
     const Handle properties(H5Pcreate(H5P_DATASET_CREATE), H5Pclose, "properties");
     if (!chunk.empty()) {
         check(H5Pset_chunk(properties, static_cast<int>(chunk.size()), chunk.data()), name);
-        if (H5Tget_size(type) > 1)
+        if (H5Tget_size(type) > 1) {
             check(H5Pset_shuffle(properties), name);
+        }
         check(H5Pset_deflate(properties, level), name);
     }
     return Handle(H5Dcreate2(parent, name, type, space, H5P_DEFAULT, properties, H5P_DEFAULT), H5Dclose, name);
@@ -120,15 +125,17 @@ DemoFile::DemoFile(const std::string& path, std::size_t events, FrameSize frames
             makeDataset(d.events, column.name, storedType(column.type), {count},
                         packed ? std::vector<hsize_t>{std::min<hsize_t>(count, 16384)} : std::vector<hsize_t>{}, 4));
     }
-    if (frames.width == 0)
+    if (frames.width == 0) {
         return;
+    }
     const auto height = static_cast<hsize_t>(frames.height);
     const auto width = static_cast<hsize_t>(frames.width);
     d.images = makeDataset(d.events, "image", H5T_STD_U8LE, {count, height, width}, {1, height, width}, 1);
     d.masks = makeDataset(d.events, "mask", H5T_STD_U8LE, {count, height, width}, {1, height, width}, 1);
     const Handle group(H5Gcreate2(d.events, "trace", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT), H5Gclose, "traces");
-    for (const char* name : {"fl1_raw", "fl1_median", "fl2_raw", "fl2_median", "fl3_raw", "fl3_median"})
+    for (const char* name : {"fl1_raw", "fl1_median", "fl2_raw", "fl2_median", "fl3_raw", "fl3_median"}) {
         d.traces.push_back(makeDataset(group, name, H5T_STD_I16LE, {count, traceSamples}, {16, traceSamples}, 1));
+    }
 }
 
 DemoFile::~DemoFile() = default;
@@ -162,26 +169,31 @@ void DemoFile::write(const EventBatch& batch) {
     const hsize_t count = batch.scalars.size();
     std::vector<double> column(batch.scalars.size());
     for (std::size_t k = 0; k < FeatureCount; ++k) {
-        for (std::size_t i = 0; i < column.size(); ++i)
+        for (std::size_t i = 0; i < column.size(); ++i) {
             column[i] = batch.scalars[i].at(k);
+        }
         writeRows(impl_->columns[k], H5T_NATIVE_DOUBLE, batch.first, {count}, column.data());
     }
-    if (impl_->frames.width == 0)
+    if (impl_->frames.width == 0) {
         return;
+    }
     const std::vector<hsize_t> frames{count, static_cast<hsize_t>(impl_->frames.height),
                                       static_cast<hsize_t>(impl_->frames.width)};
     writeRows(impl_->images, H5T_NATIVE_UINT8, batch.first, frames, batch.images.data());
     writeRows(impl_->masks, H5T_NATIVE_UINT8, batch.first, frames, batch.masks.data());
-    for (std::size_t k = 0; k < batch.traces.size(); ++k)
+    for (std::size_t k = 0; k < batch.traces.size(); ++k) {
         writeRows(impl_->traces[k], H5T_NATIVE_INT16, batch.first, {count, impl_->traceSamples},
                   batch.traces[k].data());
+    }
 }
 
 void DemoFile::finish() {
-    for (Handle& column : impl_->columns)
+    for (Handle& column : impl_->columns) {
         column.close();
-    for (Handle& trace : impl_->traces)
+    }
+    for (Handle& trace : impl_->traces) {
         trace.close();
+    }
     impl_->images.close();
     impl_->masks.close();
     impl_->events.close();

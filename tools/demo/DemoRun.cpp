@@ -15,8 +15,9 @@ namespace Tessaly {
 namespace {
 
 double medianOf(std::vector<double> values) {
-    if (values.empty())
+    if (values.empty()) {
         return std::numeric_limits<double>::quiet_NaN();
+    }
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
@@ -51,8 +52,9 @@ void writeOptics(DemoFile& file, bool withTraces) {
     file.setAttribute("fluorescence:channel count", std::int64_t{3});
     file.setAttribute("fluorescence:bit depth", std::int64_t{16});
     file.setAttribute("fluorescence:sample rate", TraceMaker::SampleRate);
-    if (withTraces)
+    if (withTraces) {
         file.setAttribute("fluorescence:samples per event", static_cast<std::int64_t>(TraceMaker::Samples));
+    }
     const std::array<const char*, 3> filters{"525/50", "593/46", "700/75"};
     const std::array<double, 3> lasers{488.0, 561.0, 640.0};
     for (std::size_t k = 0; k < 3; ++k) {
@@ -85,8 +87,9 @@ void writeOnlineSettings(DemoFile& file) {
 }
 
 void writeExport(DemoFile& file, const DemoRun& run) {
-    if (run.changedSampleName.empty())
+    if (run.changedSampleName.empty()) {
         return;
+    }
     file.setAttribute("export:date", run.date);
     file.setAttribute("export:event count", std::to_string(run.events));
     file.setAttribute("export:changed sample name", run.changedSampleName);
@@ -112,16 +115,19 @@ KindMedians writeDemoRun(const std::string& path, const DemoRun& run, EModulus& 
         });
     };
     std::future<MadeEvents> next;
-    if (run.events > 0)
+    if (run.events > 0) {
         next = start(0);
+    }
     // The next events are made while these are compressed.
     for (std::size_t first = 0; first < run.events; first += batchSize) {
         const MadeEvents made = next.get();
-        if (first + batchSize < run.events)
+        if (first + batchSize < run.events) {
             next = start(first + batchSize);
+        }
         file.write(made.batch);
-        for (std::size_t k = 0; k < moduli.size(); ++k)
+        for (std::size_t k = 0; k < moduli.size(); ++k) {
             moduli[k].insert(moduli[k].end(), made.moduli[k].begin(), made.moduli[k].end());
+        }
     }
     file.finish();
     return {medianOf(std::move(moduli[0])), medianOf(std::move(moduli[1]))};
@@ -130,15 +136,17 @@ KindMedians writeDemoRun(const std::string& path, const DemoRun& run, EModulus& 
 KindMedians computedMedians(const std::string& path, EModulus& engine) {
     VQDReader reader;
     KindMedians medians{std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::quiet_NaN()};
-    if (!reader.open(path) || !engine.compute(&reader, emodulusParamsFor(reader.readMetadata(), false, 0.0)))
+    if (!reader.open(path) || !engine.compute(&reader, emodulusParamsFor(reader.readMetadata(), false, 0.0))) {
         return medians;
+    }
     const std::vector<double>& modulus = reader.getFeature("emodulus");
     const std::vector<double>& kind = reader.getFeature("userdef9");
     for (std::size_t k = 0; k < medians.size(); ++k) {
         std::vector<double> values;
         for (std::size_t i = 0; i < modulus.size(); ++i) {
-            if (kind[i] == static_cast<double>(k + 1) && !std::isnan(modulus[i]))
+            if (kind[i] == static_cast<double>(k + 1) && !std::isnan(modulus[i])) {
                 values.push_back(modulus[i]);
+            }
         }
         medians[k] = medianOf(std::move(values));
     }

@@ -37,8 +37,9 @@ std::vector<DemoSetEntry> demoSet() {
             run.temperature = 22.9 + 0.2 * static_cast<double>(donor);
             run.kinds =
                 populations((treated ? 1.25 : 1.0) * properties.stiffness, properties.size, treated ? 1.8 : 1.0);
-            if (treated && donor == 3)
+            if (treated && donor == 3) {
                 run.changedSampleName = "Treated donor ID3 BR1 TR1 (single cells)";
+            }
             entries.push_back({condition, condition + "_donor" + number + ".vqd", run});
         }
     }

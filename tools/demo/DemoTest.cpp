@@ -102,8 +102,9 @@ TEST_F(DemoTest, TracesTellPeaks) {
             const double height = reader_.getFeature(prefix + "_max")[i];
             const double position = reader_.getFeature(prefix + "_pos")[i];
             belowBaseline += height <= 0.0 ? 1U : 0U;
-            if (std::isnan(position))
+            if (std::isnan(position)) {
                 continue;
+            }
             const auto sample = static_cast<std::size_t>(std::lround(position / TraceMaker::SampleTime));
             const std::vector<float> trace = reader_.getTrace(prefix + "_median", i);
             ASSERT_LT(sample, trace.size());
@@ -126,12 +127,14 @@ TEST_F(DemoTest, FileLooksLikeOneOfTheInstrument) {
     EXPECT_EQ(metadataValue(metadata.fluorescence, "channel 1 name"), "525/50");
     for (const auto* section :
          {&metadata.experiment, &metadata.setup, &metadata.imaging, &metadata.online_contour, &metadata.online_filter,
-          &metadata.offline_filter, &metadata.fluorescence, &metadata.exportSection})
+          &metadata.offline_filter, &metadata.fluorescence, &metadata.exportSection}) {
         EXPECT_FALSE(section->empty());
+    }
     ASSERT_EQ(metadata.polygonFilters.size(), 1U);
     EXPECT_EQ(metadata.polygonFilters[0].yFeature, "deform");
-    for (const FeatureColumn& column : featureTable)
+    for (const FeatureColumn& column : featureTable) {
         EXPECT_EQ(reader_.getFeature(column.name).size(), 20U) << column.name;
+    }
     const EModulusParams params = emodulusParamsFor(metadata, false, 0.0);
     EXPECT_EQ(params.medium, 1);
     EXPECT_EQ(params.temperature, 23.5);
@@ -140,15 +143,17 @@ TEST_F(DemoTest, FileLooksLikeOneOfTheInstrument) {
 TEST_F(DemoTest, EventsDependOnTheirNumberOnly) {
     write(runOf(0, 40));
     std::vector<std::vector<double>> before;
-    for (const FeatureColumn& column : featureTable)
+    for (const FeatureColumn& column : featureTable) {
         before.push_back(reader_.getFeature(column.name));
+    }
     write(runOf(0, 150));
     for (std::size_t k = 0; k < FeatureCount; ++k) {
         const std::vector<double>& after = reader_.getFeature(featureTable[k].name);
         ASSERT_EQ(after.size(), 150U);
-        for (std::size_t i = 0; i < 40; ++i)
+        for (std::size_t i = 0; i < 40; ++i) {
             EXPECT_TRUE(after[i] == before[k][i] || (std::isnan(after[i]) && std::isnan(before[k][i])))
                 << featureTable[k].name << ' ' << i;
+        }
     }
 }
 

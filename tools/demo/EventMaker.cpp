@@ -113,8 +113,9 @@ void EventMaker::makeImaged(const Subject& subject, double x, double y, DemoRand
     batch.masks.resize(begin + pixels);
     std::uint8_t* image = batch.images.data() + begin;
     std::uint8_t* mask = batch.masks.data() + begin;
-    for (const CellOutline& cell : cells)
+    for (const CellOutline& cell : cells) {
         paintMask(rasterise(cell), Frame.width, Frame.height, mask);
+    }
     renderer_.render(cells, random.logNormal(subject.kind == 2 ? 1.15 : 0.95, 0.08), random, image);
 
     setOutline(measureMask(mask, Frame.width, Frame.height), scalars);
@@ -169,8 +170,9 @@ void EventMaker::setCommon(std::size_t event, const Subject& subject, double vel
     scalars[Feature::MlClass] = static_cast<double>(subject.kind);
     scalars[Feature::Userdef0] = velocity * 1000.0;
     scalars[Feature::Userdef9] = static_cast<double>(subject.kind);
-    if (random.chance(0.01))
+    if (random.chance(0.01)) {
         scalars[Feature::BrightSd] = NaN;
+    }
 }
 
 Emission EventMaker::emissionOf(const Subject& subject, double velocity, const EventScalars& scalars,
@@ -186,8 +188,9 @@ Emission EventMaker::emissionOf(const Subject& subject, double velocity, const E
         const double light = subject.kind > 0 ? run_.kinds[subject.kind - 1].light[k] : 20.0;
         emission.heights[k] = background + (light > 0.0 ? random.logNormal(light, 0.35) : 0.0);
     }
-    if (random.chance(0.04)) // dead cells take up the third dye
+    if (random.chance(0.04)) { // dead cells take up the third dye
         emission.heights[2] += random.logNormal(3000.0, 0.4);
+    }
     const auto before = emission.heights; // light of one channel leaks into the next
     emission.heights[1] += 0.12 * before[0];
     emission.heights[2] += 0.05 * before[1];
@@ -204,19 +207,22 @@ MadeEvents EventMaker::make(std::size_t first, std::size_t count) const {
         const Subject subject = draw(random);
         const double x = random.uniform(75.0, 165.0);
         const double y = 0.5 * (Frame.height - 1) + random.normal(0.0, 1.2);
-        if (run_.images)
+        if (run_.images) {
             makeImaged(subject, x, y, random, made.batch, scalars);
-        else
+        } else {
             describe(subject, x, y, random, scalars);
+        }
         const double velocity = random.normal(run_.reservoir ? 0.1 : 0.155, 0.004); // um/us
         setCommon(first + i, subject, velocity, random, scalars);
         const Emission emission = emissionOf(subject, velocity, scalars, random);
-        if (run_.images)
+        if (run_.images) {
             traces_.add(emission, random, made.batch, scalars);
-        else
+        } else {
             TraceMaker::describe(emission, scalars);
-        if (subject.kind > 0 && subject.target.modulus > 0.0)
+        }
+        if (subject.kind > 0 && subject.target.modulus > 0.0) {
             made.moduli[subject.kind - 1].push_back(subject.target.modulus);
+        }
     }
     return made;
 }

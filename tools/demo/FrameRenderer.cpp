@@ -38,11 +38,13 @@ FrameRenderer::FrameRenderer(FrameSize size, double channelWidthPixels, bool wit
     for (int y = 0; y < size.height; ++y) {
         const double beyond = std::fabs(y - axis) - 0.5 * channelWidthPixels;
         double wall = 0.0;
-        if (withWalls)
+        if (withWalls) {
             wall = -55.0 * std::exp(-beyond * beyond / 3.0) + 22.0 * std::exp(-(beyond + 3.5) * (beyond + 3.5) / 4.0) -
                    (beyond > 0.0 ? 12.0 : 0.0);
-        for (int x = 0; x < size.width; ++x)
+        }
+        for (int x = 0; x < size.width; ++x) {
             background_.push_back(static_cast<float>(BackgroundLevel + wall + tilt * x / size.width));
+        }
     }
     for (int speck = 0; speck < 6; ++speck) { // dirt on the optics, the same in every frame
         const double cx = random.uniform(0.0, size.width);
@@ -57,8 +59,9 @@ FrameRenderer::FrameRenderer(FrameSize size, double channelWidthPixels, bool wit
         }
     }
     noise_.resize(1U << 18U);
-    for (std::int8_t& value : noise_)
+    for (std::int8_t& value : noise_) {
         value = static_cast<std::int8_t>(std::lround(std::clamp(1.1 * random.normal(), -6.0, 6.0)));
+    }
 }
 
 void FrameRenderer::addCell(const CellOutline& cell, double gain, std::vector<float>& frame) const {
@@ -80,8 +83,9 @@ void FrameRenderer::addCell(const CellOutline& cell, double gain, std::vector<fl
                 rho *= 1.0 - 0.35 * (cell.bluntness - 2.0) * corner;
             }
             const auto step = static_cast<std::size_t>(rho * (ProfileSteps / ProfileEnd));
-            if (step < ProfileSteps)
+            if (step < ProfileSteps) {
                 frame[static_cast<std::size_t>(y * size_.width + x)] += profile[step];
+            }
         }
     }
 }
@@ -89,13 +93,15 @@ void FrameRenderer::addCell(const CellOutline& cell, double gain, std::vector<fl
 void FrameRenderer::render(std::span<const CellOutline> cells, double gain, DemoRandom& random,
                            std::uint8_t* image) const {
     std::vector<float> frame = background_;
-    for (const CellOutline& cell : cells)
+    for (const CellOutline& cell : cells) {
         addCell(cell, gain, frame);
+    }
     const auto flicker = static_cast<float>(random.normal(0.0, 0.5));
     std::size_t place = random.bits() % (noise_.size() - frame.size());
-    for (std::size_t i = 0; i < frame.size(); ++i)
+    for (std::size_t i = 0; i < frame.size(); ++i) {
         image[i] = static_cast<std::uint8_t>(
             std::clamp(frame[i] + flicker + static_cast<float>(noise_[place++]) + 0.5F, 0.0F, 255.0F));
+    }
 }
 
 Brightness FrameRenderer::measure(const std::uint8_t* image, const std::uint8_t* mask) const {
@@ -124,8 +130,9 @@ Brightness FrameRenderer::measure(const std::uint8_t* image, const std::uint8_t*
         std::sqrt(std::max(0.0, correctedSquares / count - brightness.correctedAverage * brightness.correctedAverage));
     std::size_t below = 0;
     std::size_t level = 0;
-    while (level < 255 && below + histogram[level] <= outside / 2)
+    while (level < 255 && below + histogram[level] <= outside / 2) {
         below += histogram[level++];
+    }
     brightness.backgroundMedian = static_cast<double>(level);
     brightness.backgroundOffset = brightness.backgroundMedian - BackgroundLevel;
     return brightness;

@@ -23,12 +23,14 @@ double radiusAlong(const Outline& hull, cv::Point2d centre, cv::Point2d directio
         const cv::Point2d b = cv::Point2d(hull[(i + 1) % hull.size()]) - centre;
         const cv::Point2d edge = b - a;
         const double parallel = direction.cross(edge);
-        if (std::fabs(parallel) < 1e-12)
+        if (std::fabs(parallel) < 1e-12) {
             continue;
+        }
         const double along = a.cross(edge) / parallel;
         const double place = a.cross(direction) / parallel;
-        if (along > 0.0 && place >= -1e-9 && place <= 1.0 + 1e-9)
+        if (along > 0.0 && place >= -1e-9 && place <= 1.0 + 1e-9) {
             return along;
+        }
     }
     return 0.0;
 }
@@ -37,8 +39,9 @@ double radiusAlong(const Outline& hull, cv::Point2d centre, cv::Point2d directio
 double cosineAt(std::size_t k, std::size_t j) {
     static const auto table = [] {
         std::array<double, AngleCount> values{};
-        for (std::size_t i = 0; i < AngleCount; ++i)
+        for (std::size_t i = 0; i < AngleCount; ++i) {
             values[i] = std::cos(2.0 * std::numbers::pi * static_cast<double>(i) / AngleCount);
+        }
         return values;
     }();
     return table[k * j % AngleCount];
@@ -53,8 +56,9 @@ double deformOfOrders(const std::array<double, OrderCount>& cosines, const std::
     std::vector<cv::Point2f> points;
     for (std::size_t j = 0; j < AngleCount; ++j) {
         double radius = 0.5 * cosines[0];
-        for (std::size_t k = firstOrder; k < OrderCount; k += 2)
+        for (std::size_t k = firstOrder; k < OrderCount; k += 2) {
             radius += cosines[k] * cosineAt(k, j) + sines[k] * sineAt(k, j);
+        }
         points.emplace_back(static_cast<float>(radius * cosineAt(1, j)), static_cast<float>(radius * sineAt(1, j)));
     }
     return 1.0 - 2.0 * std::sqrt(std::numbers::pi * cv::contourArea(points)) / cv::arcLength(points, true);
@@ -78,8 +82,9 @@ void measureFourier(const Outline& hull, MaskMeasures& measures) {
 /// Shells around the flow's axis, mean of the upper and the lower half.
 double revolvedVolume(const cv::Mat& mask, double axis) {
     double volume = 0.0;
-    for (int y = 0; y < mask.rows; ++y)
+    for (int y = 0; y < mask.rows; ++y) {
         volume += std::numbers::pi * std::fabs(y - axis) * std::max(0, cv::countNonZero(mask.row(y)) - 1);
+    }
     return volume;
 }
 
@@ -87,12 +92,14 @@ double revolvedVolume(const cv::Mat& mask, double axis) {
 
 void paintMask(const std::vector<RowSpan>& spans, int width, int height, std::uint8_t* mask) {
     for (const RowSpan& span : spans) {
-        if (span.y < 0 || span.y >= height)
+        if (span.y < 0 || span.y >= height) {
             continue;
+        }
         const int left = std::max(0, span.left);
         const int right = std::min(width - 1, span.right);
-        if (left <= right)
+        if (left <= right) {
             std::fill_n(mask + span.y * width + left, right - left + 1, std::uint8_t{255});
+        }
     }
 }
 
@@ -101,8 +108,9 @@ MaskMeasures measureMask(const std::uint8_t* mask, int width, int height) {
     std::vector<Outline> outlines;
     cv::findContours(image, outlines, cv::RETR_EXTERNAL, cv::CHAIN_APPROX_NONE);
     MaskMeasures measures;
-    if (outlines.empty())
+    if (outlines.empty()) {
         return measures;
+    }
     const Outline& outline =
         *std::ranges::max_element(outlines, {}, [](const Outline& o) { return cv::contourArea(o); });
     Outline hull;

@@ -9,8 +9,9 @@ namespace {
 
 const EModulusMesh& meshOf(EModulus& engine) {
     engine.triangulate(0);
-    if (engine.mesh(0) == nullptr)
+    if (engine.mesh(0) == nullptr) {
         throw std::runtime_error("there is no look-up table");
+    }
     return *engine.mesh(0);
 }
 

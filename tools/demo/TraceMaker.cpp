@@ -45,8 +45,9 @@ double peakSigma(const Emission& emission) {
 TraceMaker::TraceMaker(std::uint64_t seed) {
     DemoRandom random(seed);
     noise_.resize(1U << 16U);
-    for (float& value : noise_)
+    for (float& value : noise_) {
         value = static_cast<float>(random.normal());
+    }
 }
 
 void TraceMaker::add(const Emission& emission, DemoRandom& random, EventBatch& batch, EventScalars& scalars) const {
@@ -68,8 +69,9 @@ void TraceMaker::add(const Emission& emission, DemoRandom& random, EventBatch& b
             raw[begin + i] =
                 static_cast<std::int16_t>(std::lround(std::clamp(value - Offsets[channel - 1], -32000.0, 32000.0)));
         }
-        if (random.chance(0.04)) // a stray photon
+        if (random.chance(0.04)) { // a stray photon
             raw[begin + random.bits() % Samples] += static_cast<std::int16_t>(random.uniform(150.0, 600.0));
+        }
         runningMedian(raw.data() + begin, median.data() + begin, Samples);
         measure(channel, median.data() + begin, emission, scalars);
     }
@@ -88,13 +90,16 @@ void TraceMaker::measure(std::size_t channel, const std::int16_t* trace, const E
     const double height = trace[peak] + offset;
     std::size_t left = peak;
     std::size_t right = peak;
-    while (left > 0 && trace[left] + offset >= 0.5 * height)
+    while (left > 0 && trace[left] + offset >= 0.5 * height) {
         --left;
-    while (right + 1 < Samples && trace[right] + offset >= 0.5 * height)
+    }
+    while (right + 1 < Samples && trace[right] + offset >= 0.5 * height) {
         ++right;
+    }
     double area = 0.0;
-    for (std::size_t i = first; i <= last; ++i)
+    for (std::size_t i = first; i <= last; ++i) {
         area += trace[i] + offset;
+    }
     setPeak(channel, height, static_cast<double>(peak) * SampleTime, static_cast<double>(right - left) * SampleTime,
             area, scalars);
 }

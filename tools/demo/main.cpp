@@ -54,8 +54,9 @@ int main(int argc, char** argv) {
             const DemoRun run = benchmarkRun(events, !parser.isSet("no-images"));
             makeAndReport(folder / ("events-" + std::to_string(events) + ".vqd"), run, engine);
         } else {
-            for (const DemoSetEntry& entry : demoSet())
+            for (const DemoSetEntry& entry : demoSet()) {
                 makeAndReport(folder / entry.folder / entry.fileName, entry.run, engine);
+            }
         }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "tessaly_demo: %s\n", error.what());
