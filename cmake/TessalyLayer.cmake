@@ -15,7 +15,7 @@ function(tessaly_layer name)
 endfunction()
 
 # tessaly_test(<name> SOURCES files... LIBRARIES libraries...)
-# One executable per layer, run offscreen so that no display is needed.
+# One executable per layer, run offscreen so that no display is needed, and on a heap that isn't clean.
 function(tessaly_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(test_${name} ${ARG_SOURCES})
@@ -23,5 +23,5 @@ function(tessaly_test name)
     add_test(NAME ${name} COMMAND test_${name} WORKING_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}")
     set_tests_properties(${name} PROPERTIES
         TIMEOUT 900
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;TESSALY_TEST_TOOLS=${CMAKE_SOURCE_DIR}/tests/support")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;MALLOC_PERTURB_=165;TESSALY_TEST_TOOLS=${CMAKE_SOURCE_DIR}/tests/support")
 endfunction()

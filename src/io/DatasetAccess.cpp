@@ -102,10 +102,12 @@ Hdf5Id DatasetAccess::openDataset(std::int64_t group, const std::string& name) c
 std::vector<std::string> DatasetAccess::datasetNames(std::int64_t group, std::string& problem) const {
     std::vector<Link> links;
     try {
-        requireSuccess(H5Literate(group, H5_INDEX_NAME, H5_ITER_INC, nullptr, collectLink, &links), "H5Literate");
+        // In rising order the library makes a table first; if that breaks off, it frees entries that were never filled.
+        requireSuccess(H5Literate(group, H5_INDEX_NAME, H5_ITER_NATIVE, nullptr, collectLink, &links), "H5Literate");
     } catch (const FileError& error) {
         problem = error.what();
     }
+    std::sort(links.begin(), links.end(), [](const Link& a, const Link& b) { return a.name < b.name; });
     std::vector<std::string> names;
     for (Link& link : links) {
         try {

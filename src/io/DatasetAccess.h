@@ -18,7 +18,7 @@ public:
     bool hasLink(std::int64_t group, const std::string& name) const;
     Hdf5Id openGroup(std::int64_t parent, const std::string& name) const;
     Hdf5Id openDataset(std::int64_t group, const std::string& name) const;
-    /// Names of the group's links that lead to a dataset, in the library's order.
+    /// Names of the group's links that lead to a dataset, ascending bytewise.
     /// Links that lead nowhere and what can't be opened are left out. If the walk over the links breaks off, or an
     /// object of this file can't be opened, the names found are there and `problem` says what failed first.
     std::vector<std::string> datasetNames(std::int64_t group, std::string& problem) const;

@@ -14,9 +14,13 @@ namespace Tessaly {
 /// Writes a file through the plain C interface, with everything that can be got wrong left to the test.
 class PlainFile {
 public:
-    explicit PlainFile(const std::string& path) {
+    /// @param newest  write the library's newest structures, which bear checksums, instead of the oldest
+    explicit PlainFile(const std::string& path, bool newest = false) {
         initializeHdf5();
-        file_ = checked(H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT));
+        const hid_t access = checked(H5Pcreate(H5P_FILE_ACCESS));
+        checked(H5Pset_libver_bounds(access, newest ? H5F_LIBVER_LATEST : H5F_LIBVER_EARLIEST, H5F_LIBVER_LATEST));
+        file_ = checked(H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, access));
+        H5Pclose(access);
     }
     ~PlainFile() { H5Fclose(file_); }
     PlainFile(const PlainFile&) = delete;
