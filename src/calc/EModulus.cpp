@@ -106,31 +106,34 @@ const EModulus::Table* EModulus::prepared(std::int32_t lutId) {
     return found == tables_.end() || !found->second->mesh ? nullptr : found->second.get();
 }
 
-bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
-    if (reader == nullptr || !reader->hasFeature("area_um") || !reader->hasFeature(params.deformFeature)) {
-        return false;
+std::optional<EModulusInput> emodulusInput(VQDReader& reader, const EModulusParams& params) {
+    EModulusInput input{reader.column("area_um"), reader.column(params.deformFeature), nullptr};
+    const std::size_t count = input.area->size();
+    if (count == 0 || input.deform->size() != count) {
+        return std::nullopt;
     }
+    if (params.temperatureSource == 1) {
+        SharedColumn temperatures = reader.column("temp");
+        if (temperatures->size() == count) {
+            input.temperatures = std::move(temperatures);
+        }
+    }
+    return input;
+}
+
+std::optional<ComputedColumns> EModulus::computeColumns(const EModulusInput& input, const EModulusParams& params,
+                                                        const std::stop_token& stop) {
     const Table* table = prepared(params.lutId);
     if (table == nullptr) {
         std::cerr << "EModulus: failed to build LUT triangulation" << std::endl;
-        return false;
+        return std::nullopt;
     }
-    const std::vector<double>& area = reader->getFeature("area_um");
-    const std::vector<double>& deform = reader->getFeature(params.deformFeature);
+    const std::vector<double>& area = *input.area;
+    const std::vector<double>& deform = *input.deform;
     const std::size_t count = area.size();
-    if (count == 0 || deform.size() != count) {
-        return false;
-    }
-    std::span<const double> temperatures;
-    if (params.temperatureSource == 1 && reader->hasFeature("temp")) {
-        const std::vector<double>& stored = reader->getFeature("temp");
-        if (stored.size() == count) {
-            temperatures = stored;
-        }
-    }
-
     clearUpperVectorState();
-    const ViscositySource viscosities(params, temperatures);
+    const ViscositySource viscosities(params, input.temperatures ? std::span<const double>(*input.temperatures)
+                                                                 : std::span<const double>());
     const double s = table->lut.channelWidth / params.channelWidth;
     const double areaFactor = s * s;
     const double modulusFactor = s * s * s * params.flowRate / table->lut.flowRate;
@@ -140,6 +143,9 @@ bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
     std::array<double, progressStep>
         corrected{}; // exponentials and look-ups each run on their own: they overlap better
     for (std::size_t begin = 0; begin < count; begin += progressStep) {
+        if (stop.stop_requested()) {
+            return std::nullopt;
+        }
         emit progressChanged(static_cast<int>(begin * 100 / count));
         const std::size_t end = std::min(begin + progressStep, count);
         for (std::size_t i = begin; i < end; ++i) {
@@ -154,7 +160,21 @@ bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
         }
     }
     emit progressChanged(100);
-    reader->setFeature("emodulus", std::move(modulus));
+    ComputedColumns columns;
+    columns.push_back({"emodulus", std::move(modulus)});
+    return columns;
+}
+
+bool EModulus::compute(VQDReader* reader, const EModulusParams& params) {
+    if (reader == nullptr) {
+        return false;
+    }
+    const std::optional<EModulusInput> input = emodulusInput(*reader, params);
+    std::optional<ComputedColumns> columns = input ? computeColumns(*input, params) : std::nullopt;
+    if (!columns) {
+        return false;
+    }
+    installColumns(*std::move(columns), *reader);
     return true;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "calc/ComputedColumns.h"
+
 #include <QObject>
 
 #include <array>
@@ -7,6 +9,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <stop_token>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,6 +63,17 @@ struct EModulusParams {
     bool operator==(const EModulusParams&) const = default;
 };
 
+/// The columns from which moduli are computed, held for as long as a job takes.
+struct EModulusInput {
+    std::shared_ptr<const std::vector<double>> area;         ///< um^2
+    std::shared_ptr<const std::vector<double>> deform;       ///< dimensionless, as long as area
+    std::shared_ptr<const std::vector<double>> temperatures; ///< degrees Celsius, as long as area; null for one for all
+};
+
+/// What the parameters ask of a measurement; nothing if area or deformation is missing, empty or of another length.
+/// A temperature per event that can't be had leaves the one of the parameters. Any thread.
+std::optional<EModulusInput> emodulusInput(VQDReader& reader, const EModulusParams& params);
+
 /// A line of equal modulus over area and measured deformation.
 struct IsoelasticLine {
     double value = 0.0;                            ///< kPa at the measurement's conditions
@@ -104,7 +119,14 @@ public:
     const EModulusLut* lut(int lutId) const;
     const EModulusMesh* mesh(int lutId) const;
 
-    /// Adds the feature "emodulus" to the reader: kPa, NaN for events outside the table. Runs on a worker thread.
+    /// The column "emodulus": kPa, NaN for events outside the table. Changes nothing that others see: for jobs, on any
+    /// thread, one at a time. Progress is reported from that thread.
+    /// @return nothing without a table, or if it was asked to stop (looked at every 256 events)
+    std::optional<ComputedColumns> computeColumns(const EModulusInput& input, const EModulusParams& params,
+                                                  const std::stop_token& stop = {});
+
+    /// Adds the feature "emodulus" to the reader: emodulusInput(), computeColumns() and installColumns() in one, and so
+    /// for the interface thread.
     /// @return false, leaving the reader as it was, without table, area or deformation column
     bool compute(VQDReader* reader, const EModulusParams& params);
 

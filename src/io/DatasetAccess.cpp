@@ -66,14 +66,16 @@ std::uint64_t storedBytes(hid_t dataset) {
     return std::min<std::uint64_t>(H5Dget_storage_size(dataset), size);
 }
 
-/// @param asked  bytes that are to be read, after unpacking
+/// @param asked  bytes of memory that are to be filled
+/// @param unpacked  the same in the width of the file
 /// @param whole  declared size of the whole dataset in bytes, if it isn't stored in chunks
-void requireStorageInFile(hid_t dataset, std::uint64_t asked, std::optional<std::uint64_t> whole) {
+void requireStorageInFile(hid_t dataset, std::uint64_t asked, std::uint64_t unpacked,
+                          std::optional<std::uint64_t> whole) {
     // Data that were never written have no storage; they read as the fill value.
     if (whole && H5Dget_storage_size(dataset) != 0 && storedBytes(dataset) < *whole) {
         throw FileError("the stored data are smaller than the declared size");
     }
-    if (asked > unquestionedBytes && !isBackedByStorage(dataset, asked)) {
+    if (asked > unquestionedBytes && !isBackedByStorage(dataset, unpacked)) {
         throw FileError("the declared size is out of proportion to the stored data");
     }
 }
@@ -146,21 +148,23 @@ void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_
     if (H5Pget_external_count(properties.get()) != 0) {
         throw FileError("the data lie outside of the file");
     }
-    std::uint64_t bytes = saturatedProduct(elements, std::max(elementSize, memorySize));
+    std::uint64_t unpacked = saturatedProduct(elements, elementSize);
+    std::uint64_t bytes = std::max(unpacked, saturatedProduct(elements, memorySize));
     // Compact data lie in the object's header; without any, the library would read from nowhere.
     if (layout == H5D_COMPACT && bytes != 0 && H5Dget_storage_size(dataset) == 0) {
         throw FileError("the stored data are missing");
     }
     if (layout != H5D_CHUNKED) {
-        return requireStorageInFile(dataset, bytes, productOf(datasetExtent(dataset), elementSize));
+        return requireStorageInFile(dataset, bytes, unpacked, productOf(datasetExtent(dataset), elementSize));
     }
     // The library unpacks whole chunks.
     std::array<hsize_t, H5S_MAX_RANK> chunk{};
     const int rank = std::max(H5Pget_chunk(properties.get(), H5S_MAX_RANK, chunk.data()), 0);
-    bytes = std::max(bytes, productOf(std::span(chunk).first(static_cast<std::size_t>(rank)), elementSize));
+    unpacked = std::max(unpacked, productOf(std::span(chunk).first(static_cast<std::size_t>(rank)), elementSize));
+    bytes = std::max(bytes, unpacked);
     // Adding up the sizes of many chunks is slow, and little memory is at stake.
     if (bytes > unquestionedBytes) {
-        requireStorageInFile(dataset, bytes, std::nullopt);
+        requireStorageInFile(dataset, bytes, unpacked, std::nullopt);
     }
 }
 

@@ -18,153 +18,246 @@ namespace Tessaly {
 
 namespace {
 
-const std::vector<double>& noColumn() {
-    static const std::vector<double> empty;
+const SharedColumn& noColumn() {
+    static const auto empty = std::make_shared<const std::vector<double>>();
     return empty;
 }
 
-} // namespace
+/// A column in one of its two forms, or neither.
+struct CachedColumn {
+    ColumnPlan plan;
+    std::shared_ptr<const StoredColumn> stored; ///< until somebody asks for doubles
+    SharedColumn values;
+};
 
-struct VQDReader::Impl {
-    Hdf5Id file;
+/// What a file and the computed columns hold.
+struct Contents {
     std::string filePath;
     bool fileOpen = false;
     std::uint64_t eventCount = 0;
-    std::vector<std::string> featureNames;
-    std::unordered_set<std::string> featureNameSet;
-    bool featureNamesSorted = false;
+    std::vector<std::string> featureNames; ///< ascending
     bool imageAvailable = false;
     bool maskAvailable = false;
     bool tracesAvailable = false;
     bool instrumentData = false;
     std::vector<std::string> traceNames;
     std::uint64_t traceLength = 0;
-    std::unordered_map<std::string, std::unique_ptr<std::vector<double>>> columnCache;
+    std::unordered_map<std::string, CachedColumn> columnCache;
     std::unordered_set<std::string> computedFeatureNames;
-    std::optional<DatasetAccess> access;
     ColumnBudget budget;
 
-    /// The group of the features; nothing if the file has none.
-    std::optional<Hdf5Id> eventsGroup() const {
-        if (!access->hasLink(file.get(), "events")) {
-            return std::nullopt;
-        }
-        return access->openGroup(file.get(), "events");
+    bool hasFeature(const std::string& name) const {
+        return std::binary_search(featureNames.begin(), featureNames.end(), name);
     }
-
-    void openFile();
-    void listFeatures();
-    void listTraces();
-    void countEvents();
-    std::unique_ptr<std::vector<double>> readFeature(const std::string& name);
-    std::vector<std::uint8_t> picture(const char* what, bool available, std::size_t index, int* width, int* height);
 };
 
-void VQDReader::Impl::openFile() {
+/// An open file and how to get at its objects.
+struct OpenFile {
+    Hdf5Id file;
+    DatasetAccess access;
+
+    explicit OpenFile(const std::string& path);
+    /// The group of the features; nothing if the file has none.
+    std::optional<Hdf5Id> eventsGroup() const;
+    void listFeatures(Contents& contents) const;
+    void listTraces(Contents& contents) const;
+    void countEvents(Contents& contents) const;
+};
+
+OpenFile::OpenFile(const std::string& path) {
     if (const std::string problem = hdf5VersionProblem(); !problem.empty()) {
         throw FileError(problem);
     }
     std::error_code unknown;
-    const auto status = std::filesystem::status(filePath, unknown);
+    const auto status = std::filesystem::status(path, unknown);
     // Opening a pipe would wait for ever.
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
         throw FileError("not a regular file");
     }
-    file = Hdf5Id(H5Fopen(filePath.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), H5Fclose, "H5Fopen");
-    access.emplace();
-    fileOpen = true;
+    file = Hdf5Id(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), H5Fclose, "H5Fopen");
 }
 
-void VQDReader::Impl::listFeatures() {
+std::optional<Hdf5Id> OpenFile::eventsGroup() const {
+    if (!access.hasLink(file.get(), "events")) {
+        return std::nullopt;
+    }
+    return access.openGroup(file.get(), "events");
+}
+
+void OpenFile::listFeatures(Contents& contents) const {
+    std::vector<std::string>& names = contents.featureNames;
+    std::string problem;
     try {
         const std::optional<Hdf5Id> events = eventsGroup();
         if (!events) {
             return;
         }
-        std::string problem;
-        for (std::string& name : access->datasetNames(events->get(), problem)) {
-            const Hdf5Id dataset = access->openDataset(events->get(), name);
-            if (name != "image" && name != "mask" && datasetExtent(dataset.get()).size() != 1) {
-                continue;
+        for (std::string& name : access.datasetNames(events->get(), problem)) {
+            const Hdf5Id dataset = access.openDataset(events->get(), name);
+            if (name == "image" || name == "mask" || datasetExtent(dataset.get()).size() == 1) {
+                names.push_back(std::move(name));
             }
-            featureNameSet.insert(name);
-            featureNames.push_back(std::move(name));
         }
-        imageAvailable = featureNameSet.contains("image");
-        maskAvailable = featureNameSet.contains("mask");
-        if (!problem.empty()) {
-            throw FileError(problem);
-        }
-        std::sort(featureNames.begin(), featureNames.end());
-        featureNamesSorted = true;
     } catch (const std::exception& error) {
-        reportError(std::string("Error caching features: ") + error.what());
+        problem = error.what();
+    }
+    std::sort(names.begin(), names.end());
+    contents.imageAvailable = contents.hasFeature("image");
+    contents.maskAvailable = contents.hasFeature("mask");
+    if (!problem.empty()) {
+        reportError("Error caching features: " + problem);
     }
 }
 
-void VQDReader::Impl::listTraces() {
+void OpenFile::listTraces(Contents& contents) const {
+    std::vector<std::string>& names = contents.traceNames;
+    std::string problem;
     try {
         const std::optional<Hdf5Id> events = eventsGroup();
-        if (!events || !access->hasLink(events->get(), "trace")) {
+        if (!events || !access.hasLink(events->get(), "trace")) {
             return;
         }
-        const Hdf5Id group = access->openGroup(events->get(), "trace");
-        std::string problem;
-        for (std::string& name : access->datasetNames(group.get(), problem)) {
+        const Hdf5Id group = access.openGroup(events->get(), "trace");
+        for (std::string& name : access.datasetNames(group.get(), problem)) {
             if (name.find("_median") == std::string::npos && name.find("_raw") == std::string::npos) {
                 continue;
             }
-            if (traceLength == 0) {
-                const std::vector<std::uint64_t> extent = datasetExtent(access->openDataset(group.get(), name).get());
-                traceLength = extent.size() == 2 ? extent[1] : 0;
+            if (contents.traceLength == 0) {
+                const std::vector<std::uint64_t> extent = datasetExtent(access.openDataset(group.get(), name).get());
+                contents.traceLength = extent.size() == 2 ? extent[1] : 0;
             }
-            traceNames.push_back(std::move(name));
+            names.push_back(std::move(name));
         }
-        tracesAvailable = !traceNames.empty();
-        if (!problem.empty()) {
-            throw FileError(problem);
-        }
-        std::sort(traceNames.begin(), traceNames.end());
     } catch (const std::exception& error) {
-        reportError(std::string("Error caching trace info: ") + error.what());
+        problem = error.what();
+    }
+    std::sort(names.begin(), names.end());
+    contents.tracesAvailable = !names.empty();
+    if (!problem.empty()) {
+        reportError("Error caching trace info: " + problem);
     }
 }
 
-void VQDReader::Impl::countEvents() {
+void OpenFile::countEvents(Contents& contents) const {
+    if (contents.featureNames.empty()) {
+        return;
+    }
     try {
-        const auto first = std::min_element(featureNames.begin(), featureNames.end());
-        if (first == featureNames.end()) {
-            return;
-        }
-        const std::optional<Hdf5Id> events = eventsGroup();
-        if (events) {
-            eventCount = readRowCount(access->openDataset(events->get(), *first).get());
+        if (const std::optional<Hdf5Id> events = eventsGroup()) {
+            contents.eventCount = readRowCount(access.openDataset(events->get(), contents.featureNames.front()).get());
         }
     } catch (const std::exception& error) {
         reportError(std::string("Error determining event count: ") + error.what());
     }
 }
 
-std::unique_ptr<std::vector<double>> VQDReader::Impl::readFeature(const std::string& name) {
-    const std::optional<Hdf5Id> events = eventsGroup();
-    if (!events || !access->hasLink(events->get(), name)) {
-        return nullptr;
+} // namespace
+
+struct VQDReader::Impl {
+    mutable std::mutex mutex; ///< guards contents; taken inside of hdf5Mutex(), never the other way round
+    Contents contents;
+    std::optional<OpenFile> open; ///< guarded by hdf5Mutex()
+
+    /// A copy of one field.
+    template <typename Field>
+    Field get(Field Contents::*field) const {
+        const std::lock_guard lock(mutex);
+        return contents.*field;
     }
-    const Hdf5Id dataset = access->openDataset(events->get(), name);
-    return std::make_unique<std::vector<double>>(readColumn(dataset.get(), budget));
+    void replaceContents(Contents&& other);
+    std::optional<CachedColumn> cached(const std::string& name) const;
+    CachedColumn load(const std::string& name);
+    CachedColumn readFeature(const std::string& name);
+    SharedColumn widen(const std::string& name, const CachedColumn& column);
+    std::vector<std::uint8_t> picture(const char* what, bool Contents::*available, std::size_t index, int* width,
+                                      int* height);
+};
+
+/// The old contents go when the lock has been released: giving memory back takes its time.
+void VQDReader::Impl::replaceContents(Contents&& other) {
+    const std::lock_guard lock(mutex);
+    std::swap(contents, other);
 }
 
-std::vector<std::uint8_t> VQDReader::Impl::picture(const char* what, bool available, std::size_t index, int* width,
-                                                   int* height) {
-    if (!available || !fileOpen) {
+std::optional<CachedColumn> VQDReader::Impl::cached(const std::string& name) const {
+    const std::lock_guard lock(mutex);
+    const auto found = contents.columnCache.find(name);
+    return found == contents.columnCache.end() ? std::nullopt : std::optional(found->second);
+}
+
+/// The column in either form, read if it isn't there yet; in neither if there is nothing to give.
+CachedColumn VQDReader::Impl::load(const std::string& name) {
+    if (std::optional<CachedColumn> column = cached(name)) {
+        return *std::move(column);
+    }
+    const Hdf5Lock lock;
+    if (std::optional<CachedColumn> column = cached(name)) {
+        return *std::move(column); // another thread was faster
+    }
+    try {
+        return open ? readFeature(name) : CachedColumn();
+    } catch (const std::exception& error) {
+        reportError("Error reading feature '" + name + "': " + error.what());
+        return {};
+    }
+}
+
+CachedColumn VQDReader::Impl::readFeature(const std::string& name) {
+    const std::optional<Hdf5Id> events = open->eventsGroup();
+    if (!events || !open->access.hasLink(events->get(), name)) {
+        return {};
+    }
+    const Hdf5Id dataset = open->access.openDataset(events->get(), name);
+    CachedColumn column;
+    column.plan = planColumn(dataset.get());
+    {
+        const std::lock_guard lock(mutex);
+        contents.budget.take(column.plan, column.plan.bytes);
+    }
+    try {
+        column.stored = std::make_shared<const StoredColumn>(readColumn(dataset.get(), column.plan));
+    } catch (...) {
+        const std::lock_guard lock(mutex);
+        contents.budget.leftFor(column.plan) += column.plan.bytes; // a column that can't be read takes nothing
+        throw;
+    }
+    const std::lock_guard lock(mutex);
+    return contents.columnCache.try_emplace(name, std::move(column)).first->second; // one computed meanwhile stays
+}
+
+/// Takes a column from its stored form to doubles, outside of the locks.
+/// @return null if the column was replaced meanwhile; what is returned stands in the cache
+SharedColumn VQDReader::Impl::widen(const std::string& name, const CachedColumn& column) {
+    const std::uint64_t bytes = column.plan.count * sizeof(double);
+    {
+        const std::lock_guard lock(mutex);
+        contents.budget.take(column.plan, bytes);
+        contents.budget.leftFor(column.plan) += column.plan.bytes;
+    }
+    auto values = std::make_shared<const std::vector<double>>(column.stored->widened());
+    const std::lock_guard lock(mutex);
+    const auto found = contents.columnCache.find(name);
+    if (found == contents.columnCache.end() || found->second.stored != column.stored) {
+        contents.budget.leftFor(column.plan) += bytes - column.plan.bytes;
+        return nullptr;
+    }
+    found->second.stored.reset();
+    found->second.values = std::move(values);
+    return found->second.values;
+}
+
+std::vector<std::uint8_t> VQDReader::Impl::picture(const char* what, bool Contents::*available, std::size_t index,
+                                                   int* width, int* height) {
+    const Hdf5Lock lock;
+    if (!open || !get(available)) {
         return {};
     }
     try {
-        const std::optional<Hdf5Id> events = eventsGroup();
+        const std::optional<Hdf5Id> events = open->eventsGroup();
         if (!events) {
             return {};
         }
-        return readPicture(access->openDataset(events->get(), what).get(), index, width, height);
+        return readPicture(open->access.openDataset(events->get(), what).get(), index, width, height);
     } catch (const std::exception& error) {
         reportError(std::string("Error reading ") + what + " at index " + std::to_string(index) + ": " + error.what());
         return {};
@@ -175,157 +268,172 @@ VQDReader::VQDReader() : impl_(std::make_unique<Impl>()) {}
 
 VQDReader::~VQDReader() {
     const Hdf5Lock lock;
-    impl_.reset();
+    impl_->open.reset();
 }
 
 bool VQDReader::open(const std::string& path) {
     const Hdf5Lock lock;
     close();
-    impl_->filePath = path;
+    Contents contents;
+    contents.filePath = path;
     try {
-        impl_->openFile();
+        impl_->open.emplace(path);
+        contents.fileOpen = true;
+        impl_->open->listFeatures(contents);
+        impl_->open->listTraces(contents);
+        impl_->open->countEvents(contents);
     } catch (const std::exception& error) {
         reportError(std::string("Error opening file: ") + error.what());
-        impl_->file.reset();
-        return false;
     }
-    impl_->listFeatures();
-    impl_->listTraces();
-    impl_->countEvents();
-    return true;
+    const bool isOpen = contents.fileOpen;
+    impl_->replaceContents(std::move(contents));
+    return isOpen;
 }
 
 void VQDReader::close() {
     const Hdf5Lock lock;
-    impl_ = std::make_unique<Impl>();
+    impl_->open.reset();
+    impl_->replaceContents(Contents());
 }
 
 bool VQDReader::isOpen() const {
-    return impl_->fileOpen;
+    return impl_->get(&Contents::fileOpen);
 }
 
 std::string VQDReader::path() const {
-    return impl_->filePath;
+    return impl_->get(&Contents::filePath);
 }
 
 VQDMetadata VQDReader::readMetadata() {
     const Hdf5Lock lock;
-    if (!impl_->fileOpen) {
+    if (!impl_->open) {
         return {};
     }
-    VQDMetadata metadata = readFileMetadata(impl_->file.get());
-    impl_->instrumentData = metadataValue(metadata.setup, "module composition").find("Vortiq") != std::string::npos;
+    VQDMetadata metadata = readFileMetadata(impl_->open->file.get());
+    const std::lock_guard contentsLock(impl_->mutex);
+    impl_->contents.instrumentData =
+        metadataValue(metadata.setup, "module composition").find("Vortiq") != std::string::npos;
     return metadata;
 }
 
 bool VQDReader::isInstrumentData() const {
-    return impl_->instrumentData;
+    return impl_->get(&Contents::instrumentData);
 }
 
 std::uint64_t VQDReader::eventCount() const {
-    return impl_->eventCount;
+    return impl_->get(&Contents::eventCount);
 }
 
-const std::vector<std::string>& VQDReader::featureNames() {
-    if (!impl_->featureNamesSorted) {
-        std::sort(impl_->featureNames.begin(), impl_->featureNames.end());
-        impl_->featureNamesSorted = true;
-    }
-    return impl_->featureNames;
+std::vector<std::string> VQDReader::featureNames() const {
+    return impl_->get(&Contents::featureNames);
 }
 
 bool VQDReader::hasFeature(const std::string& name) const {
-    return impl_->featureNameSet.contains(name);
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->contents.hasFeature(name);
 }
 
 bool VQDReader::isComputedFeature(const std::string& name) const {
-    return impl_->computedFeatureNames.contains(name);
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->contents.computedFeatureNames.contains(name);
 }
 
 const std::vector<double>& VQDReader::getFeature(const std::string& name) {
-    const Hdf5Lock lock;
-    if (const auto found = impl_->columnCache.find(name); found != impl_->columnCache.end()) {
-        return *found->second;
-    }
-    if (!impl_->fileOpen) {
-        return noColumn();
-    }
+    return *column(name); // held by the cache
+}
+
+SharedColumn VQDReader::column(const std::string& name) {
     try {
-        std::unique_ptr<std::vector<double>> column = impl_->readFeature(name);
-        if (!column) {
-            return noColumn();
+        for (;;) {
+            const CachedColumn column = impl_->load(name);
+            if (column.values) {
+                return column.values;
+            }
+            if (!column.stored) {
+                return noColumn();
+            }
+            if (SharedColumn values = impl_->widen(name, column)) {
+                return values;
+            }
         }
-        return *(impl_->columnCache[name] = std::move(column));
     } catch (const std::exception& error) {
         reportError("Error reading feature '" + name + "': " + error.what());
         return noColumn();
     }
 }
 
+std::optional<double> VQDReader::valueAt(const std::string& name, std::size_t index) {
+    const CachedColumn column = impl_->load(name);
+    if (column.values) {
+        return index < column.values->size() ? std::optional((*column.values)[index]) : std::nullopt;
+    }
+    return column.stored && index < column.stored->size() ? std::optional(column.stored->at(index)) : std::nullopt;
+}
+
 void VQDReader::setFeature(const std::string& name, std::vector<double>&& values) {
-    const Hdf5Lock lock;
-    impl_->columnCache[name] = std::make_unique<std::vector<double>>(std::move(values));
-    impl_->computedFeatureNames.insert(name);
-    if (impl_->featureNameSet.insert(name).second) {
-        impl_->featureNames.push_back(name);
-        impl_->featureNamesSorted = false;
+    CachedColumn column{{}, nullptr, std::make_shared<const std::vector<double>>(std::move(values))};
+    const std::lock_guard lock(impl_->mutex);
+    Contents& contents = impl_->contents;
+    std::swap(contents.columnCache[name], column); // the replaced one goes when the lock has been released
+    contents.computedFeatureNames.insert(name);
+    std::vector<std::string>& names = contents.featureNames;
+    if (const auto place = std::lower_bound(names.begin(), names.end(), name); place == names.end() || *place != name) {
+        names.insert(place, name);
     }
 }
 
 void VQDReader::cacheAllFeatures(const std::stop_token& stop) {
     // One lock per column, so that another thread gets its turn in between.
-    for (const std::string& name : impl_->featureNames) {
+    for (const std::string& name : featureNames()) {
         if (stop.stop_requested()) {
             return;
         }
         if (isScalarFeature(name)) {
-            getFeature(name);
+            impl_->load(name);
         }
     }
 }
 
 bool VQDReader::hasImage() const {
-    return impl_->imageAvailable;
+    return impl_->get(&Contents::imageAvailable);
 }
 
 bool VQDReader::hasMask() const {
-    return impl_->maskAvailable;
+    return impl_->get(&Contents::maskAvailable);
 }
 
 bool VQDReader::hasTraces() const {
-    return impl_->tracesAvailable;
+    return impl_->get(&Contents::tracesAvailable);
 }
 
 std::vector<std::uint8_t> VQDReader::getImage(std::size_t index, int* width, int* height) {
-    const Hdf5Lock lock;
-    return impl_->picture("image", impl_->imageAvailable, index, width, height);
+    return impl_->picture("image", &Contents::imageAvailable, index, width, height);
 }
 
 std::vector<std::uint8_t> VQDReader::getMask(std::size_t index, int* width, int* height) {
-    const Hdf5Lock lock;
-    return impl_->picture("mask", impl_->maskAvailable, index, width, height);
+    return impl_->picture("mask", &Contents::maskAvailable, index, width, height);
 }
 
 std::vector<std::string> VQDReader::traceNames() const {
-    return impl_->traceNames;
+    return impl_->get(&Contents::traceNames);
 }
 
 std::uint64_t VQDReader::traceLength() const {
-    return impl_->traceLength;
+    return impl_->get(&Contents::traceLength);
 }
 
 std::vector<float> VQDReader::getTrace(const std::string& name, std::size_t index) {
     const Hdf5Lock lock;
-    if (!impl_->fileOpen || !impl_->tracesAvailable) {
+    if (!impl_->open || !hasTraces()) {
         return {};
     }
     try {
-        const std::optional<Hdf5Id> events = impl_->eventsGroup();
+        const std::optional<Hdf5Id> events = impl_->open->eventsGroup();
         if (!events) {
             return {};
         }
-        const Hdf5Id group = impl_->access->openGroup(events->get(), "trace");
-        return readTrace(impl_->access->openDataset(group.get(), name).get(), index);
+        const Hdf5Id group = impl_->open->access.openGroup(events->get(), "trace");
+        return readTrace(impl_->open->access.openDataset(group.get(), name).get(), index);
     } catch (const std::exception& error) {
         reportError("Error reading trace '" + name + "' at index " + std::to_string(index) + ": " + error.what());
         return {};
@@ -333,7 +441,7 @@ std::vector<float> VQDReader::getTrace(const std::string& name, std::size_t inde
 }
 
 std::string VQDReader::featureLabel(const std::string& key) const {
-    return Tessaly::featureLabel(key, impl_->instrumentData);
+    return Tessaly::featureLabel(key, isInstrumentData());
 }
 
 } // namespace Tessaly

@@ -6,26 +6,34 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
 
 namespace Tessaly {
 
-/// Guards every call into the file library and the column cache of all readers: the library's build must be assumed not
-/// to be thread-safe. Recursive, because locked operations call each other.
+/// Guards every call into the file library: the library's build must be assumed not to be thread-safe. Recursive,
+/// because locked operations call each other.
 std::recursive_mutex& hdf5Mutex();
 
 /// Prepares the file library for the process: no clean-up at exit, no error stacks printed. Must be the first call into
 /// the library; further calls do nothing.
 void initializeHdf5();
 
+/// A column that stays as it is for as long as somebody holds it, also when its name is replaced or the reader closed.
+using SharedColumn = std::shared_ptr<const std::vector<double>>;
+
 /// The only door to a measurement file: lists what it holds, turns attributes into text, serves feature columns as
 /// doubles from a cache, and reads images, masks and traces one event at a time.
 ///
+/// Columns are kept in the number type of the file until they are asked for as doubles; then the stored form goes.
+///
 /// No exception of the file library leaves it: failures give a neutral result (false, empty, zero) and one line on the
-/// standard error stream. Operations that touch the file or the cache hold hdf5Mutex() for their whole length and may
-/// be called from any thread; the plain queries read fields that are stable after open().
+/// standard error stream. Every operation may be called from any thread, but open(), close(), readMetadata() and
+/// setFeature(), which change what others see: these belong to the thread that owns the reader (the interface thread).
+/// Operations that touch the file hold hdf5Mutex(); lists and cache have a lock of their own that is held briefly, so
+/// that what is cached can be had while a file is read.
 class VQDReader {
 public:
     VQDReader();
@@ -46,17 +54,22 @@ public:
 
     /// Length of the first feature in name order; 0 without features.
     std::uint64_t eventCount() const;
-    /// Names of stored and computed features, ascending bytewise.
-    const std::vector<std::string>& featureNames();
+    /// Names of stored and computed features, ascending bytewise: a copy, which nobody changes.
+    std::vector<std::string> featureNames() const;
     bool hasFeature(const std::string& name) const;
     bool isComputedFeature(const std::string& name) const;
     /// A feature's column, from the cache or the file. A shared empty vector if there is nothing to give.
-    /// The reference stays valid until the name is replaced by setFeature() or the reader is closed.
+    /// The reference stays valid until the name is replaced by setFeature() or the reader is closed: for the interface
+    /// thread, which does both. Other threads hold a column().
     const std::vector<double>& getFeature(const std::string& name);
-    /// Adds or replaces a computed feature, in memory only.
+    /// The same column for those who keep it longer, such as a job; never null.
+    SharedColumn column(const std::string& name);
+    /// One value of a feature's column, in whatever form that is kept; nothing if there is no such value.
+    std::optional<double> valueAt(const std::string& name, std::size_t index);
+    /// Adds or replaces a computed feature, in memory only. The replaced column lives on where it is held.
     void setFeature(const std::string& name, std::vector<double>&& values);
-    /// Reads every scalar column into the cache; takes the lock once per column. Runs on a background thread.
-    /// Ends early, between two columns, if it is asked to stop.
+    /// Reads every scalar column into the cache, as stored; takes the lock once per column. Runs on a background
+    /// thread. Ends early, between two columns, if it is asked to stop.
     void cacheAllFeatures(const std::stop_token& stop = {});
 
     bool hasImage() const;

@@ -193,10 +193,9 @@ void EventController::showValues(DatasetEntry& dataset, int event) {
         if (!isScalarFeature(key)) {
             continue;
         }
-        const std::vector<double>& column = reader.getFeature(key);
         EventValue row{QString::fromStdString(key), QString::fromStdString(reader.featureLabel(key)), QString()};
-        if (index < column.size()) {
-            row.value = QString::number(column[index], 'g', 6);
+        if (const std::optional<double> value = reader.valueAt(key, index)) {
+            row.value = QString::number(*value, 'g', 6);
         }
         values.push_back(row);
     }

@@ -125,6 +125,33 @@ TEST_F(EModulusTest, TemperatureOfEachEvent) {
     expectSame(compute(params), reference);
 }
 
+TEST_F(EModulusTest, AJobComputesValuesFromColumnsThatItHolds) {
+    const std::vector<double> expected = compute(reference_);
+    const std::optional<EModulusInput> input = emodulusInput(reader_, reference_);
+    ASSERT_TRUE(input);
+    EXPECT_EQ(input->temperatures, nullptr);
+    reader_.setFeature("deform", {NaN, NaN, NaN, NaN});
+    reader_.setFeature("emodulus", {1.0});
+    const std::vector<std::string> names = reader_.featureNames();
+    std::optional<ComputedColumns> columns = engine_.computeColumns(*input, reference_);
+    ASSERT_TRUE(columns && columns->size() == 1);
+    expectSame(columns->front().values, expected);
+    EXPECT_EQ(reader_.featureNames(), names);
+    EXPECT_EQ(reader_.getFeature("emodulus"), std::vector<double>{1.0}); // until it is installed
+    columns->push_back({"another", {2.0}});
+    installColumns(*std::move(columns), reader_);
+    expectSame(reader_.getFeature("emodulus"), expected);
+    EXPECT_EQ(reader_.getFeature("another"), std::vector<double>{2.0});
+
+    std::stop_source stop;
+    int reports = 0;
+    QObject::connect(&engine_, &EModulus::progressChanged, [&] { reports += stop.request_stop() ? 1 : 0; });
+    reader_.setFeature("area_um", std::vector<double>(1000, 90.0));
+    reader_.setFeature("deform", std::vector<double>(1000, 0.06));
+    EXPECT_FALSE(engine_.computeColumns(*emodulusInput(reader_, reference_), reference_, stop.get_token()));
+    EXPECT_EQ(reports, 1); // it had begun
+}
+
 TEST_F(EModulusTest, RefusesWhatCannotBeComputed) {
     EXPECT_FALSE(engine_.compute(nullptr, reference_));
     VQDReader bad;

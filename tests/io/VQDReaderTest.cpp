@@ -13,7 +13,6 @@
 #include <cmath>
 #include <dlfcn.h>
 #include <numeric>
-#include <thread>
 
 namespace {
 
@@ -290,28 +289,41 @@ TEST_F(Reader, FailedOpensSayWhy) {
     EXPECT_TRUE(reader_.open(path));
 }
 
-TEST_F(Reader, PreloadOnAThreadWhileAnotherReads) {
-    SampleFileOptions options;
-    options.events = 20000;
-    options.imageWidth = options.imageHeight = 8;
-    ASSERT_TRUE(reader_.open(sample(options)));
-    const auto expected = sampleColumns(options.events, options.seed);
-    std::thread preload([&] { reader_.cacheAllFeatures(); });
-    int width = 0;
-    int height = 0;
-    for (auto column = expected.rbegin(); column != expected.rend(); ++column) {
-        EXPECT_EQ(reader_.getFeature(column->first), column->second) << column->first;
-        EXPECT_EQ(reader_.getImage(7, &width, &height).size(), 64U);
+TEST_F(Reader, SingleValuesAreThoseOfTheColumn) {
+    const std::string path = folder_.file("values.vqd");
+    const std::vector<std::pair<std::string, std::vector<double>>> expected{
+        {"bits", {0, 0}},       {"double", {-0.1, 1e300}}, {"float", {0.5, -3.25}}, {"int16", {-32768, 7}},
+        {"int32", {-70000, 1}}, {"int8", {-128, 127}},     {"uint16", {65535, 0}},  {"uint32", {4294967295.0, 1}},
+        {"uint64", {5, -1}},    {"uint8", {255, 1}}};
+    {
+        PlainFile file(path);
+        file.group("/events");
+        file.column("bits", H5T_NATIVE_B16, std::vector<std::uint16_t>{1, 2});
+        file.column("double", H5T_NATIVE_DOUBLE, std::vector<double>{-0.1, 1e300});
+        file.column("float", H5T_NATIVE_FLOAT, std::vector<float>{0.5F, -3.25F});
+        file.column("int16", H5T_NATIVE_INT16, std::vector<std::int16_t>{-32768, 7});
+        file.column("int32", H5T_NATIVE_INT32, std::vector<std::int32_t>{-70000, 1});
+        file.column("int8", H5T_NATIVE_INT8, std::vector<std::int8_t>{-128, 127});
+        file.column("uint16", H5T_NATIVE_UINT16, std::vector<std::uint16_t>{65535, 0});
+        file.column("uint32", H5T_NATIVE_UINT32, std::vector<std::uint32_t>{4294967295U, 1});
+        file.column("uint64", H5T_NATIVE_UINT64, std::vector<std::uint64_t>{5, ~0ULL});
+        file.column("uint8", H5T_NATIVE_UINT8, std::vector<std::uint8_t>{255, 1});
     }
-    preload.join();
-    for (const auto& [name, values] : expected) {
-        EXPECT_EQ(reader_.getFeature(name), values) << name;
+    ASSERT_TRUE(reader_.open(path));
+    // As stored first, then as doubles.
+    for (const bool widened : {false, true}) {
+        for (const auto& [name, values] : expected) {
+            if (widened) {
+                EXPECT_EQ(reader_.getFeature(name), values) << name;
+            }
+            EXPECT_EQ(reader_.valueAt(name, 0), values[0]) << name;
+            EXPECT_EQ(reader_.valueAt(name, 1), values[1]) << name;
+            EXPECT_EQ(reader_.valueAt(name, 2), std::nullopt) << name;
+        }
     }
-    const std::string silent = errorsOf([&] {
-        std::thread other([&] { EXPECT_FALSE(VQDReader().open(folder_.file("missing.vqd"))); });
-        other.join();
-    });
-    EXPECT_EQ(std::count(silent.begin(), silent.end(), '\n'), 1) << silent;
+    EXPECT_EQ(reader_.valueAt("none", 0), std::nullopt);
+    reader_.setFeature("uint8", {1.5});
+    EXPECT_EQ(reader_.valueAt("uint8", 0), 1.5);
 }
 
 } // namespace Tessaly
