@@ -4,7 +4,7 @@
 # scripts/check_layers.py; third-party libraries that a layer names as PRIVATE never appear in its headers.
 function(tessaly_layer name)
     cmake_parse_arguments(ARG "" "" "PCH;PUBLIC;PRIVATE" ${ARGN})
-    file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.h")
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.h")
     add_library(tessaly_${name} STATIC ${sources})
     set_target_properties(tessaly_${name} PROPERTIES LINKER_LANGUAGE CXX)
     target_include_directories(tessaly_${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")

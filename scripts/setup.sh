@@ -10,7 +10,7 @@ REQUIRED=(
     qt6-base-dev qt6-base-dev-tools "qt6-svg-dev|libqt6svg6-dev"
     libhdf5-dev libdeflate-dev libopencv-dev
     libgtest-dev libgmock-dev libbenchmark-dev
-    python3 python3-numpy python3-scipy python3-h5py
+    python3 python3-numpy python3-scipy python3-h5py hdf5-tools ffmpeg
     clang-format fonts-dejavu-core
 )
 # Taken where the release has them: faster builds, and Qwt for Qt 6 without compiling it.

@@ -7,11 +7,14 @@
 
 namespace Tessaly {
 
-/// A polygon gate that the instrument applied during the measurement.
+/// A polygon gate stored with a measurement.
 struct PolygonFilterDef {
     std::string xFeature;
     std::string yFeature;
     std::vector<std::pair<double, double>> vertices; ///< data units
+    /// Who applied it: "online_filter" the instrument during the measurement, "offline_filter" an export.
+    std::string section = "online_filter";
+    int number = 1; ///< tells gates on the same features apart: the N of " #N" in the attribute's name
 
     bool operator==(const PolygonFilterDef&) const = default;
 };

@@ -75,6 +75,12 @@ void Hdf5Id::reset() {
     id_ = -1;
 }
 
+void Hdf5Id::close(const char* call) {
+    if (id_ >= 0) {
+        requireSuccess(closer_(std::exchange(id_, -1)), call);
+    }
+}
+
 void requireSuccess(std::int64_t status, const char* call) {
     if (status < 0) {
         throw FileError(libraryDetail(call));

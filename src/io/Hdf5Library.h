@@ -34,6 +34,9 @@ public:
     std::int64_t get() const { return id_; }
     explicit operator bool() const { return id_ >= 0; }
     void reset();
+    /// Closes the handle now and tells of a failure, which everything else passes over: what was written may only fail
+    /// at this point. Throws FileError, naming the call.
+    void close(const char* call);
 
 private:
     std::int64_t id_ = -1;

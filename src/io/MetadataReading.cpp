@@ -2,6 +2,7 @@
 
 #include "io/Hdf5Library.h"
 #include "io/HeapText.h"
+#include "io/NumberText.h"
 
 #include <hdf5.h>
 
@@ -18,13 +19,6 @@ namespace Tessaly {
 namespace {
 
 using Points = std::vector<std::pair<double, double>>;
-
-/// As printf's "%f", but with a point in every locale.
-std::string fixedText(double value) {
-    std::array<char, 400> buffer; // the largest double has 309 digits before the point
-    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 6);
-    return {buffer.data(), end.ptr};
-}
 
 std::string pointsText(const Points& points) {
     std::string text;
@@ -122,15 +116,34 @@ VQDMetadata::Section* sectionOf(VQDMetadata& metadata, const std::string& name) 
     return found == sections.end() ? nullptr : found->second;
 }
 
-void addGate(VQDMetadata& metadata, const std::string& key, const Points& vertices) {
+/// Takes the number off a name that ends in " #N" with N of two or more; 1 for any other.
+int takeNumber(std::string& name) {
+    const std::size_t mark = name.rfind(" #");
+    if (mark == std::string::npos) {
+        return 1;
+    }
+    int number = 0;
+    const char* const end = name.data() + name.size();
+    const char* const digits = name.data() + mark + 2;
+    const auto parsed = std::from_chars(digits, end, number);
+    if (parsed.ec != std::errc() || parsed.ptr != end || number < 2 || *digits == '0') {
+        return 1;
+    }
+    name.resize(mark);
+    return number;
+}
+
+void addGate(VQDMetadata& metadata, const std::string& section, const std::string& key, const Points& vertices) {
     constexpr std::string_view suffix = " polygon points";
     if (key.size() <= suffix.size() || !key.ends_with(suffix)) {
         return;
     }
-    const std::string features = key.substr(0, key.size() - suffix.size());
+    std::string features = key.substr(0, key.size() - suffix.size());
+    const int number = takeNumber(features);
     const std::size_t comma = features.find(',');
     if (comma != std::string::npos) {
-        metadata.polygonFilters.push_back({features.substr(0, comma), features.substr(comma + 1), vertices});
+        metadata.polygonFilters.push_back(
+            {features.substr(0, comma), features.substr(comma + 1), vertices, section, number});
     }
 }
 
@@ -154,7 +167,7 @@ void readAttribute(hid_t root, const std::string& name, VQDMetadata& metadata) {
         if (key && H5Tget_class(type.get()) == H5T_FLOAT) {
             if (const std::optional<Points> points = readPoints(attribute.get(), space.get())) {
                 text = pointsText(*points);
-                addGate(metadata, *key, *points);
+                addGate(metadata, name.substr(0, name.find(':')), *key, *points);
             }
         }
         break;

@@ -9,6 +9,7 @@
 #include <hdf5.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <optional>
 #include <unordered_map>
@@ -157,6 +158,7 @@ struct VQDReader::Impl {
     mutable std::mutex mutex; ///< guards contents; taken inside of hdf5Mutex(), never the other way round
     Contents contents;
     std::optional<OpenFile> open; ///< guarded by hdf5Mutex()
+    std::atomic<std::uint64_t> failedReadings = 0;
 
     /// A copy of one field.
     template <typename Field>
@@ -197,6 +199,7 @@ CachedColumn VQDReader::Impl::load(const std::string& name) {
     try {
         return open ? readFeature(name) : CachedColumn();
     } catch (const std::exception& error) {
+        ++failedReadings;
         reportError("Error reading feature '" + name + "': " + error.what());
         return {};
     }
@@ -259,6 +262,7 @@ std::vector<std::uint8_t> VQDReader::Impl::picture(const char* what, bool Conten
         }
         return readPicture(open->access.openDataset(events->get(), what).get(), index, width, height);
     } catch (const std::exception& error) {
+        ++failedReadings;
         reportError(std::string("Error reading ") + what + " at index " + std::to_string(index) + ": " + error.what());
         return {};
     }
@@ -357,6 +361,7 @@ SharedColumn VQDReader::column(const std::string& name) {
             }
         }
     } catch (const std::exception& error) {
+        ++impl_->failedReadings;
         reportError("Error reading feature '" + name + "': " + error.what());
         return noColumn();
     }
@@ -435,9 +440,22 @@ std::vector<float> VQDReader::getTrace(const std::string& name, std::size_t inde
         const Hdf5Id group = impl_->open->access.openGroup(events->get(), "trace");
         return readTrace(impl_->open->access.openDataset(group.get(), name).get(), index);
     } catch (const std::exception& error) {
+        ++impl_->failedReadings;
         reportError("Error reading trace '" + name + "' at index " + std::to_string(index) + ": " + error.what());
         return {};
     }
+}
+
+std::uint64_t VQDReader::failedReadings() const {
+    return impl_->failedReadings;
+}
+
+Hdf5Id VQDReader::openStored(const std::string& name) const {
+    const std::optional<Hdf5Id> events = impl_->open ? impl_->open->eventsGroup() : std::nullopt;
+    if (!events) {
+        throw FileError("the file has no events");
+    }
+    return impl_->open->access.openDataset(events->get(), name);
 }
 
 std::string VQDReader::featureLabel(const std::string& key) const {

@@ -24,6 +24,8 @@ void initializeHdf5();
 /// A column that stays as it is for as long as somebody holds it, also when its name is replaced or the reader closed.
 using SharedColumn = std::shared_ptr<const std::vector<double>>;
 
+class Hdf5Id;
+
 /// The only door to a measurement file: lists what it holds, turns attributes into text, serves feature columns as
 /// doubles from a cache, and reads images, masks and traces one event at a time.
 ///
@@ -87,6 +89,12 @@ public:
     std::uint64_t traceLength() const;
     /// One event's samples of a trace. Empty for an index out of range or on failure.
     std::vector<float> getTrace(const std::string& name, std::size_t index);
+
+    /// How many readings of columns, pictures and traces have failed; each left a line on the standard error stream.
+    /// Tells what can't be read from what isn't there.
+    std::uint64_t failedReadings() const;
+    /// For the io layer: a dataset below "/events" as it is stored. Throws FileError. The caller holds hdf5Mutex().
+    Hdf5Id openStored(const std::string& name) const;
 
     /// Label of a feature for this file, see Tessaly::featureLabel().
     std::string featureLabel(const std::string& key) const;

@@ -142,15 +142,19 @@ TEST_F(Reader, PolygonAttributes) {
                         {"online_filter: polygon points", {1, 2}},
                         {"online_filter:, polygon points", {1, 2}},
                         {"online_filter:a,b polygon point", {1, 2}},
+                        {"online_filter:x,y #12 polygon points", {3, 4}},
                         {"no colon,x polygon points", {1, 2}}};
     ASSERT_TRUE(reader_.open(sample(options)));
     const VQDMetadata metadata = reader_.readMetadata();
     // In attribute order, which for this kind of file is the order of writing, here alphabetical.
     EXPECT_EQ(metadata.polygonFilters,
-              (std::vector<PolygonFilterDef>{{"a", "b,c", {{0, 1}, {2, 3}}}, {"", "", {{1, 2}}}}));
+              (std::vector<PolygonFilterDef>{{"a", "b,c", {{0, 1}, {2, 3}}, "offline_filter", 1},
+                                             {"", "", {{1, 2}}, "online_filter", 1},
+                                             {"x", "y", {{3, 4}}, "online_filter", 12}}));
     EXPECT_EQ(metadata.online_filter, (VQDMetadata::Section{{" polygon points", "(1.000000,2.000000)"},
                                                             {", polygon points", "(1.000000,2.000000)"},
-                                                            {"a,b polygon point", "(1.000000,2.000000)"}}));
+                                                            {"a,b polygon point", "(1.000000,2.000000)"},
+                                                            {"x,y #12 polygon points", "(3.000000,4.000000)"}}));
     EXPECT_FALSE(metadata.allAttributes.contains("no colon,x polygon points"));
 }
 
