@@ -1,6 +1,7 @@
-# What `cmake --install` puts where. The program looks for its table in ../data beside the folder of the executable.
+# What `cmake --install` puts where. The program looks for its table in ../data beside the folder of the executable,
+# and for the probe beside itself.
 
-install(TARGETS tessaly RUNTIME DESTINATION lib/tessaly/bin)
+install(TARGETS tessaly tessaly_probe RUNTIME DESTINATION lib/tessaly/bin)
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/data/" DESTINATION lib/tessaly/data)
 install(CODE "
     file(MAKE_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")

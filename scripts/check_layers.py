@@ -14,6 +14,7 @@ ALLOWED = {
     "core": set(),
     "stats": set(),
     "io": {"core"},
+    "probe": {"core", "io"},
     "calc": {"core", "stats", "io"},
     "session": {"core", "stats", "io", "calc"},
     # Drawing and the services around the program do not know each other.

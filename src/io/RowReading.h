@@ -9,10 +9,10 @@
 
 namespace Tessaly {
 
-/// Reads rows of a dataset. Chunks that are packed by shuffle and deflate, or by one of them, are taken as they are
-/// stored and unpacked here. That is faster than the library's own reading, and safer: the library doesn't check that
-/// an unpacked chunk is as long as the dataset's type and chunk size promise, and reads past its end. Everything else
-/// is left to the library.
+/// Reads rows of a dataset. Chunks that are packed by shuffle and deflate, or by one of them, with or without a
+/// checksum at the end, are taken as they are stored and unpacked here. That is faster than the library's own reading,
+/// and safer: the library doesn't check that an unpacked chunk is as long as the dataset's type and chunk size promise,
+/// and reads past its end. Everything else is left to the library.
 ///
 /// Internal to the io layer; the caller holds hdf5Mutex().
 class RowReader {
@@ -62,6 +62,7 @@ private:
     bool rawEdges_ = false;  ///< whether chunks that reach beyond the dataset are stored as they are
     int deflateFilter_ = -1; ///< place in the chain of filters, -1 without
     int shuffleFilter_ = -1;
+    int checksumFilter_ = -1; ///< the last one
     std::vector<std::byte> stored_;
     std::vector<std::byte> inflated_;
     std::vector<std::byte> values_; ///< of one chunk

@@ -10,7 +10,10 @@
 
 namespace Tessaly {
 
-OpenOutcome openMeasurement(const QString& path, DatasetEntry& entry) {
+OpenOutcome openMeasurement(const QString& path, DatasetEntry& entry, const FileProbing& probing) {
+    if (!mayBeOpened(path, probing)) {
+        return OpenOutcome::Unreadable;
+    }
     auto reader = std::make_shared<VQDReader>();
     const std::string filePath = path.toStdString();
     if (!reader->open(filePath)) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/VQDMetadata.h"
+#include "session/FileProbing.h"
 
 #include <QList>
 #include <QString>
@@ -18,8 +19,8 @@ enum class OpenOutcome {
 };
 
 /// Opens a measurement file into a new entry: reader, path, metadata and display name. The entry is left without these
-/// unless the outcome is Opened.
-OpenOutcome openMeasurement(const QString& path, DatasetEntry& entry);
+/// unless the outcome is Opened. A helper process looks into the file first, see mayBeOpened().
+OpenOutcome openMeasurement(const QString& path, DatasetEntry& entry, const FileProbing& probing = {});
 
 /// Name of a new dataset: the changed sample name of an export, else the sample, else the file name with extension.
 QString initialDisplayName(const VQDMetadata& metadata, const QString& path);

@@ -215,6 +215,7 @@ TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
         file.dataset("/events/believable", H5T_NATIVE_UINT8, {5000}, nullptr, small);
         const hid_t single = PlainFile::chunked({1});
         file.dataset("/events/pieces", H5T_NATIVE_UINT8, {8'000'000}, nullptr, single);
+        file.dataset("/events/unwritten", H5T_NATIVE_UINT8, {500'000}, nullptr, single);
         const hid_t large = PlainFile::chunked({900'000'000});
         file.dataset("/events/large_chunk", H5T_NATIVE_FLOAT, {1'000'000'000}, nullptr, large);
         const hid_t pictures = PlainFile::chunked({1, 1024, 1024});
@@ -231,7 +232,7 @@ TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
     EXPECT_EQ(reader_.eventCount(), 0U);
     EXPECT_EQ(testing::internal::GetCapturedStderr().find("Error determining event count: "), 0U);
     testing::internal::CaptureStderr();
-    for (const std::string name : {"a_trillion", "contiguous", "billion", "pieces", "large_chunk"}) {
+    for (const std::string name : {"a_trillion", "contiguous", "billion", "pieces", "unwritten", "large_chunk"}) {
         EXPECT_TRUE(reader_.getFeature(name).empty()) << name;
     }
     int width = -1;
@@ -240,7 +241,7 @@ TEST_F(DamagedFiles, DeclaredSizesWithoutDataAreNotAllocated) {
     EXPECT_EQ(width, -1);
     EXPECT_TRUE(reader_.getTrace("fl1_raw", 0).empty());
     const std::string errors = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 8) << errors;
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 9) << errors;
     EXPECT_EQ(reader_.getFeature("believable"), std::vector<double>(5000, 0.0));
     EXPECT_EQ(fateOf(path_), Fate::Survived);
 }
@@ -296,20 +297,32 @@ TEST_F(DamagedFiles, ChunksOfAnotherLengthThanDeclaredAreRefused) {
         file.chunk("/events/behind_unwritten", 100, eightZeros);
         file.dataset("/events/image", H5T_NATIVE_UINT8, {3, 16, 16}, nullptr, tiles);
         file.chunk("/events/image", 2, eightZeros);
+        H5Pset_fletcher32(packed);
+        // The sums of the words 789c 6360 8000 0000 0800 0100, modulo 65535: 64fd, and d58e for the sums of sums.
+        std::vector<unsigned char> checked = eightZeros;
+        checked.insert(checked.end(), {0xfd, 0x64, 0x8e, 0xd5});
+        file.dataset("/events/checked", H5T_NATIVE_DOUBLE, {100}, nullptr, packed);
+        file.chunk("/events/checked", 0, checked);
+        checked.back() = 0xd4;
+        file.dataset("/events/wrong_sum", H5T_NATIVE_DOUBLE, {100}, nullptr, packed);
+        file.chunk("/events/wrong_sum", 0, checked);
         for (const hid_t list : {packed, tiles}) {
             H5Pclose(list);
         }
     }
     ASSERT_TRUE(reader_.open(path_));
     testing::internal::CaptureStderr();
-    for (const std::string name : {"plain", "packed", "swapped", "behind_unwritten"}) {
+    for (const std::string name : {"plain", "packed", "swapped", "behind_unwritten", "checked", "wrong_sum"}) {
         EXPECT_TRUE(reader_.getFeature(name).empty()) << name;
     }
     int side = 0;
     EXPECT_EQ(reader_.getImage(1, &side, &side), std::vector<std::uint8_t>(256, 0)); // never written
     EXPECT_TRUE(reader_.getImage(2, &side, &side).empty());
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("feature 'plain': a chunk isn't of its declared length"),
-              std::string::npos);
+    const std::string errors = testing::internal::GetCapturedStderr();
+    EXPECT_NE(errors.find("feature 'plain': a chunk isn't of its declared length"), std::string::npos);
+    // The right sum is believed, as the words of the failure tell.
+    EXPECT_NE(errors.find("feature 'checked': a chunk can't be unpacked to its declared length"), std::string::npos);
+    EXPECT_NE(errors.find("feature 'wrong_sum': the checksum of a chunk is wrong"), std::string::npos);
 }
 
 TEST_F(DamagedFiles, DataOutsideOfTheFileIsRefused) {

@@ -108,7 +108,8 @@ TEST_F(ForeignFiles, AllWaysOfStoringGiveTheSameColumn) {
         for (int i = 0; i < 50000; ++i) {
             expected.push_back(kind == "i4" ? std::floor(0.25 * i) : 0.25 * i);
         }
-        for (const std::string layout : {"contiguous_", "chunked_", "gzip_", "shuffle_", "checksum_", "growing_"}) {
+        for (const std::string layout :
+             {"contiguous_", "chunked_", "gzip_", "shuffle_", "checksum_", "checked_", "growing_"}) {
             EXPECT_EQ(reader_.getFeature(layout + kind), expected) << layout << kind;
         }
     }

@@ -51,6 +51,8 @@ def write_layouts(path):
             events.create_dataset(f"gzip_{kind}", data=values, chunks=(4096,), compression="gzip")
             events.create_dataset(f"shuffle_{kind}", data=values, chunks=(50000,), compression="gzip", shuffle=True)
             events.create_dataset(f"checksum_{kind}", data=values, chunks=(777,), fletcher32=True)
+            events.create_dataset(
+                f"checked_{kind}", data=values, chunks=(777,), compression="gzip", shuffle=True, fletcher32=True)
             events.create_dataset(f"growing_{kind}", data=values, chunks=(1000,), maxshape=(None,))
         events.create_dataset("one_by_one", data=np.arange(70000) % 100, dtype="i1", chunks=(1,))
         events.create_dataset("empty_contiguous", (0,), dtype="f8")
