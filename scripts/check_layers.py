@@ -17,12 +17,13 @@ ALLOWED = {
     "probe": {"core", "io"},
     "calc": {"core", "stats", "io"},
     "session": {"core", "stats", "io", "calc"},
+    "widgets": {"core", "stats", "io", "calc", "session"},
     # Drawing and the services around the program do not know each other.
-    "plot": {"core", "stats", "io", "calc", "session"},
-    "services": {"core", "stats", "io", "calc", "session"},
-    "tools": {"core", "stats", "io", "calc", "session", "plot", "services"},
-    "ui": {"core", "stats", "io", "calc", "session", "plot", "services", "tools"},
-    "app": {"core", "stats", "io", "calc", "session", "plot", "services", "tools", "ui"},
+    "plot": {"core", "stats", "io", "calc", "session", "widgets"},
+    "services": {"core", "stats", "io", "calc", "session", "widgets"},
+    "tools": {"core", "stats", "io", "calc", "session", "widgets", "plot", "services"},
+    "ui": {"core", "stats", "io", "calc", "session", "widgets", "plot", "services", "tools"},
+    "app": {"core", "stats", "io", "calc", "session", "widgets", "plot", "services", "tools", "ui"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)')
 # Libraries that stay behind our own headers.

@@ -17,7 +17,7 @@ namespace {
 using Vertices = std::vector<std::pair<double, double>>;
 
 /// Events are tested in blocks: what one rule leaves of a block is still in the cache for the next.
-constexpr std::size_t blockSize = PolygonRaster::blockSize;
+constexpr std::size_t blockSize = PolygonRaster::BlockSize;
 
 /// With fewer events, a raster costs more than it saves.
 constexpr std::size_t rasterWorthEvents = 4000;
@@ -82,7 +82,7 @@ struct PreparedPolygon {
         std::size_t openCount = 0;
         for (std::size_t i = 0; i < survivors.count; ++i) {
             open[openCount] = static_cast<std::uint16_t>(i);
-            openCount += verdicts[i] == PolygonRaster::Look ? 1 : 0;
+            openCount += verdicts[i] == PolygonRaster::NeedsTest ? 1 : 0;
         }
         for (std::size_t k = 0; k < openCount; ++k) {
             verdicts[open[k]] = isInside(survivors.places[open[k]]) ? PolygonRaster::Inside : PolygonRaster::Outside;

@@ -13,7 +13,7 @@ namespace Tessaly {
 /// is replaced by straight pieces between powers of two). The outermost cells have no outer end.
 class RasterAxis {
 public:
-    static constexpr int cellCount = 128;
+    static constexpr int CellCount = 128;
 
     /// Cells that cover the values from min to max, in data units, and a little more.
     RasterAxis(double min, double max, int scaleMode);
@@ -36,8 +36,8 @@ private:
     double start_ = 0.0; ///< of the first cell
     double perUnit_ = 0.0;
     bool usable_ = false;
-    std::array<double, cellCount> lower_{};
-    std::array<double, cellCount> upper_{};
+    std::array<double, CellCount> lower_{};
+    std::array<double, CellCount> upper_{};
 };
 
 /// A coarse picture of a polygon gate over its two features. It tells for most events whether they lie inside, without
@@ -48,7 +48,7 @@ private:
 /// itself at the row's ends, for each operation in it is monotone whether rounded or not.
 class PolygonRaster {
 public:
-    enum Verdict : std::uint8_t { Outside = 0, Inside = 1, Look = 2 };
+    enum Verdict : std::uint8_t { Outside = 0, Inside = 1, NeedsTest = 2 };
 
     using Vertices = std::span<const std::pair<double, double>>;
 
@@ -58,11 +58,11 @@ public:
     /// Whether the raster says anything; if not, every event has to be looked at.
     bool isUsable() const { return usable_; }
 
-    /// Verdicts of some events, Look if only the inside test can tell. At most blockSize events.
+    /// Verdicts of some events, NeedsTest if only the inside test can tell. At most BlockSize events.
     void verdictsOf(const double* x, const double* y, std::span<const std::uint16_t> events,
                     std::uint8_t* verdicts) const;
 
-    static constexpr std::size_t blockSize = 1024;
+    static constexpr std::size_t BlockSize = 1024;
 
 private:
     void markEdges(Vertices mapped, std::size_t row);

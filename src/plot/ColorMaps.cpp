@@ -1,4 +1,4 @@
-#include "ColorMaps.h"
+#include "plot/ColorMaps.h"
 
 #include <QColor>
 #include <qwt_color_map.h>

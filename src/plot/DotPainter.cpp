@@ -1,6 +1,6 @@
-#include "DotPainter.h"
+#include "plot/DotPainter.h"
 
-#include "DotPositions.h"
+#include "plot/DotPositions.h"
 
 #include <QImage>
 #include <QPaintEngine>
@@ -18,11 +18,11 @@ namespace Tessaly {
 
 namespace {
 
-constexpr int Steps = 16;           ///< places of a centre per device pixel and direction
-constexpr int Block = 8;            ///< pixels that are tested at once
-constexpr int Chunk = 1024;         ///< dots whose places are computed at once
-constexpr int MaxStampSize = 128;   ///< beyond, shapes are as fast
-constexpr qint64 MaxArea = 1 << 26; ///< device pixels; beyond, buffers would weigh too much
+constexpr int PlacesPerPixel = 16;          ///< places of a centre per device pixel and direction
+constexpr int BlockPixels = 8;              ///< pixels that are tested at once
+constexpr int DotsAtOnce = 1024;            ///< dots whose places are computed at once
+constexpr int MaxStampSize = 128;           ///< beyond, shapes are as fast
+constexpr qint64 MaxRegionPixels = 1 << 26; ///< device pixels; beyond, buffers would weigh too much
 
 /// Coverage of a dot's pixels for each place of its centre within a pixel, made when first asked for. Rows are padded
 /// to whole blocks.
@@ -30,16 +30,16 @@ class Stamps {
 public:
     /// @param radius  reach of a dot in device pixels
     Stamps(double radius, double scale, QPainter::RenderHints hints, const DotPainter::Shape& shape)
-        : reach_(static_cast<int>(std::ceil(radius * Steps))),
-          size_((2 * Steps - 2 + 2 * reach_) / Steps),
-          stride_((size_ + Block - 1) / Block * Block),
+        : reach_(static_cast<int>(std::ceil(radius * PlacesPerPixel))),
+          size_((2 * PlacesPerPixel - 2 + 2 * reach_) / PlacesPerPixel),
+          stride_((size_ + BlockPixels - 1) / BlockPixels * BlockPixels),
           scale_(scale),
           hints_(hints),
           shape_(shape),
-          masks_(Steps * Steps * bytes()),
-          ready_(Steps * Steps, false),
+          masks_(PlacesPerPixel * PlacesPerPixel * bytes()),
+          ready_(PlacesPerPixel * PlacesPerPixel, false),
           touched_(bytes(), 0) {
-        const double center = double(reach_) / Steps;
+        const double center = double(reach_) / PlacesPerPixel;
         const auto distance = [center](int pixel) {
             return std::max({0.0, pixel - center - 1.0, center - pixel - 1.0});
         };
@@ -59,7 +59,7 @@ public:
     const std::uint8_t* touched() const { return touched_.data(); }
 
     const std::uint8_t* at(int placeX, int placeY) {
-        const auto place = static_cast<std::size_t>(placeY * Steps + placeX);
+        const auto place = static_cast<std::size_t>(placeY * PlacesPerPixel + placeX);
         if (!ready_[place]) {
             render(placeX, placeY);
             ready_[place] = true;
@@ -75,11 +75,11 @@ private:
         image.fill(Qt::transparent);
         QPainter painter(&image);
         painter.setRenderHints(hints_);
-        painter.translate(double(reach_ + placeX) / Steps, double(reach_ + placeY) / Steps);
+        painter.translate(double(reach_ + placeX) / PlacesPerPixel, double(reach_ + placeY) / PlacesPerPixel);
         painter.scale(scale_, scale_);
         shape_(painter);
         painter.end();
-        std::uint8_t* mask = masks_.data() + static_cast<std::size_t>(placeY * Steps + placeX) * bytes();
+        std::uint8_t* mask = masks_.data() + static_cast<std::size_t>(placeY * PlacesPerPixel + placeX) * bytes();
         for (int y = 0; y < size_; ++y) {
             const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
             mask = std::transform(line, line + stride_, mask,
@@ -104,9 +104,9 @@ public:
     PlaceAxis(const AxisPixels& pixels, double scale, double shift, double origin, int reach, int pixelLimit,
               bool aligned)
         : pixels_(pixels),
-          scale_(scale * Steps),
-          offset_((shift - origin) * Steps - reach + 0.5),
-          limit_(pixelLimit * Steps),
+          scale_(scale * PlacesPerPixel),
+          offset_((shift - origin) * PlacesPerPixel - reach + 0.5),
+          limit_(pixelLimit * PlacesPerPixel),
           aligned_(aligned) {}
 
     int place(double axisValue) const {
@@ -140,8 +140,8 @@ constexpr std::uint32_t divided255(std::uint32_t x) {
 }
 
 /// The device pixels that dots may touch, with a margin in which stamps may end but nothing is seen.
-struct Frame {
-    Frame(const QRect& visible, const Stamps& stamps)
+struct PaddedRegion {
+    PaddedRegion(const QRect& visible, const Stamps& stamps)
         : margin(stamps.stride() + 1),
           width(visible.width() + 2 * margin),
           height(visible.height() + 2 * margin),
@@ -182,12 +182,12 @@ struct Frame {
 /// Dots in colours of their own, taken from the topmost down.
 class ColorLayer {
 public:
-    ColorLayer(const Frame& frame, const Stamps& stamps)
-        : frame_(frame),
+    ColorLayer(const PaddedRegion& padded, const Stamps& stamps)
+        : padded_(padded),
           stamps_(stamps),
-          remaining_(frame.pixels(), 0),
-          sums_(frame.pixels(), 0) {
-        frame.fillRegion(remaining_, std::uint8_t{255});
+          remaining_(padded.pixels(), 0),
+          sums_(padded.pixels(), 0) {
+        padded.fillRegion(remaining_, std::uint8_t{255});
     }
 
     /// Adds a dot whose stamp's corner is at a pixel.
@@ -198,9 +198,9 @@ public:
         std::uint64_t lanes = 0;
         std::uint32_t alpha = 0;
         for (int row = 0; row < stamps_.size(); ++row) {
-            for (int block = 0; block < stamps_.stride(); block += Block) {
+            for (int block = 0; block < stamps_.stride(); block += BlockPixels) {
                 const std::size_t inStamp = static_cast<std::size_t>(row * stamps_.stride() + block);
-                const std::size_t pixel = frame_.index(x + block, y + row);
+                const std::size_t pixel = padded_.index(x + block, y + row);
                 if ((load(&remaining_[pixel]) & load(stamps_.touched() + inStamp)) == 0) {
                     continue;
                 }
@@ -222,7 +222,7 @@ public:
     }
 
     QImage image() const {
-        return frame_.image([this](std::size_t pixel) {
+        return padded_.image([this](std::size_t pixel) {
             const std::uint64_t sum = sums_[pixel];
             const auto lane = [sum](int shift) {
                 return static_cast<int>(divided255(static_cast<std::uint32_t>(sum >> shift & 0xffff)));
@@ -237,7 +237,7 @@ private:
     void blend(std::size_t pixel, const std::uint8_t* mask, std::uint64_t lanes, std::uint32_t alpha) {
         std::uint8_t* remaining = &remaining_[pixel];
         std::uint64_t* sums = &sums_[pixel];
-        for (int i = 0; i < Block; ++i) {
+        for (int i = 0; i < BlockPixels; ++i) {
             const std::uint32_t coverage = Opaque ? mask[i] : divided255(mask[i] * alpha);
             const std::uint32_t weight = divided255(remaining[i] * coverage);
             remaining[i] = static_cast<std::uint8_t>(remaining[i] - weight);
@@ -245,7 +245,7 @@ private:
         }
     }
 
-    const Frame& frame_;
+    const PaddedRegion& padded_;
     const Stamps& stamps_;
     std::vector<std::uint8_t> remaining_; ///< visibility left for dots further down, 255 for all
     std::vector<std::uint64_t> sums_;     ///< blue, green, red and alpha times 255, 16 bits each
@@ -254,21 +254,21 @@ private:
 /// Dots in one colour: only what remains visible of the background counts, in any order.
 class PlainLayer {
 public:
-    PlainLayer(const Frame& frame, const Stamps& stamps)
-        : frame_(frame),
+    PlainLayer(const PaddedRegion& padded, const Stamps& stamps)
+        : padded_(padded),
           stamps_(stamps),
-          remaining_(frame.pixels(), 0) {
-        frame.fillRegion(remaining_, All);
+          remaining_(padded.pixels(), 0) {
+        padded.fillRegion(remaining_, All);
     }
 
     /// As in ColorLayer.
     bool add(int x, int y, const std::uint8_t* mask) {
         bool open = false;
         for (int row = 0; row < stamps_.size(); ++row) {
-            for (int block = 0; block < stamps_.stride(); block += Block) {
+            for (int block = 0; block < stamps_.stride(); block += BlockPixels) {
                 const std::size_t inStamp = static_cast<std::size_t>(row * stamps_.stride() + block);
-                std::uint16_t* remaining = &remaining_[frame_.index(x + block, y + row)];
-                if ((load(remaining) | load(remaining + Block / 2)) != 0) {
+                std::uint16_t* remaining = &remaining_[padded_.index(x + block, y + row)];
+                if ((load(remaining) | load(remaining + BlockPixels / 2)) != 0) {
                     open = true;
                     blend(remaining, mask + inStamp);
                 }
@@ -281,7 +281,7 @@ public:
         const auto red = static_cast<std::uint32_t>(color.red());
         const auto green = static_cast<std::uint32_t>(color.green());
         const auto blue = static_cast<std::uint32_t>(color.blue());
-        return frame_.image([=, this](std::size_t pixel) {
+        return padded_.image([=, this](std::size_t pixel) {
             const std::uint32_t alpha = 255u - (remaining_[pixel] + 128u) / 257u;
             return qRgba(static_cast<int>(divided255(red * alpha)), static_cast<int>(divided255(green * alpha)),
                          static_cast<int>(divided255(blue * alpha)), static_cast<int>(alpha));
@@ -293,7 +293,7 @@ private:
     static constexpr std::uint16_t Invisible = 128; ///< less than half of a level
 
     static void blend(std::uint16_t* remaining, const std::uint8_t* mask) {
-        for (int i = 0; i < Block; ++i) {
+        for (int i = 0; i < BlockPixels; ++i) {
             const auto coverage = static_cast<std::uint16_t>(mask[i] * 257);
             const auto left =
                 static_cast<std::uint16_t>(remaining[i] - ((std::uint32_t{remaining[i]} * coverage) >> 16));
@@ -301,7 +301,7 @@ private:
         }
     }
 
-    const Frame& frame_;
+    const PaddedRegion& padded_;
     const Stamps& stamps_;
     std::vector<std::uint16_t> remaining_; ///< visibility of the background
 };
@@ -310,12 +310,12 @@ private:
 /// pixel has been found covered.
 template <typename Add>
 void forEachStamp(const DotPositions& positions, int from, int to, const PlaceAxis& xAxis, const PlaceAxis& yAxis,
-                  const Frame& frame, Stamps& stamps, Add add) {
-    std::vector<std::uint8_t> covered(frame.pixels(), 0);
-    std::array<int, Chunk> xs;
-    std::array<int, Chunk> ys;
-    for (int end = to + 1; end > from; end -= Chunk) {
-        const int begin = std::max(from, end - Chunk);
+                  const PaddedRegion& padded, Stamps& stamps, Add add) {
+    std::vector<std::uint8_t> covered(padded.pixels(), 0);
+    std::array<int, DotsAtOnce> xs;
+    std::array<int, DotsAtOnce> ys;
+    for (int end = to + 1; end > from; end -= DotsAtOnce) {
+        const int begin = std::max(from, end - DotsAtOnce);
         const auto count = static_cast<std::size_t>(end - begin);
         const double* x = positions.x() + begin;
         const double* y = positions.y() + begin;
@@ -327,11 +327,11 @@ void forEachStamp(const DotPositions& positions, int from, int to, const PlaceAx
             if (xs[i] < 0 || ys[i] < 0) {
                 continue;
             }
-            const int cornerX = xs[i] / Steps;
-            const int cornerY = ys[i] / Steps;
-            std::uint8_t& isCovered = covered[frame.index(cornerX, cornerY)];
+            const int cornerX = xs[i] / PlacesPerPixel;
+            const int cornerY = ys[i] / PlacesPerPixel;
+            std::uint8_t& isCovered = covered[padded.index(cornerX, cornerY)];
             if (!isCovered) {
-                const std::uint8_t* mask = stamps.at(xs[i] % Steps, ys[i] % Steps);
+                const std::uint8_t* mask = stamps.at(xs[i] % PlacesPerPixel, ys[i] % PlacesPerPixel);
                 isCovered = !add(begin + static_cast<int>(i), cornerX, cornerY, mask);
             }
         }
@@ -362,7 +362,7 @@ DotPainter::DotPainter(QPainter& painter, double extent) : painter_(painter), ex
     if (painter.hasClipping()) {
         region_ &= transform.mapRect(painter.clipBoundingRect()).toAlignedRect();
     }
-    canStamp_ = 2.0 * extent * scale_ < MaxStampSize && qint64{region_.width()} * region_.height() < MaxArea;
+    canStamp_ = 2.0 * extent * scale_ < MaxStampSize && qint64{region_.width()} * region_.height() < MaxRegionPixels;
 }
 
 void DotPainter::drawColored(const DotPositions& positions, int from, int to, const Shape& shape,
@@ -371,13 +371,13 @@ void DotPainter::drawColored(const DotPositions& positions, int from, int to, co
         return;
     }
     Stamps stamps(extent_ * scale_, scale_, painter_.renderHints(), shape);
-    const Frame frame(region_, stamps);
-    const PlaceAxis xAxis(positions.xPixels(), scale_, shiftX_, frame.originX, stamps.reach(),
-                          frame.width - frame.margin, false);
-    const PlaceAxis yAxis(positions.yPixels(), scale_, shiftY_, frame.originY, stamps.reach(),
-                          frame.height - frame.margin, false);
-    ColorLayer layer(frame, stamps);
-    forEachStamp(positions, from, to, xAxis, yAxis, frame, stamps,
+    const PaddedRegion padded(region_, stamps);
+    const PlaceAxis xAxis(positions.xPixels(), scale_, shiftX_, padded.originX, stamps.reach(),
+                          padded.width - padded.margin, false);
+    const PlaceAxis yAxis(positions.yPixels(), scale_, shiftY_, padded.originY, stamps.reach(),
+                          padded.height - padded.margin, false);
+    ColorLayer layer(padded, stamps);
+    forEachStamp(positions, from, to, xAxis, yAxis, padded, stamps,
                  [&](int index, int x, int y, const std::uint8_t* mask) {
                      return layer.add(x, y, mask, [&colorOf, index] { return colorOf(index); });
                  });
@@ -390,13 +390,13 @@ void DotPainter::drawPlain(const DotPositions& positions, int from, int to, cons
         return;
     }
     Stamps stamps(extent_ * scale_, scale_, painter_.renderHints(), shape);
-    const Frame frame(region_, stamps);
-    const PlaceAxis xAxis(positions.xPixels(), scale_, shiftX_, frame.originX, stamps.reach(),
-                          frame.width - frame.margin, aligned);
-    const PlaceAxis yAxis(positions.yPixels(), scale_, shiftY_, frame.originY, stamps.reach(),
-                          frame.height - frame.margin, aligned);
-    PlainLayer layer(frame, stamps);
-    forEachStamp(positions, from, to, xAxis, yAxis, frame, stamps,
+    const PaddedRegion padded(region_, stamps);
+    const PlaceAxis xAxis(positions.xPixels(), scale_, shiftX_, padded.originX, stamps.reach(),
+                          padded.width - padded.margin, aligned);
+    const PlaceAxis yAxis(positions.yPixels(), scale_, shiftY_, padded.originY, stamps.reach(),
+                          padded.height - padded.margin, aligned);
+    PlainLayer layer(padded, stamps);
+    forEachStamp(positions, from, to, xAxis, yAxis, padded, stamps,
                  [&layer](int, int x, int y, const std::uint8_t* mask) { return layer.add(x, y, mask); });
     drawImage(layer.image(color));
 }

@@ -1,4 +1,4 @@
-#include "DotPositions.h"
+#include "plot/DotPositions.h"
 
 #include <QPaintEngine>
 #include <QPainter>
@@ -45,8 +45,8 @@ DotVisibility::DotVisibility(const QPainter& painter, double extent) : limited_(
 
 bool DotVisibility::shows(const QPointF& center) const {
     // No device is that large, and beyond it the library's rounding to whole pixels overflows. False for NaN, too.
-    constexpr double farAway = 1e8;
-    const bool drawable = std::abs(center.x()) < farAway && std::abs(center.y()) < farAway;
+    constexpr double FarAway = 1e8;
+    const bool drawable = std::abs(center.x()) < FarAway && std::abs(center.y()) < FarAway;
     return drawable && (!limited_ || area_.contains(center));
 }
 

@@ -1,16 +1,13 @@
 #include "plot/ImageViewer.h"
 
-#include "core/FileSuffix.h"
 #include "plot/WrappingRow.h"
 
 #include <QCheckBox>
 #include <QContextMenuEvent>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QSaveFile>
 #include <QScrollArea>
@@ -24,11 +21,11 @@ namespace Tessaly {
 
 namespace {
 
-constexpr double smallestZoom = 0.1;
-constexpr double largestZoom = 10.0;
-constexpr double zoomStep = 1.25;
-const cv::Scalar maskTint(0, 204, 254); // blue, green, red
-constexpr double maskTintShare = 0.3;
+constexpr double SmallestZoom = 0.1;
+constexpr double LargestZoom = 10.0;
+constexpr double ZoomStep = 1.25;
+const cv::Scalar MaskTint(0, 204, 254); // blue, green, red
+constexpr double MaskTintShare = 0.3;
 
 cv::Mat matFromBytes(const std::vector<std::uint8_t>& bytes, int width, int height) {
     cv::Mat mat(height, width, CV_8UC1);
@@ -60,8 +57,8 @@ void tintMask(cv::Mat& image, const cv::Mat& mask) {
         cv::cvtColor(image, image, cv::COLOR_GRAY2BGR);
     }
     cv::Mat overlay = image.clone();
-    cv::Mat(image.size(), image.type(), maskTint).copyTo(overlay, mask);
-    cv::addWeighted(image, 1.0 - maskTintShare, overlay, maskTintShare, 0.0, image);
+    cv::Mat(image.size(), image.type(), MaskTint).copyTo(overlay, mask);
+    cv::addWeighted(image, 1.0 - MaskTintShare, overlay, MaskTintShare, 0.0, image);
 }
 
 cv::Mat scaled(const cv::Mat& image, double factor) {
@@ -87,7 +84,7 @@ QPixmap pixmapOf(const cv::Mat& image) {
 
 /// Encodes in memory and writes in one go, so that a failure leaves no half image and an older file whole.
 /// @return the reason of a failure, or nothing
-QString writeImage(const cv::Mat& image, const QString& fileName) {
+QString encodeToFile(const cv::Mat& image, const QString& fileName) {
     std::vector<uchar> bytes;
     try {
         const QString suffix = QLatin1Char('.') + QFileInfo(fileName).suffix();
@@ -240,18 +237,18 @@ void ImageViewer::setMaskControlEnabled(bool enabled) {
 }
 
 void ImageViewer::zoomTo(double factor) {
-    zoomFactor_ = std::clamp(factor, smallestZoom, largestZoom);
+    zoomFactor_ = std::clamp(factor, SmallestZoom, LargestZoom);
     updateDisplay();
 }
 
 void ImageViewer::zoomIn() {
     fitMode_ = false;
-    zoomTo(zoomFactor_ * zoomStep);
+    zoomTo(zoomFactor_ * ZoomStep);
 }
 
 void ImageViewer::zoomOut() {
     fitMode_ = false;
-    zoomTo(zoomFactor_ / zoomStep);
+    zoomTo(zoomFactor_ / ZoomStep);
 }
 
 void ImageViewer::actualSize() {
@@ -287,33 +284,23 @@ void ImageViewer::updateDisplay() {
     imageLabel_->resize(pixmap.size());
 }
 
+bool ImageViewer::hasImage() const {
+    return !images_->current.empty();
+}
+
+QString ImageViewer::writeImage(const QString& fileName) {
+    if (!hasImage()) {
+        return tr("There is no image to save.");
+    }
+    QString failure = encodeToFile(images_->current, fileName);
+    if (failure.isEmpty()) {
+        emit imageSaved(fileName);
+    }
+    return failure;
+}
+
 void ImageViewer::saveImage() {
-    if (images_->current.empty()) {
-        QMessageBox::warning(this, tr("No Image"), tr("There is no image to save."));
-        return;
-    }
-    QString filter;
-    const QString chosen = QFileDialog::getSaveFileName(
-        this, tr("Save Image"), QString(), tr("PNG Images (*.png);;JPEG Images (*.jpg);;All Files (*)"), &filter);
-    if (chosen.isEmpty()) {
-        return;
-    }
-    const QString fileName = withFilterSuffix(chosen, filter);
-    // The dialog has asked about the name as it was typed.
-    if (fileName != chosen && QFileInfo::exists(fileName) &&
-        QMessageBox::question(
-            this, tr("Save Image"),
-            tr("%1 already exists.\nDo you want to replace it?").arg(QFileInfo(fileName).fileName())) !=
-            QMessageBox::Yes) {
-        return;
-    }
-    const QString failure = writeImage(images_->current, fileName);
-    if (!failure.isEmpty()) {
-        QMessageBox::critical(this, tr("Error"), tr("Failed to save image: %1").arg(failure));
-        return;
-    }
-    emit imageSaved(fileName);
-    QMessageBox::information(this, tr("Success"), tr("Image saved successfully."));
+    emit saveRequested();
 }
 
 void ImageViewer::contextMenuEvent(QContextMenuEvent* event) {
@@ -322,8 +309,11 @@ void ImageViewer::contextMenuEvent(QContextMenuEvent* event) {
         return;
     }
     QMenu menu(this);
-    menu.addAction(tr("Save Image..."), this, &ImageViewer::saveImage);
-    menu.exec(event->globalPos());
+    const QAction* save = menu.addAction(tr("Save Image..."));
+    // The dialog opens when the menu is gone.
+    if (menu.exec(event->globalPos()) == save) {
+        saveImage();
+    }
 }
 
 } // namespace Tessaly

@@ -12,8 +12,8 @@ class QScrollArea;
 
 namespace Tessaly {
 
-/// The camera image of one event, with an optional tint over the mask, an optional contrast stretch, zoom, and saving
-/// of the original pixels. It takes copies of the pixels and knows nothing of the file.
+/// The camera image of one event, with an optional tint over the mask, an optional contrast stretch and zoom. It takes
+/// copies of the pixels, knows nothing of the file they come from, and writes the original ones where it is told to.
 class ImageViewer : public QWidget {
     Q_OBJECT
 
@@ -37,6 +37,11 @@ public:
     /// Enables the check box "Show Mask", which has no meaning for a dataset without masks.
     void setMaskControlEnabled(bool enabled);
 
+    bool hasImage() const;
+    /// Writes the original pixels, in the format of the name's suffix, whole or not at all; emits imageSaved().
+    /// @return the reason of a failure, empty if all went well
+    QString writeImage(const QString& fileName);
+
     /// Screen pixels per image pixel, 0.1 to 10.
     double zoomFactor() const { return zoomFactor_; }
 
@@ -48,6 +53,8 @@ public slots:
     void actualSize();
 
 signals:
+    /// The user wants the image in a file; who listens asks for a name and calls writeImage().
+    void saveRequested();
     void imageSaved(QString filename);
     void showMaskToggled(bool checked);
     void autoContrastToggled(bool checked);

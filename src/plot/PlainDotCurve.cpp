@@ -1,8 +1,8 @@
-#include "PlainDotCurve.h"
+#include "plot/PlainDotCurve.h"
 
-#include "DotPainter.h"
-#include "DotPositions.h"
-#include "PointSeries.h"
+#include "plot/DotPainter.h"
+#include "plot/DotPositions.h"
+#include "plot/PointSeries.h"
 
 #include <QPainter>
 #include <QPolygonF>

@@ -1,6 +1,6 @@
-#include "PlotNavigator.h"
+#include "plot/PlotNavigator.h"
 
-#include "ScatterPlot.h"
+#include "plot/ScatterPlot.h"
 
 #include <QMouseEvent>
 #include <QRubberBand>

@@ -1,6 +1,6 @@
-#include "PlotPoints.h"
+#include "plot/PlotPoints.h"
 
-#include "PseudoLogTransform.h"
+#include "plot/PseudoLogTransform.h"
 
 #include <qwt_scale_map.h>
 #include <qwt_transform.h>
@@ -32,9 +32,23 @@ QwtInterval rangeAbove(const std::vector<double>& column, double bound) {
 } // namespace
 
 PlotPoints::PlotPoints(std::vector<double> x, std::vector<double> y, std::vector<double> colors)
+    : PlotPoints(std::make_shared<const std::vector<double>>(std::move(x)),
+                 std::make_shared<const std::vector<double>>(std::move(y)),
+                 std::make_shared<const std::vector<double>>(std::move(colors))) {}
+
+PlotPoints::PlotPoints(Column x, Column y, Column colors)
     : x_(std::move(x)),
       y_(std::move(y)),
-      colors_(std::move(colors)) {}
+      colors_(std::move(colors)) {
+    const auto none = std::make_shared<const std::vector<double>>();
+    if (x_->size() != y_->size()) {
+        x_ = none;
+        y_ = none;
+    }
+    if (colors_->size() != x_->size()) {
+        colors_ = none;
+    }
+}
 
 const PlotPoints::Ranges& PlotPoints::rangesOf(const std::vector<double>& column, Ranges& ranges) {
     if (!ranges.known) {
@@ -46,25 +60,25 @@ const PlotPoints::Ranges& PlotPoints::rangesOf(const std::vector<double>& column
 }
 
 QwtInterval PlotPoints::rangeX(bool positive) const {
-    const Ranges& ranges = rangesOf(x_, rangesX_);
+    const Ranges& ranges = rangesOf(*x_, rangesX_);
     return positive ? ranges.positive : ranges.all;
 }
 
 QwtInterval PlotPoints::rangeY(bool positive) const {
-    const Ranges& ranges = rangesOf(y_, rangesY_);
+    const Ranges& ranges = rangesOf(*y_, rangesY_);
     return positive ? ranges.positive : ranges.all;
 }
 
 QwtInterval PlotPoints::rangeColors() const {
-    return rangesOf(colors_, rangesColors_).all;
+    return rangesOf(*colors_, rangesColors_).all;
 }
 
 const double* PlotPoints::axisX(const QwtTransform* transform) const {
-    return transformed(x_, transform, axisX_);
+    return transformed(*x_, transform, axisX_);
 }
 
 const double* PlotPoints::axisY(const QwtTransform* transform) const {
-    return transformed(y_, transform, axisY_);
+    return transformed(*y_, transform, axisY_);
 }
 
 const double* PlotPoints::transformed(const std::vector<double>& column, const QwtTransform* transform,

@@ -4,6 +4,7 @@
 #include <qwt_interval.h>
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 class QwtScaleMap;
@@ -15,20 +16,28 @@ namespace Tessaly {
 /// Bounds and the columns in axis space are made when first asked for and kept. Interface thread only.
 class PlotPoints {
 public:
-    PlotPoints() = default;
+    /// A column that may be part of something else, which it keeps alive:
+    /// `PlotPoints::Column(frame, &frame->x)` lends a column of a shared record without a copy.
+    using Column = std::shared_ptr<const std::vector<double>>;
+
+    PlotPoints() : PlotPoints(std::vector<double>(), {}, {}) {}
+    /// Takes the columns over. If x and y differ in length, there are no points; colours of another length don't count.
     /// @param colors  one value per point, or empty for points without values
     PlotPoints(std::vector<double> x, std::vector<double> y, std::vector<double> colors);
+    /// Shares the columns, which must not change any more; none may be null.
+    PlotPoints(Column x, Column y, Column colors);
 
-    std::size_t size() const { return x_.size(); }
-    const std::vector<double>& x() const { return x_; }
-    const std::vector<double>& y() const { return y_; }
-    const std::vector<double>& colors() const { return colors_; }
+    std::size_t size() const { return x_->size(); }
+    const std::vector<double>& x() const { return *x_; }
+    const std::vector<double>& y() const { return *y_; }
+    const std::vector<double>& colors() const { return *colors_; }
+    bool hasColors() const { return !colors_->empty(); }
 
     /// Range of the finite values of a column; invalid if there are none.
     /// @param positive  of the values above zero only, for logarithmic axes
     QwtInterval rangeX(bool positive) const;
     QwtInterval rangeY(bool positive) const;
-    /// Range of the colour values, NaN left out; invalid if there are none.
+    /// Range of the finite colour values; invalid if there are none.
     QwtInterval rangeColors() const;
 
     /// The x or y column after an axis's transformation; the column itself for a linear axis (null).
@@ -55,7 +64,7 @@ private:
     static const double* transformed(const std::vector<double>& column, const QwtTransform* transform,
                                      AxisColumn& cache);
 
-    std::vector<double> x_, y_, colors_;
+    Column x_, y_, colors_;
     mutable Ranges rangesX_, rangesY_, rangesColors_;
     mutable AxisColumn axisX_, axisY_;
 };

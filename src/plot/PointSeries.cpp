@@ -1,4 +1,4 @@
-#include "PointSeries.h"
+#include "plot/PointSeries.h"
 
 #include <qwt_plot.h>
 #include <qwt_plot_item.h>

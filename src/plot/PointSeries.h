@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PlotPoints.h"
+#include "plot/PlotPoints.h"
 
 #include <QRectF>
 #include <qwt_series_data.h>

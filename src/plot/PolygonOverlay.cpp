@@ -1,6 +1,6 @@
-#include "PolygonOverlay.h"
+#include "plot/PolygonOverlay.h"
 
-#include "PointSeries.h"
+#include "plot/PointSeries.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,6 +1,6 @@
-#include "PseudoLogScaleEngine.h"
+#include "plot/PseudoLogScaleEngine.h"
 
-#include "PseudoLogTransform.h"
+#include "plot/PseudoLogTransform.h"
 
 #include <QtGlobal>
 #include <qwt_scale_div.h>

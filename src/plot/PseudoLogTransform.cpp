@@ -1,4 +1,4 @@
-#include "PseudoLogTransform.h"
+#include "plot/PseudoLogTransform.h"
 
 namespace Tessaly {
 

@@ -1,30 +1,24 @@
-#include "ScatterPlot.h"
+#include "plot/ScatterPlot.h"
 
-#include "ColorMaps.h"
-#include "PlainDotCurve.h"
-#include "PlotNavigator.h"
-#include "PointSeries.h"
-#include "PolygonOverlay.h"
-#include "PseudoLogScaleEngine.h"
-#include "RoundSpectroCurve.h"
-#include "ScatterPlotPicker.h"
-
-#include "calc/Contours.h"
-#include "calc/EModulus.h"
-#include "core/ScaleMath.h"
+#include "plot/ColorMaps.h"
+#include "plot/PlainDotCurve.h"
+#include "plot/PlotItems.h"
+#include "plot/PlotNavigator.h"
+#include "plot/PlotScene.h"
+#include "plot/PointSeries.h"
+#include "plot/PolygonOverlay.h"
+#include "plot/PseudoLogScaleEngine.h"
+#include "plot/RoundSpectroCurve.h"
+#include "plot/ScatterPlotPicker.h"
 
 #include <QEvent>
-#include <QPen>
 #include <qwt_color_map.h>
 #include <qwt_plot_canvas.h>
-#include <qwt_plot_grid.h>
 #include <qwt_plot_marker.h>
 #include <qwt_plot_panner.h>
 #include <qwt_scale_div.h>
 #include <qwt_scale_engine.h>
 #include <qwt_scale_map.h>
-#include <qwt_scale_widget.h>
-#include <qwt_symbol.h>
 #include <qwt_text.h>
 
 #include <algorithm>
@@ -43,51 +37,8 @@ constexpr int MaxMajorSteps = 8; // what the library asks for by itself
 constexpr int AxisX = QwtAxis::XBottom;
 constexpr int AxisY = QwtAxis::YLeft;
 constexpr int AxisColor = QwtAxis::YRight;
-constexpr int ColorBarWidth = 10;
-constexpr double ContourZ = 40.0;
-constexpr double IsoLineZ = -10.0;
-constexpr double IsoLabelZ = -9.0;
 /// Square of 5 % of the canvas.
 constexpr double PickDistance2 = 0.0025000000000000005;
-
-QPen plotPen(const QColor& color, double width, Qt::PenStyle style = Qt::SolidLine) {
-    return {color, width, style, Qt::SquareCap, Qt::BevelJoin};
-}
-
-/// Detaches and deletes the items of a list, and empties it.
-template <typename Items>
-void removeItems(Items& items) {
-    for (auto* item : items) {
-        item->detach();
-        delete item;
-    }
-    items.clear();
-}
-
-QString modulusText(double modulus) {
-    return QString::number(modulus, 'f', modulus < 1.0 ? 2 : 1) + ScatterPlot::tr(" kPa");
-}
-
-QPolygonF polygonOf(const std::vector<std::pair<double, double>>& points) {
-    QPolygonF polygon;
-    polygon.reserve(static_cast<qsizetype>(points.size()));
-    for (const auto& [x, y] : points) {
-        polygon.append(QPointF(x, y));
-    }
-    return polygon;
-}
-
-/// A line through points in data units, attached to a plot.
-QwtPlotCurve* addLine(QwtPlot& plot, const std::vector<std::pair<double, double>>& points, const QPen& pen, double z) {
-    auto* curve = new QwtPlotCurve;
-    curve->setItemAttribute(QwtPlotItem::Legend, false);
-    curve->setRenderHint(QwtPlotItem::RenderAntialiased, true);
-    curve->setPen(pen);
-    curve->setZ(z);
-    curve->setSamples(polygonOf(points));
-    curve->attach(&plot);
-    return curve;
-}
 
 } // namespace
 
@@ -104,9 +55,7 @@ void ScatterPlot::setupPlot() {
     setCanvasBackground(Qt::white);
     setAxisVisible(AxisColor, false);
 
-    auto* grid = new QwtPlotGrid;
-    grid->setPen(plotPen(Qt::gray, 0.0, Qt::DotLine));
-    grid->attach(this);
+    addGrid(*this);
     setupCurves();
 
     picker_ = new ScatterPlotPicker(canvas());
@@ -175,109 +124,122 @@ bool ScatterPlot::fitSteps() {
 }
 
 void ScatterPlot::setupCurves() {
-    const QColor dotColor(0, 68, 108);
-    static constexpr int DotFillAlpha = 100;
-    QColor dotFill = dotColor;
-    dotFill.setAlpha(DotFillAlpha);
-    plainCurve_ = new PlainDotCurve;
-    plainCurve_->setSymbol(new QwtSymbol(QwtSymbol::Ellipse, dotFill, plotPen(dotColor, 1.0), QSize(6, 6)));
-    plainCurve_->setRenderHint(QwtPlotItem::RenderAntialiased, true);
-    plainCurve_->attach(this);
-
-    colorCurve_ = new RoundSpectroCurve;
-    colorCurve_->setPenWidth(6.0);
+    plainCurve_ = addPlainDots(*this);
+    colorCurve_ = addColorDots(*this);
     colorCurve_->setColorMap(colorMapFor(colorMapIndex_));
     colorCurve_->setVisible(false);
-    colorCurve_->attach(this);
-
-    const QColor markColor(254, 204, 0);
-    highlightCurve_ = new PlainDotCurve(PlainDotCurve::Role::Mark);
-    highlightCurve_->setSymbol(new QwtSymbol(QwtSymbol::Ellipse, markColor, plotPen(markColor, 2.0), QSize(12, 12)));
-    highlightCurve_->setRenderHint(QwtPlotItem::RenderAntialiased, true);
-    highlightCurve_->setVisible(false);
-    highlightCurve_->attach(this);
+    highlightCurve_ = addMark(*this);
 }
 
-void ScatterPlot::setData(std::vector<double> x, std::vector<double> y, const QString& xLabel, const QString& yLabel,
-                          std::vector<double> colors, const QString& colorLabel) {
-    if (x.empty() || x.size() != y.size()) {
-        clearData();
-        return;
-    }
-    if (colors.size() != x.size()) {
-        colors.clear();
-    }
-    points_ = std::make_shared<PlotPoints>(std::move(x), std::move(y), std::move(colors));
-    if (highlighted_ >= static_cast<int>(points_->size())) {
-        highlighted_ = -1;
-        highlightCurve_->setVisible(false);
-    }
-    setAxisTitle(AxisX, xLabel);
-    setAxisTitle(AxisY, yLabel);
-
-    plainCurve_->setVisible(!hasColors() && !dataHidden_);
-    colorCurve_->setVisible(hasColors() && !dataHidden_);
-    if (hasColors()) {
-        plainCurve_->setSamples(QVector<QPointF>());
-        colorCurve_->setData(new ColorPointSeries(points_));
-        setAxisTitle(AxisColor, colorLabel);
-        applyColors();
+void ScatterPlot::showScene(const PlotScene& scene) {
+    const auto setMode = [this](int axis, int mode) {
+        if (const auto known = scaleModes_.find(axis); (known == scaleModes_.end() ? 0 : known->second) != mode) {
+            changeScaleMode(axis, mode);
+        }
+    };
+    setMode(AxisX, scene.xScaleMode);
+    setMode(AxisY, scene.yScaleMode);
+    dataHidden_ = !scene.pointsVisible;
+    if (scene.points && scene.points->size() > 0) {
+        setAxisTitle(AxisX, scene.xLabel);
+        setAxisTitle(AxisY, scene.yLabel);
+        setAxisTitle(AxisColor, scene.colorLabel);
+        placePoints(scene.points);
     } else {
-        colorCurve_->setSamples(QVector<QwtPoint3D>());
-        plainCurve_->setData(new PointSeries(points_));
+        removePoints();
     }
-    if (hasColors() && !dataHidden_) {
-        showColorScale();
-    } else {
-        hideColorScale();
+    removeItems(contourCurves_);
+    contourCurves_ = addContours(*this, scene.contours);
+    placeIsoelastics(scene.isoelastics, scene.isoelasticLabels);
+    removeGates();
+    for (const PlotGate& gate : scene.gates) {
+        placeGate(gate);
+    }
+    placeMark(scene.markedPoint);
+    if (scene.wholeRange) {
+        setAxisAutoScale(AxisX, true);
+        setAxisAutoScale(AxisY, true);
     }
     replot();
 }
 
+void ScatterPlot::setData(std::vector<double> x, std::vector<double> y, const QString& xLabel, const QString& yLabel,
+                          std::vector<double> colors, const QString& colorLabel) {
+    auto points = std::make_shared<PlotPoints>(std::move(x), std::move(y), std::move(colors));
+    if (points->size() == 0) {
+        clearData();
+        return;
+    }
+    setAxisTitle(AxisX, xLabel);
+    setAxisTitle(AxisY, yLabel);
+    if (points->hasColors()) {
+        setAxisTitle(AxisColor, colorLabel);
+    }
+    placePoints(std::move(points));
+    replot();
+}
+
+void ScatterPlot::placePoints(std::shared_ptr<const PlotPoints> points) {
+    points_ = std::move(points);
+    if (highlighted_ >= static_cast<int>(points_->size())) {
+        placeMark(-1);
+    }
+    if (points_->hasColors()) {
+        plainCurve_->setSamples(QVector<QPointF>());
+        colorCurve_->setData(new ColorPointSeries(points_));
+    } else {
+        colorCurve_->setSamples(QVector<QwtPoint3D>());
+        plainCurve_->setData(new PointSeries(points_));
+    }
+    showPoints(!dataHidden_);
+}
+
+void ScatterPlot::showPoints(bool visible) {
+    const bool colored = visible && points_->hasColors();
+    plainCurve_->setVisible(visible && !points_->hasColors());
+    colorCurve_->setVisible(colored);
+    if (points_->hasColors()) {
+        applyColors();
+    }
+    if (colored) {
+        showColorBar(*this);
+    } else {
+        hideColorBar(*this);
+    }
+}
+
 void ScatterPlot::clearData() {
+    removePoints();
+    replot();
+    clearContours();
+}
+
+void ScatterPlot::removePoints() {
     points_ = std::make_shared<PlotPoints>();
     plainCurve_->setSamples(QVector<QPointF>());
     colorCurve_->setSamples(QVector<QwtPoint3D>());
     plainCurve_->setVisible(true);
     colorCurve_->setVisible(false);
-    hideColorScale();
-    highlighted_ = -1;
-    highlightCurve_->setVisible(false);
-    replot();
-    clearContours();
-}
-
-bool ScatterPlot::hasColors() const {
-    return points_->size() > 0 && points_->colors().size() == points_->size();
+    hideColorBar(*this);
+    placeMark(-1);
 }
 
 void ScatterPlot::applyColors() {
-    QwtInterval range = points_->rangeColors();
-    if (!range.isValid()) {
-        range = QwtInterval(0.0, 0.0);
-    }
-    if (range.minValue() == range.maxValue()) {
-        range.setMaxValue(range.minValue() + 1.0);
-    }
-    colorCurve_->setColorMap(colorMapFor(colorMapIndex_));
-    colorCurve_->setColorRange(range);
-    setAxisScale(AxisColor, range.minValue(), range.maxValue());
-    axisWidget(AxisColor)->setColorMap(range, colorMapFor(colorMapIndex_));
-}
-
-void ScatterPlot::showColorScale() {
-    QwtScaleWidget* scale = axisWidget(AxisColor);
-    scale->setColorBarEnabled(true);
-    scale->setColorBarWidth(ColorBarWidth);
-    setAxisVisible(AxisColor, true);
-}
-
-void ScatterPlot::hideColorScale() {
-    axisWidget(AxisColor)->setColorBarEnabled(false);
-    setAxisVisible(AxisColor, false);
+    const QwtInterval range = dotColorRange(*points_);
+    setDotColors(*colorCurve_, range, colorMapIndex_);
+    setColorBar(*this, range, colorMapIndex_);
 }
 
 void ScatterPlot::highlightPoint(int plotIndex) {
+    placeMark(plotIndex);
+    replot();
+}
+
+void ScatterPlot::clearHighlight() {
+    highlightPoint(-1);
+}
+
+void ScatterPlot::placeMark(int plotIndex) {
     const bool inRange = plotIndex >= 0 && static_cast<std::size_t>(plotIndex) < points_->size();
     highlighted_ = inRange ? plotIndex : -1;
     if (inRange) {
@@ -287,11 +249,6 @@ void ScatterPlot::highlightPoint(int plotIndex) {
         highlightCurve_->setData(new PointSeries(std::move(point)));
     }
     highlightCurve_->setVisible(inRange);
-    replot();
-}
-
-void ScatterPlot::clearHighlight() {
-    highlightPoint(-1);
 }
 
 void ScatterPlot::setColorMapIndex(int index) {
@@ -299,28 +256,21 @@ void ScatterPlot::setColorMapIndex(int index) {
         return;
     }
     colorMapIndex_ = index;
-    if (hasColors() && !dataHidden_) {
+    if (points_->hasColors() && !dataHidden_) {
         applyColors();
     }
     replot();
 }
 
 void ScatterPlot::setAxisScaleMode(int axis, int mode) {
-    static constexpr uint Base = 10;
-    switch (mode) {
-    case ScaleMode::Log:
-        setAxisScaleEngine(axis, new QwtLogScaleEngine(Base));
-        break;
-    case ScaleMode::PseudoLog:
-        setAxisScaleEngine(axis, new PseudoLogScaleEngine);
-        break;
-    default:
-        setAxisScaleEngine(axis, new QwtLinearScaleEngine(Base));
-        break;
-    }
-    setAxisAutoScale(axis, true);
-    fitSteps();
+    changeScaleMode(axis, mode);
     replot();
+}
+
+void ScatterPlot::changeScaleMode(int axis, int mode) {
+    scaleModes_[axis] = mode;
+    setScaleMode(*this, axis, mode);
+    fitSteps();
 }
 
 void ScatterPlot::resetZoom() {
@@ -331,32 +281,15 @@ void ScatterPlot::resetZoom() {
 
 void ScatterPlot::setDataVisible(bool visible) {
     dataHidden_ = !visible;
-    if (visible && hasColors()) {
-        plainCurve_->setVisible(false);
-        colorCurve_->setVisible(true);
-        applyColors();
-        showColorScale();
-    } else if (visible && points_->size() > 0) {
-        plainCurve_->setVisible(true);
-        colorCurve_->setVisible(false);
-    } else if (!visible) {
-        plainCurve_->setVisible(false);
-        colorCurve_->setVisible(false);
-        hideColorScale();
+    if (!visible || points_->size() > 0) {
+        showPoints(visible);
     }
     replot();
 }
 
 void ScatterPlot::setContours(const std::vector<ContourLevel>& levels) {
     removeItems(contourCurves_);
-    for (std::size_t i = 0; i < levels.size(); ++i) {
-        const QPen pen = plotPen(Qt::black, 2.0, i == 0 ? Qt::DashLine : Qt::SolidLine);
-        for (const Polyline& line : levels[i].polylines) {
-            if (line.size() >= 2) {
-                contourCurves_.push_back(addLine(*this, line, pen, ContourZ));
-            }
-        }
-    }
+    contourCurves_ = addContours(*this, levels);
     replot();
 }
 
@@ -366,62 +299,49 @@ void ScatterPlot::clearContours() {
 }
 
 void ScatterPlot::setIsoelastics(const std::vector<IsoelasticLine>& lines, bool showLabels) {
-    static constexpr int LabelPointSize = 8;
-    const QColor lineColor(180, 180, 180);
-    const QColor labelColor(150, 150, 150);
-    clearIsoelastics();
-    for (const IsoelasticLine& line : lines) {
-        if (line.points.size() < 2) {
-            continue;
-        }
-        QwtPlotCurve* curve = addLine(*this, line.points, plotPen(lineColor, 1.0), IsoLineZ);
-        curve->setItemAttribute(QwtPlotItem::AutoScale, false);
-        isoLines_.push_back(curve);
-        if (!showLabels) {
-            continue;
-        }
-        QwtText text(modulusText(line.value));
-        QFont labelFont = font();
-        labelFont.setPointSize(LabelPointSize);
-        text.setFont(labelFont);
-        text.setColor(labelColor);
-        auto* label = new QwtPlotMarker;
-        label->setItemAttribute(QwtPlotItem::Legend, false);
-        label->setItemAttribute(QwtPlotItem::AutoScale, false);
-        label->setValue(line.points.back().first, line.points.back().second);
-        label->setLabel(text);
-        label->setLabelAlignment(Qt::AlignLeft | Qt::AlignBottom);
-        label->setZ(IsoLabelZ);
-        label->attach(this);
-        isoLabels_.push_back(label);
-    }
+    placeIsoelastics(lines, showLabels);
     replot();
 }
 
 void ScatterPlot::clearIsoelastics() {
+    placeIsoelastics({}, false);
+    replot();
+}
+
+void ScatterPlot::placeIsoelastics(const std::vector<IsoelasticLine>& lines, bool withLabels) {
     removeItems(isoLines_);
     removeItems(isoLabels_);
-    replot();
+    IsoelasticItems items = addIsoelastics(*this, lines, withLabels);
+    isoLines_ = std::move(items.lines);
+    isoLabels_ = std::move(items.labels);
 }
 
 void ScatterPlot::addPolygonOverlay(int id, const QPolygonF& polygon, bool ruleEnabled) {
-    if (const auto old = overlays_.find(id); old != overlays_.end()) {
-        old->second->detach();
-        delete old->second;
-    }
-    auto* overlay = new PolygonOverlay(polygon, ruleEnabled);
-    overlay->attach(this);
-    overlays_[id] = overlay;
+    placeGate({id, polygon, ruleEnabled});
     replot();
 }
 
+void ScatterPlot::placeGate(const PlotGate& gate) {
+    if (const auto old = overlays_.find(gate.id); old != overlays_.end()) {
+        old->second->detach();
+        delete old->second;
+    }
+    auto* overlay = new PolygonOverlay(gate.polygon, gate.enabled);
+    overlay->attach(this);
+    overlays_[gate.id] = overlay;
+}
+
 void ScatterPlot::clearPolygonOverlays() {
+    removeGates();
+    replot();
+}
+
+void ScatterPlot::removeGates() {
     for (const auto& [id, overlay] : overlays_) {
         overlay->detach();
         delete overlay;
     }
     overlays_.clear();
-    replot();
 }
 
 int ScatterPlot::findNearestPoint(const QPointF& dataPos) const {

@@ -23,6 +23,8 @@ class RoundSpectroCurve;
 class ScatterPlotPicker;
 struct ContourLevel;
 struct IsoelasticLine;
+struct PlotGate;
+struct PlotScene;
 
 /// Events as points of two features, in one colour or coloured by a third value, with contours, isoelastic lines,
 /// polygon overlays and the selected event on top. The plot computes no data: it takes finished vectors and owns the
@@ -33,6 +35,11 @@ class ScatterPlot : public QwtPlot {
 public:
     explicit ScatterPlot(QWidget* parent = nullptr);
     ~ScatterPlot() override;
+
+    /// Shows all of a scene in place of what was there, with one replot. The colour map stays.
+    void showScene(const PlotScene& scene);
+
+    // The parts of a scene one by one, each with a replot.
 
     /// Shows points; keeps the zoom.
     /// @param x, y    data units, of one length; the plot is cleared if the lengths differ or there are none
@@ -113,12 +120,20 @@ private:
 
     void setupPlot();
     void setupTexts();
+    void setupCurves();
+
+    // As the public functions of similar names, without a replot.
+    void placePoints(std::shared_ptr<const PlotPoints> points);
+    void showPoints(bool visible);
+    void removePoints();
+    void placeMark(int plotIndex);
+    void changeScaleMode(int axis, int mode);
+    void placeIsoelastics(const std::vector<IsoelasticLine>& lines, bool withLabels);
+    void placeGate(const PlotGate& gate);
+    void removeGates();
+
     /// Asks for as many major steps as have room. False if there is no change.
     bool fitSteps();
-    void setupCurves();
-    bool hasColors() const;
-    void showColorScale();
-    void hideColorScale();
     void applyColors();
 
     PlainDotCurve* plainCurve_ = nullptr;
@@ -136,6 +151,7 @@ private:
     std::vector<QwtPlotMarker*> isoLabels_;
     bool dataHidden_ = false;
     int colorMapIndex_ = 0;
+    std::map<int, int> scaleModes_; ///< of the axes that had one set
 };
 
 } // namespace Tessaly

@@ -1,4 +1,4 @@
-#include "ScatterPlotPicker.h"
+#include "plot/ScatterPlotPicker.h"
 
 #include <qwt_picker_machine.h>
 

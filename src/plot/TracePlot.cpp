@@ -14,8 +14,8 @@ namespace Tessaly {
 
 namespace {
 
-constexpr double lowestValue = -10.0;
-constexpr double highestValue = 35000.0;
+constexpr double LowestValue = -10.0;
+constexpr double HighestValue = 35000.0;
 
 void setUpAxis(QwtPlot& plot, int axis, const QString& title) {
     QFont font = plot.font();
@@ -98,7 +98,7 @@ TracePlot::TracePlot(QWidget* parent) : QwtPlot(parent) {
     setUpAxis(*this, xBottom, tr("Time [µs]"));
     setUpAxis(*this, yLeft, tr("Fluorescence [a.u.]"));
     setAxisScaleEngine(yLeft, new PseudoLogScaleEngine);
-    setAxisScale(yLeft, lowestValue, highestValue);
+    setAxisScale(yLeft, LowestValue, HighestValue);
     setAxisAutoScale(xBottom);
 
     auto* grid = new QwtPlotGrid;
@@ -160,7 +160,7 @@ void TracePlot::setTraces(const std::map<std::string, std::vector<float>>& trace
         curves_[i]->setVisible(shown);
     }
     setAxisAutoScale(xBottom);
-    setAxisScale(yLeft, lowestValue, highestValue);
+    setAxisScale(yLeft, LowestValue, HighestValue);
     replot();
 }
 

@@ -9,6 +9,7 @@
 #include "session/FluorescenceSettings.h"
 #include "session/Session.h"
 #include "ui/EventPanel.h"
+#include "ui/ImageSaving.h"
 #include "ui/MainPanels.h"
 
 #include <QSignalBlocker>
@@ -27,6 +28,8 @@ EventController::EventController(Session& session, const MainPanels& panels, QOb
     connect(panels_.plot, &ScatterPlot::pointClicked, this, &EventController::onPointClicked);
     connect(panels_.eventNumber, &QSpinBox::valueChanged, this, &EventController::onEventNumberChanged);
     connect(panels_.event->imageViewer(), &ImageViewer::showMaskToggled, this, &EventController::onMaskToggled);
+    connect(panels_.event->imageViewer(), &ImageViewer::saveRequested, this,
+            [this] { saveImageOf(*panels_.event->imageViewer(), panels_.event); });
 }
 
 void EventController::setDataset(DatasetEntry& dataset) {

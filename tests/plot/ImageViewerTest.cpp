@@ -2,15 +2,15 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QContextMenuEvent>
 #include <QDir>
-#include <QFileDialog>
 #include <QLabel>
-#include <QLineEdit>
-#include <QMessageBox>
+#include <QMenu>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -37,25 +37,6 @@ protected:
     int grayAt(int x, int y) { return qGray(shown().pixel(x, y)); }
     QString info() { return child<QLabel>("imageInfoLabel")->text(); }
     QSize viewport() { return child<QScrollArea>("imageScrollArea")->maximumViewportSize(); }
-
-    /// Answers the save dialog and the message boxes behind it.
-    QStringList saveAs(const QString& fileName, QMessageBox::StandardButton answer = QMessageBox::Ok) {
-        QStringList boxes;
-        QTimer timer;
-        QObject::connect(&timer, &QTimer::timeout, [&] {
-            QWidget* modal = QApplication::activeModalWidget();
-            if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
-                dialog->findChild<QLineEdit*>("fileNameEdit")->setText(fileName);
-                QMetaObject::invokeMethod(dialog, "accept");
-            } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
-                boxes << box->windowTitle() << box->text();
-                box->button(box->button(answer) ? answer : QMessageBox::Ok)->click();
-            }
-        });
-        timer.start(5);
-        QMetaObject::invokeMethod(&viewer, "saveImage");
-        return boxes;
-    }
 
     ImageViewer viewer;
 };
@@ -175,10 +156,9 @@ TEST_F(ImageViewerTest, SavesTheOriginalPixels) {
     child<QCheckBox>("autoContrastCheck")->setChecked(true);
     QSignalSpy saved(&viewer, &ImageViewer::imageSaved);
 
-    const QStringList success{"Success", "Image saved successfully."};
-    EXPECT_EQ(saveAs(folder.filePath("gap 0.5")), success);
-    ASSERT_EQ(saved.count(), 1);
     const QString path = folder.filePath("gap 0.5.png");
+    EXPECT_EQ(viewer.writeImage(path), "");
+    ASSERT_EQ(saved.count(), 1);
     EXPECT_EQ(saved[0][0].toString(), path);
     const cv::Mat read = cv::imread(path.toStdString(), cv::IMREAD_UNCHANGED);
     ASSERT_EQ(read.type(), CV_8UC1);
@@ -186,34 +166,41 @@ TEST_F(ImageViewerTest, SavesTheOriginalPixels) {
     EXPECT_EQ(Bytes(read.begin<std::uint8_t>(), read.end<std::uint8_t>()), pixels);
 }
 
-TEST_F(ImageViewerTest, AsksBeforeTheAddedSuffixHitsAFile) {
+TEST_F(ImageViewerTest, TellsWhyWritingFailedAndLeavesNoFile) {
     const QTemporaryDir folder;
-    viewer.setImage(Bytes(4, 1), 2, 2, "");
-    saveAs(folder.filePath("cell"));
-    viewer.setImage(Bytes(4, 2), 2, 2, "");
-    const auto stored = [&] { return cv::imread(folder.filePath("cell.png").toStdString(), 0).at<std::uint8_t>(0, 0); };
-    EXPECT_EQ(saveAs(folder.filePath("cell"), QMessageBox::No).size(), 2); // the question only
-    EXPECT_EQ(stored(), 1);
-    EXPECT_EQ(saveAs(folder.filePath("cell"), QMessageBox::Yes).size(), 4);
-    EXPECT_EQ(stored(), 2);
-}
-
-TEST_F(ImageViewerTest, TellsWhySavingFailedAndLeavesNoFile) {
-    const QTemporaryDir folder;
-    viewer.setImage(Bytes(4, 1), 2, 2, "");
     QSignalSpy saved(&viewer, &ImageViewer::imageSaved);
+    EXPECT_FALSE(viewer.hasImage());
+    EXPECT_FALSE(viewer.writeImage(folder.filePath("image.png")).isEmpty());
+    viewer.setImage(Bytes(4, 1), 2, 2, "");
+    EXPECT_TRUE(viewer.hasImage());
     for (const char* name : {"image.unknown", "missing folder/image.png"}) {
-        const QStringList boxes = saveAs(folder.filePath(name));
-        ASSERT_EQ(boxes.size(), 2) << name;
-        EXPECT_EQ(boxes[0], "Error");
-        EXPECT_TRUE(boxes[1].startsWith("Failed to save image: ")) << boxes[1].toStdString();
+        EXPECT_FALSE(viewer.writeImage(folder.filePath(name)).isEmpty()) << name;
     }
     EXPECT_EQ(saved.count(), 0);
     EXPECT_TRUE(QDir(folder.path()).isEmpty());
+}
 
-    viewer.clearImage();
-    const QStringList none{"No Image", "There is no image to save."};
-    EXPECT_EQ(saveAs("never asked for"), none);
+TEST_F(ImageViewerTest, TheContextMenuAsksForSaving) {
+    QSignalSpy requested(&viewer, &ImageViewer::saveRequested);
+    const auto openMenu = [&] {
+        int entries = -1;
+        QTimer::singleShot(0, &viewer, [&] {
+            if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+                entries = static_cast<int>(menu->actions().size());
+                EXPECT_EQ(menu->actions().first()->text(), "Save Image...");
+                QTest::keyClick(menu, Qt::Key_Down);
+                QTest::keyClick(menu, Qt::Key_Return);
+            }
+        });
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(20, 60), viewer.mapToGlobal(QPoint(20, 60)));
+        QApplication::sendEvent(&viewer, &event);
+        QApplication::processEvents();
+        return entries;
+    };
+    EXPECT_EQ(openMenu(), -1); // nothing to save, no menu
+    viewer.setImage(Bytes(4, 1), 2, 2, "");
+    EXPECT_EQ(openMenu(), 1);
+    EXPECT_EQ(requested.count(), 1);
 }
 
 } // namespace

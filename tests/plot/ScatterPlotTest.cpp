@@ -5,6 +5,8 @@
 #include "core/ScaleMath.h"
 #include "plot/ColorMaps.h"
 #include "plot/PlainDotCurve.h"
+#include "plot/PlotPoints.h"
+#include "plot/PlotScene.h"
 #include "plot/RoundSpectroCurve.h"
 
 #include <QApplication>
@@ -21,6 +23,7 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <utility>
 
 using namespace Tessaly;
 
@@ -326,4 +329,110 @@ TEST_F(ScatterPlotTest, OverlaysFollowTheAxes) {
         // Vertices below zero don't ruin a logarithmic axis.
         EXPECT_TRUE(mode != ScaleMode::Log || plot.axisInterval(X) == QwtInterval(1, 1000));
     }
+}
+
+namespace {
+
+struct CountingPlot : ScatterPlot {
+    void replot() override {
+        ++replots;
+        ScatterPlot::replot();
+    }
+    int replots = 0;
+};
+
+} // namespace
+
+TEST(PlotPoints, ColumnsAreLentWithoutACopy) {
+    struct Record {
+        std::vector<double> x{1, 2};
+        std::vector<double> y{3, 4};
+        std::vector<double> colors{5, 6};
+    };
+    auto record = std::make_shared<const Record>();
+    const std::weak_ptr<const Record> alive = record;
+    const double* x = record->x.data();
+    auto points = std::make_shared<const PlotPoints>(PlotPoints::Column(record, &record->x),
+                                                     PlotPoints::Column(record, &record->y),
+                                                     PlotPoints::Column(record, &record->colors));
+    record.reset();
+    {
+        ScatterPlot plot;
+        PlotScene scene;
+        scene.points = std::exchange(points, nullptr);
+        plot.showScene(scene);
+        scene.points.reset();
+        EXPECT_EQ(plot.xData().data(), x);
+        EXPECT_EQ(plot.yData()[1], 4);
+        EXPECT_EQ(plot.colorData()[0], 5);
+        EXPECT_FALSE(alive.expired());
+    }
+    EXPECT_TRUE(alive.expired());
+}
+
+TEST(PlotScene, ReplacesWhatWasShownWithOneReplot) {
+    CountingPlot plot;
+    plot.resize(500, 400);
+    plot.setData({900, 950}, {900, 950}, "old", "old", {}, "");
+    plot.addPolygonOverlay(7, QPolygonF({{900, 900}, {950, 900}, {950, 950}}), true);
+    plot.setContours({{0.1, 1.0, {{{900, 900}, {950, 950}}}}});
+    plot.setIsoelastics({isoLine(3.0, 2), isoLine(4.0, 2)}, true);
+    plot.highlightPoint(0);
+
+    PlotScene scene;
+    scene.markedPoint = 1;
+    scene.points = std::make_shared<const PlotPoints>(std::vector<double>{1, 10, 100}, std::vector<double>{-50, 0, 500},
+                                                      std::vector<double>{3, 2, 8});
+    scene.xLabel = "X";
+    scene.yLabel = "Y";
+    scene.colorLabel = "C";
+    scene.xScaleMode = ScaleMode::Log;
+    scene.yScaleMode = ScaleMode::PseudoLog;
+    scene.contours = {{0.1, 1.0, {{{2, 2}, {5, 5}}, {{3, 3}, {4, 4}}}}};
+    scene.isoelastics = {isoLine(0.95, 2)};
+    scene.isoelasticLabels = true;
+    scene.gates = {{1, QPolygonF({{2, 2}, {5, 2}, {5, 5}}), true},
+                   {1000002, QPolygonF({{2, 2}, {5, 2}, {5, 5}}), false}};
+    plot.replots = 0;
+    plot.showScene(scene);
+    EXPECT_EQ(plot.replots, 1);
+    EXPECT_EQ(plot.xData(), (std::vector<double>{1, 10, 100}));
+    EXPECT_EQ(plot.axisTitle(X).text(), "X");
+    EXPECT_EQ(plot.axisTitle(Y).text(), "Y");
+    EXPECT_EQ(plot.axisTitle(Bar).text(), "C");
+    EXPECT_EQ(plot.colorCurve()->colorRange(), QwtInterval(2, 8));
+    EXPECT_EQ(plot.axisInterval(X), QwtInterval(1, 100));
+    EXPECT_NEAR(plot.toCanvas({10, 0}).x() - plot.toCanvas({1, 0}).x(),
+                plot.toCanvas({100, 0}).x() - plot.toCanvas({10, 0}).x(), 1e-6);
+    EXPECT_NEAR(plot.toCanvas({1, 0}).y() - plot.toCanvas({1, 100}).y(),
+                (plot.toCanvas({1, 0}).y() - plot.toCanvas({1, 1000}).y()) / 3.0, 1e-6);
+    EXPECT_EQ(plot.contourCurveCount(), 2);
+    EXPECT_EQ(plot.isoLabelTexts(), QStringList{"0.95 kPa"});
+    EXPECT_EQ(plot.overlayIds(), (QList<int>{1, 1000002}));
+    EXPECT_EQ(plot.highlightedPoint(), 1);
+
+    // The zoom stays, unless the scene asks for everything or changes a scale.
+    plot.setAxisScale(X, 2, 20);
+    plot.setAxisScale(Y, 10, 20);
+    plot.showScene(scene);
+    EXPECT_EQ(plot.axisInterval(X), QwtInterval(2, 20));
+    scene.yScaleMode = ScaleMode::Linear;
+    plot.showScene(scene);
+    EXPECT_EQ(plot.axisInterval(X), QwtInterval(2, 20));
+    EXPECT_TRUE(plot.axisInterval(Y).contains(-50));
+    scene.wholeRange = true;
+    plot.showScene(scene);
+    EXPECT_TRUE(plot.axisInterval(X).contains(100));
+    scene.pointsVisible = false;
+    plot.showScene(scene);
+    EXPECT_FALSE(plot.colorCurve()->isVisible());
+    EXPECT_FALSE(plot.isAxisVisible(Bar));
+
+    plot.replots = 0;
+    plot.showScene({});
+    EXPECT_EQ(plot.replots, 1);
+    EXPECT_TRUE(plot.xData().empty());
+    EXPECT_EQ(plot.highlightedPoint(), -1);
+    EXPECT_EQ(plot.contourCurveCount() + plot.isoLineCount(), 0);
+    EXPECT_TRUE(plot.overlayIds().isEmpty());
 }
