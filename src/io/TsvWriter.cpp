@@ -109,7 +109,8 @@ bool writeTsv(const std::string& path, const VQDMetadata& metadata, const std::o
     if (reader.failedReadings() != failedReadings) {
         return failed("a column can't be read");
     }
-    return file.commit() || failed(file.errorString().toStdString());
+    // Flushed here, because commit() takes no notice of what goes wrong in its own flushing.
+    return (file.flush() && file.commit()) || failed(file.errorString().toStdString());
 }
 
 } // namespace Tessaly

@@ -97,7 +97,9 @@ QString encodeToFile(const cv::Mat& image, const QString& fileName) {
     QSaveFile file(fileName);
     const auto size = static_cast<qint64>(bytes.size());
     const bool written = file.open(QIODevice::WriteOnly) &&
-                         file.write(reinterpret_cast<const char*>(bytes.data()), size) == size && file.commit();
+                         file.write(reinterpret_cast<const char*>(bytes.data()), size) == size &&
+                         file.flush() && // commit() takes no notice of what goes wrong in its own flushing
+                         file.commit();
     return written ? QString() : file.errorString();
 }
 
