@@ -9,6 +9,7 @@ REQUIRED=(
     cmake ninja-build g++ git pkg-config dpkg-dev
     qt6-base-dev qt6-base-dev-tools "qt6-svg-dev|libqt6svg6-dev"
     libhdf5-dev libdeflate-dev libopencv-dev
+    libarmadillo-dev libopenblas-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 python3-numpy python3-scipy python3-h5py hdf5-tools ffmpeg
     clang-format fonts-dejavu-core

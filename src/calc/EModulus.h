@@ -1,6 +1,7 @@
 #pragma once
 
 #include "calc/ComputedColumns.h"
+#include "calc/emodulus/Quality.h"
 
 #include <QObject>
 
@@ -10,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <utility>
@@ -81,7 +83,8 @@ struct IsoelasticLine {
 };
 
 /// The parameters that a dataset's metadata give, with defaults where a value is absent or does not parse.
-/// The temperature of the metadata counts when it is above 0; a temperature per event leaves it at its default.
+/// The temperature is that of the metadata when it is above 0, also where each event has its own; the viscosity is what
+/// the medium's model gives for it, so that no field depends on what was there before.
 /// @param allowEvent       take the temperature per event ("temp" exists and the user chose so)
 /// @param manualViscosity  mPa s, for media without a viscosity model of their own
 EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent, double manualViscosity);
@@ -129,6 +132,11 @@ public:
     /// for the interface thread.
     /// @return false, leaving the reader as it was, without table, area or deformation column
     bool compute(VQDReader* reader, const EModulusParams& params);
+
+    /// How far the moduli of some events can be trusted, see Tessaly::assessQuality(). Not valid without a reader, its
+    /// columns "area_um" and "deform", or a table. Any thread.
+    EModulusQuality assessQuality(VQDReader* reader, const EModulusParams& params,
+                                  std::span<const std::int32_t> events);
 
     /// Lines of equal modulus at the measurement's conditions, in the order of their levels; empty without a table.
     /// Kept from call to call as long as the parameters stay the same.

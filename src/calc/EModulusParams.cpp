@@ -45,17 +45,10 @@ EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent, d
             params.viscosityModel = row.viscosityModel;
         }
     }
-    if (params.viscosityModel == Manual) {
-        params.viscosity = manualViscosity;
-    }
-
-    if (allowEvent) {
-        params.temperatureSource = 1;
-    } else {
-        params.temperatureSource = 2;
-        const double temperature = numberOr(metadata.setup, "temperature", 0.0);
-        params.temperature = temperature > 0.0 ? temperature : 23.0;
-    }
+    params.temperatureSource = allowEvent ? 1 : 2;
+    const double temperature = numberOr(metadata.setup, "temperature", 0.0);
+    params.temperature = temperature > 0.0 ? temperature : 23.0;
+    params.viscosity = params.viscosityModel == Manual ? manualViscosity : viscosity(params, params.temperature);
     return params;
 }
 

@@ -5,6 +5,7 @@
 #include "io/DatasetAccess.h"
 #include "io/EventReading.h"
 #include "io/MetadataReading.h"
+#include "io/TraceChain.h"
 
 #include <hdf5.h>
 
@@ -158,6 +159,7 @@ struct VQDReader::Impl {
     mutable std::mutex mutex; ///< guards contents; taken inside of hdf5Mutex(), never the other way round
     Contents contents;
     std::optional<OpenFile> open; ///< guarded by hdf5Mutex()
+    TraceChain traceChain;        ///< guarded by hdf5Mutex()
     std::atomic<std::uint64_t> failedReadings = 0;
 
     /// A copy of one field.
@@ -172,7 +174,9 @@ struct VQDReader::Impl {
     CachedColumn readFeature(const std::string& name);
     SharedColumn widen(const std::string& name, const CachedColumn& column);
     std::vector<std::uint8_t> picture(const char* what, bool Contents::*available, std::size_t index, int* width,
-                                      int* height);
+                                      int* height, std::string* problem);
+    std::vector<float> storedTrace(const std::string& name, std::size_t index, std::string* problem);
+    void fail(const std::string& failure, std::string* problem);
 };
 
 /// The old contents go when the lock has been released: giving memory back takes its time.
@@ -250,7 +254,7 @@ SharedColumn VQDReader::Impl::widen(const std::string& name, const CachedColumn&
 }
 
 std::vector<std::uint8_t> VQDReader::Impl::picture(const char* what, bool Contents::*available, std::size_t index,
-                                                   int* width, int* height) {
+                                                   int* width, int* height, std::string* problem) {
     const Hdf5Lock lock;
     if (!open || !get(available)) {
         return {};
@@ -262,9 +266,36 @@ std::vector<std::uint8_t> VQDReader::Impl::picture(const char* what, bool Conten
         }
         return readPicture(open->access.openDataset(events->get(), what).get(), index, width, height);
     } catch (const std::exception& error) {
-        ++failedReadings;
-        reportError(std::string("Error reading ") + what + " at index " + std::to_string(index) + ": " + error.what());
+        fail(std::string("Error reading ") + what + " at index " + std::to_string(index) + ": " + error.what(),
+             problem);
         return {};
+    }
+}
+
+std::vector<float> VQDReader::Impl::storedTrace(const std::string& name, std::size_t index, std::string* problem) {
+    if (!open || !get(&Contents::tracesAvailable)) {
+        return {};
+    }
+    try {
+        const std::optional<Hdf5Id> events = open->eventsGroup();
+        if (!events) {
+            return {};
+        }
+        const Hdf5Id group = open->access.openGroup(events->get(), "trace");
+        return readTrace(open->access.openDataset(group.get(), name).get(), index);
+    } catch (const std::exception& error) {
+        fail("Error reading trace '" + name + "' at index " + std::to_string(index) + ": " + error.what(), problem);
+        return {};
+    }
+}
+
+/// Counts a failed reading, and hands what went wrong to a caller who wants to know, or writes it.
+void VQDReader::Impl::fail(const std::string& failure, std::string* problem) {
+    ++failedReadings;
+    if (problem != nullptr) {
+        *problem = failure;
+    } else {
+        reportError(failure);
     }
 }
 
@@ -297,6 +328,7 @@ bool VQDReader::open(const std::string& path) {
 void VQDReader::close() {
     const Hdf5Lock lock;
     impl_->open.reset();
+    impl_->traceChain = TraceChain();
     impl_->replaceContents(Contents());
 }
 
@@ -412,11 +444,11 @@ bool VQDReader::hasTraces() const {
 }
 
 std::vector<std::uint8_t> VQDReader::getImage(std::size_t index, int* width, int* height) {
-    return impl_->picture("image", &Contents::imageAvailable, index, width, height);
+    return impl_->picture("image", &Contents::imageAvailable, index, width, height, nullptr);
 }
 
-std::vector<std::uint8_t> VQDReader::getMask(std::size_t index, int* width, int* height) {
-    return impl_->picture("mask", &Contents::maskAvailable, index, width, height);
+std::vector<std::uint8_t> VQDReader::getMask(std::size_t index, int* width, int* height, std::string* problem) {
+    return impl_->picture("mask", &Contents::maskAvailable, index, width, height, problem);
 }
 
 std::vector<std::string> VQDReader::traceNames() const {
@@ -427,23 +459,29 @@ std::uint64_t VQDReader::traceLength() const {
     return impl_->get(&Contents::traceLength);
 }
 
-std::vector<float> VQDReader::getTrace(const std::string& name, std::size_t index) {
+std::vector<float> VQDReader::getTrace(const std::string& name, std::size_t index, std::string* problem) {
     const Hdf5Lock lock;
-    if (!impl_->open || !hasTraces()) {
-        return {};
+    const std::string* source = impl_->traceChain.sourceOf(name);
+    if (source == nullptr) {
+        return impl_->storedTrace(name, index, problem);
     }
-    try {
-        const std::optional<Hdf5Id> events = impl_->open->eventsGroup();
-        if (!events) {
-            return {};
-        }
-        const Hdf5Id group = impl_->open->access.openGroup(events->get(), "trace");
-        return readTrace(impl_->open->access.openDataset(group.get(), name).get(), index);
-    } catch (const std::exception& error) {
-        ++impl_->failedReadings;
-        reportError("Error reading trace '" + name + "' at index " + std::to_string(index) + ": " + error.what());
-        return {};
+    return impl_->traceChain.filtered(name, index, [&] { return impl_->storedTrace(*source, index, problem); });
+}
+
+void VQDReader::addTraceAlias(const std::string& alias, const std::string& source) {
+    const Hdf5Lock lock;
+    impl_->traceChain.addAlias(alias, source);
+    const std::lock_guard contentsLock(impl_->mutex);
+    std::vector<std::string>& names = impl_->contents.traceNames;
+    if (std::find(names.begin(), names.end(), alias) == names.end()) {
+        names.push_back(alias);
+        std::sort(names.begin(), names.end());
     }
+}
+
+void VQDReader::setTraceProcessing(const TraceProcessing& processing) {
+    const Hdf5Lock lock;
+    impl_->traceChain.setProcessing(processing);
 }
 
 std::uint64_t VQDReader::failedReadings() const {

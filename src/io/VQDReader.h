@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/VQDMetadata.h"
+#include "io/TraceFilters.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -32,10 +33,10 @@ class Hdf5Id;
 /// Columns are kept in the number type of the file until they are asked for as doubles; then the stored form goes.
 ///
 /// No exception of the file library leaves it: failures give a neutral result (false, empty, zero) and one line on the
-/// standard error stream. Every operation may be called from any thread, but open(), close(), readMetadata() and
-/// setFeature(), which change what others see: these belong to the thread that owns the reader (the interface thread).
-/// Operations that touch the file hold hdf5Mutex(); lists and cache have a lock of their own that is held briefly, so
-/// that what is cached can be had while a file is read.
+/// standard error stream. Every operation may be called from any thread, but open(), close(), readMetadata(),
+/// setFeature(), addTraceAlias() and setTraceProcessing(), which change what others see: these belong to the thread
+/// that owns the reader (the interface thread). Operations that touch the file hold hdf5Mutex(); lists and cache have a
+/// lock of their own that is held briefly, so that what is cached can be had while a file is read.
 class VQDReader {
 public:
     VQDReader();
@@ -82,16 +83,24 @@ public:
     /// are left alone.
     std::vector<std::uint8_t> getImage(std::size_t index, int* width, int* height);
     /// One segmentation mask; non-zero is inside. As getImage().
-    std::vector<std::uint8_t> getMask(std::size_t index, int* width, int* height);
-    /// Names of the traces, ascending.
+    /// @param problem  takes what went wrong, which then isn't written to the standard error stream; null to have it
+    ///                 written
+    std::vector<std::uint8_t> getMask(std::size_t index, int* width, int* height, std::string* problem = nullptr);
+    /// Names of the traces, aliases included, ascending.
     std::vector<std::string> traceNames() const;
     /// Samples per event of the first trace listed.
     std::uint64_t traceLength() const;
-    /// One event's samples of a trace. Empty for an index out of range or on failure.
-    std::vector<float> getTrace(const std::string& name, std::size_t index);
+    /// One event's samples of a trace; under an alias those of its source, filtered. Empty for an index out of range or
+    /// on failure. The last filtered trace is kept, so that asking for it again costs a copy.
+    /// @param problem  as getMask()
+    std::vector<float> getTrace(const std::string& name, std::size_t index, std::string* problem = nullptr);
+    /// Makes a stored trace readable through the filters, under another name.
+    void addTraceAlias(const std::string& alias, const std::string& source);
+    /// Sets the filters that traces under an alias pass through, for all users of this reader.
+    void setTraceProcessing(const TraceProcessing& processing);
 
-    /// How many readings of columns, pictures and traces have failed; each left a line on the standard error stream.
-    /// Tells what can't be read from what isn't there.
+    /// How many readings of columns, pictures and traces have failed; each left a line on the standard error stream, or
+    /// with the caller who asked for it. Tells what can't be read from what isn't there.
     std::uint64_t failedReadings() const;
     /// For the io layer: a dataset below "/events" as it is stored. Throws FileError. The caller holds hdf5Mutex().
     Hdf5Id openStored(const std::string& name) const;

@@ -56,12 +56,22 @@ TEST(EModulusViscosity, PixelationCorrection) {
 
 TEST(EModulusParams, FromMetadata) {
     VQDMetadata metadata;
-    for (const auto& [medium, code, model] :
-         {std::tuple{"SorvexB", 1, 0}, {"water", 2, 1}, {"MC-PBS 0.83%", 3, 3}, {"sorvex", 4, 3}, {"", 4, 3}}) {
-        metadata.setup["medium"] = medium;
-        const EModulusParams params = emodulusParamsFor(metadata, false, 5.5);
-        EXPECT_EQ(std::tuple(params.medium, params.viscosityModel), std::tuple(code, model)) << medium;
-        EXPECT_EQ(params.viscosity, model == 3 ? 5.5 : 0.0) << medium;
+    struct Case {
+        const char *medium, *temperature;
+        int code, model;
+        double viscosity; ///< at 30 um and 0.16 uL/s, as above
+    };
+    for (const Case& c :
+         {Case{"SorvexB", "25.5", 1, 0, 6.51599688518196}, Case{"water", "37", 2, 1, 0.691264345092565},
+          Case{"MC-PBS 0.83%", "25.5", 3, 3, 5.5}, Case{"sorvex", "", 4, 3, 5.5}, Case{"", "", 4, 3, 5.5}}) {
+        metadata.setup = {
+            {"medium", c.medium}, {"temperature", c.temperature}, {"channel width", "30"}, {"flow rate", "0.16"}};
+        for (const bool perEvent : {false, true}) { // nothing but the source depends on it
+            const EModulusParams params = emodulusParamsFor(metadata, perEvent, 5.5);
+            EXPECT_EQ(std::tuple(params.medium, params.viscosityModel), std::tuple(c.code, c.model)) << c.medium;
+            EXPECT_NEAR(params.viscosity, c.viscosity, 1e-12) << c.medium;
+            EXPECT_EQ(params.temperatureSource, perEvent ? 1 : 2);
+        }
     }
     metadata.setup = {{"channel width", "30.000000"}, {"flow rate", "0.120000"}, {"temperature", "25.500000"}};
     metadata.imaging = {{"pixel size", "0.68"}};
@@ -71,7 +81,7 @@ TEST(EModulusParams, FromMetadata) {
     EXPECT_EQ(params.pixelSize, 0.68);
     EXPECT_EQ(params.temperatureSource, 2);
     EXPECT_EQ(params.temperature, 25.5);
-    EXPECT_EQ(emodulusParamsFor(metadata, true, 1.0).temperatureSource, 1);
+    EXPECT_EQ(emodulusParamsFor(metadata, true, 1.0).temperature, 25.5);
 
     // What is absent or no number gives the usual conditions; so does a temperature that was never measured.
     for (const char* text : {"", "wide", "nan", "20 um"}) {
