@@ -104,7 +104,7 @@ struct Workload {
         filter.addRule(polygonRule("area_um", "deform", 70.0, 0.06, 55.0, 0.055));
         filter.addRule(polygonRule("fl1_max", "fl2_max", 2000.0, 1000.0, 1200.0, 700.0));
         entry->filter = filter;
-        dataset = session.datasetAt(session.append(std::move(entry)));
+        dataset = &session.append(std::move(entry));
         settings = {"area_um", "deform", std::string(DensityKde), 0, 0, ContourMode::Overlay, 0.1, 0.67};
         for (const std::string& feature : filter.requiredFeatures()) {
             columns[feature] = &dataset->reader->getFeature(feature);

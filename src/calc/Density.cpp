@@ -4,6 +4,7 @@
 #include "calc/GridSize.h"
 #include "calc/NeighbourDensity.h"
 #include "calc/OrderStatistics.h"
+#include "core/PlotSettings.h"
 
 #include <algorithm>
 #include <array>
@@ -258,6 +259,16 @@ struct CentrePosition {
 };
 
 } // namespace
+
+DensityMethod densityMethodOf(std::string_view selector) {
+    if (selector == DensityHistogram) {
+        return DensityMethod::Histogram;
+    }
+    if (selector == DensityNearestNeighbours) {
+        return DensityMethod::NearestNeighbours;
+    }
+    return DensityMethod::Kde;
+}
 
 std::vector<double> computeDensity(std::span<const double> x, std::span<const double> y, DensityMethod method) {
     if (x.size() != y.size()) {

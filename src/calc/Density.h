@@ -9,6 +9,9 @@ namespace Tessaly {
 /// How crowded an event's neighbourhood is, by which estimator.
 enum class DensityMethod { Kde = 0, Histogram = 1, NearestNeighbours = 2 };
 
+/// The estimator that a density selector (core/PlotSettings.h) asks for; KDE for an unknown one.
+DensityMethod densityMethodOf(std::string_view selector);
+
 /// Smoothed counts on a square grid. values[yBin * size + xBin] belongs to the cell centre
 /// (xOrigin + (xBin + 0.5) xStep, yOrigin + (yBin + 0.5) yStep).
 struct DensityGrid {

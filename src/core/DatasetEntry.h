@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/EventFilter.h"
+#include "core/PlotSettings.h"
 #include "core/VQDMetadata.h"
 
 #include <QString>
@@ -14,27 +15,17 @@ namespace Tessaly {
 
 class VQDReader;
 
-/// One loaded dataset. Its identity is `id`, never its row.
-///
-/// While a dataset is active, the controls and not these fields hold its plot settings; they are written back before
-/// anything reads them.
-struct DatasetEntry {
+/// One loaded dataset. Its identity is `id`, never its row. Always up to date, also while the dataset is active: the
+/// controls report every change at once.
+struct DatasetEntry : PlotSettings {
     int id = -1;                       ///< given once, never used again
     std::shared_ptr<VQDReader> reader; ///< shared by a dataset and its duplicates
     VQDMetadata metadata;
     std::string filePath; ///< as opened
     QString displayName;
-    std::string xFeatureName;
-    std::string yFeatureName;
-    std::string colorFeatureName; ///< a feature, a density selector, or empty for no colour
-    int currentEventIndex = -1;   ///< event in the event view; -1 until one was chosen
-    bool featuresLoaded = false;  ///< all columns are cached: the dataset may be shown
+    int currentEventIndex = -1;  ///< event in the event view; -1 until one was chosen
+    bool featuresLoaded = false; ///< all columns are cached: the dataset may be shown
     EventFilter filter;
-    int contourMode = 0;            ///< 0 off, 1 overlay, 2 only
-    double contourFraction1 = 0.1;  ///< inner level
-    double contourFraction2 = 0.67; ///< outer level
-    int scaleXMode = 0;
-    int scaleYMode = 0;
     bool flRefinementApplied = false;
     bool ctcApplied = false;
     std::vector<int> ctcChannels;
@@ -42,6 +33,10 @@ struct DatasetEntry {
     bool emodApplied = false;
     bool fourierApplied = false;
     std::unordered_map<int, bool> groupEnabled; ///< by group id; an absent id counts as off
+
+    /// The settings part, as a value.
+    const PlotSettings& plotSettings() const { return *this; }
+    void setPlotSettings(const PlotSettings& settings) { static_cast<PlotSettings&>(*this) = settings; }
 };
 
 } // namespace Tessaly

@@ -1,33 +1,16 @@
 #include "session/LoadingQueue.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace Tessaly {
 
-namespace {
-
-int rowAfterMove(int row, int fromRow, int toRow) {
-    if (row == fromRow) {
-        return toRow;
-    }
-    if (fromRow < row && row <= toRow) {
-        return row - 1;
-    }
-    if (toRow <= row && row < fromRow) {
-        return row + 1;
-    }
-    return row;
-}
-
-} // namespace
-
-bool LoadingQueue::startOrQueue(int row) {
+bool LoadingQueue::startOrQueue(int id) {
     if (running_) {
-        pendingRows_.push_back(row);
+        pendingIds_.push_back(id);
         return false;
     }
     running_ = true;
-    preloadRow_ = row;
+    preloadId_ = id;
     return true;
 }
 
@@ -36,10 +19,8 @@ void LoadingQueue::queuePath(const QString& path) {
 }
 
 int LoadingQueue::finish() {
-    const int row = preloadRow_;
     running_ = false;
-    preloadRow_ = -1;
-    return row;
+    return std::exchange(preloadId_, -1);
 }
 
 LoadingQueue::Step LoadingQueue::takeNext() {
@@ -47,10 +28,10 @@ LoadingQueue::Step LoadingQueue::takeNext() {
     if (running_) {
         return step;
     }
-    if (!pendingRows_.empty()) {
+    if (!pendingIds_.empty()) {
         step.kind = Step::Kind::Preload;
-        step.row = pendingRows_.front();
-        pendingRows_.pop_front();
+        step.id = pendingIds_.front();
+        pendingIds_.pop_front();
     } else if (!pendingPaths_.empty()) {
         step.kind = Step::Kind::Open;
         step.path = pendingPaths_.front();
@@ -59,25 +40,8 @@ LoadingQueue::Step LoadingQueue::takeNext() {
     return step;
 }
 
-void LoadingQueue::rowRemoved(int row) {
-    if (preloadRow_ == row) {
-        preloadRow_ = -1;
-    } else if (preloadRow_ > row) {
-        --preloadRow_;
-    }
-    std::erase(pendingRows_, row);
-    for (int& pending : pendingRows_) {
-        if (pending > row) {
-            --pending;
-        }
-    }
-}
-
-void LoadingQueue::rowMoved(int fromRow, int toRow) {
-    preloadRow_ = rowAfterMove(preloadRow_, fromRow, toRow);
-    for (int& pending : pendingRows_) {
-        pending = rowAfterMove(pending, fromRow, toRow);
-    }
+void LoadingQueue::remove(int id) {
+    std::erase(pendingIds_, id);
 }
 
 void LoadingQueue::clear() {

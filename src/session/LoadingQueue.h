@@ -6,43 +6,41 @@
 
 namespace Tessaly {
 
-/// Who is preloaded next. One preload runs at a time; rows and paths that arrive meanwhile wait here. Only bookkeeping:
-/// the loader does the work. User interface thread only.
+/// Who is preloaded next. One preload runs at a time; datasets and paths that arrive meanwhile wait here. Only
+/// bookkeeping: the loader does the work. User interface thread only.
 class LoadingQueue {
 public:
     /// What to do when a preload has ended.
     struct Step {
         enum class Kind { Nothing, Preload, Open };
         Kind kind = Kind::Nothing;
-        int row = -1; ///< for Preload
+        int id = -1;  ///< for Preload
         QString path; ///< for Open
     };
 
     bool isRunning() const { return running_; }
-    /// Row being preloaded, -1 when idle.
-    int preloadRow() const { return preloadRow_; }
+    /// Dataset being preloaded, -1 when idle.
+    int preloadId() const { return preloadId_; }
 
-    /// Marks the row as being preloaded and returns true, or queues it and returns false if one runs already.
-    bool startOrQueue(int row);
+    /// Marks the dataset as being preloaded and returns true, or queues it and returns false if one runs already.
+    bool startOrQueue(int id);
     /// A path that arrived while a preload ran.
     void queuePath(const QString& path);
 
-    /// Ends the running preload and returns its row, -1 if the row is gone.
+    /// Ends the running preload and returns its dataset.
     int finish();
-    /// Takes the next piece of work out of the queues: rows first, then paths.
+    /// Takes the next piece of work out of the queues: datasets first, then paths.
     Step takeNext();
 
-    /// Keeps the rows correct when the list changes.
-    void rowRemoved(int row);
-    /// @param toRow  final row of the moved dataset
-    void rowMoved(int fromRow, int toRow);
+    /// Drops a dataset that has left the session.
+    void remove(int id);
     /// Forgets everything, also that a preload runs.
     void clear();
 
 private:
     bool running_ = false;
-    int preloadRow_ = -1;
-    std::deque<int> pendingRows_;
+    int preloadId_ = -1;
+    std::deque<int> pendingIds_;
     std::deque<QString> pendingPaths_;
 };
 

@@ -36,7 +36,7 @@ Column valuesAt(const Column& column, std::size_t events, const PlotFrame& frame
     const auto valueAt = [&column](std::size_t event) -> const double& {
         return event < column.size() ? column[event] : missingValue;
     };
-    if (frame.reduced) {
+    if (frame.someLeftOut) {
         const auto values = frame.visibleIndices | std::views::transform([&](int event) -> const double& {
                                 return valueAt(static_cast<std::size_t>(event));
                             });
@@ -68,37 +68,37 @@ bool allFinite(std::span<const double> values) {
 void colorByDensity(PlotFrame& frame, const PlotSettings& settings) {
     Column mappedX;
     Column mappedY;
-    const std::span<const double> x = inAxisSpace(frame.x, settings.scaleX, mappedX);
-    const std::span<const double> y = inAxisSpace(frame.y, settings.scaleY, mappedY);
-    const DensityMethod method = densityMethodOf(settings.colorFeature);
+    const std::span<const double> x = inAxisSpace(frame.x, settings.scaleXMode, mappedX);
+    const std::span<const double> y = inAxisSpace(frame.y, settings.scaleYMode, mappedY);
+    const DensityMethod method = densityMethodOf(settings.colorFeatureName);
     if (method != DensityMethod::Kde || x.size() < 4 || !allFinite(x) || !allFinite(y)) {
         frame.color = computeDensity(x, y, method);
         return;
     }
     // What computeDensity() does when it has no event to leave out, with the grid kept.
-    frame.density = {kernelDensityGrid(x, y, 0), settings.scaleX, settings.scaleY};
+    frame.density = {kernelDensityGrid(x, y, 0), settings.scaleXMode, settings.scaleYMode};
     frame.color = interpolateGrid(frame.density->grid, x, y);
 }
 
 void colorPoints(PlotFrame& frame, VQDReader& reader, const PlotSettings& settings, std::size_t events) {
-    if (settings.colorFeature.empty()) {
+    if (settings.colorFeatureName.empty()) {
         return;
     }
-    if (isDensitySelector(settings.colorFeature)) {
+    if (isDensitySelector(settings.colorFeatureName)) {
         colorByDensity(frame, settings);
         frame.colorLabel = QCoreApplication::translate("Tessaly::PlotFrame", "Density");
         return;
     }
-    const Column& column = columnOf(reader, settings.colorFeature);
+    const Column& column = columnOf(reader, settings.colorFeatureName);
     if (column.empty()) {
         return;
     }
     frame.color = valuesAt(column, events, frame);
-    frame.colorLabel = QString::fromStdString(reader.featureLabel(settings.colorFeature));
+    frame.colorLabel = QString::fromStdString(reader.featureLabel(settings.colorFeatureName));
 }
 
 /// Leaves out the points that have no finite place or colour. Moves nothing as long as all of them have.
-void clean(PlotFrame& frame) {
+void dropUndrawablePoints(PlotFrame& frame) {
     const std::size_t count = frame.x.size();
     const bool colored = !frame.color.empty();
     const auto isDrawable = [&](std::size_t i) {
@@ -112,10 +112,10 @@ void clean(PlotFrame& frame) {
         return;
     }
     frame.density.reset();
-    if (!frame.reduced) {
+    if (!frame.someLeftOut) {
         frame.visibleIndices.resize(count);
         std::ranges::copy(std::views::iota(0, static_cast<int>(count)), frame.visibleIndices.begin());
-        frame.reduced = true;
+        frame.someLeftOut = true;
     }
     for (std::size_t i = kept + 1; i < count; ++i) {
         if (!isDrawable(i)) {
@@ -146,15 +146,19 @@ int notOnLogAxis(const Column& values, int mode) {
 
 } // namespace
 
+std::optional<int> PlotFrame::countIfReduced() const {
+    return someLeftOut ? std::optional(static_cast<int>(visibleIndices.size())) : std::nullopt;
+}
+
 int PlotFrame::eventAt(int plotIndex) const {
     if (plotIndex < 0 || static_cast<std::size_t>(plotIndex) >= x.size()) {
         return -1;
     }
-    return reduced ? visibleIndices[static_cast<std::size_t>(plotIndex)] : plotIndex;
+    return someLeftOut ? visibleIndices[static_cast<std::size_t>(plotIndex)] : plotIndex;
 }
 
 int PlotFrame::plotIndexOf(int event) const {
-    if (!reduced) {
+    if (!someLeftOut) {
         return event >= 0 && static_cast<std::size_t>(event) < x.size() ? event : -1;
     }
     const auto found = std::ranges::lower_bound(visibleIndices, event);
@@ -167,8 +171,8 @@ std::optional<PlotFrame> buildPlotFrame(const Session& session, const DatasetEnt
         return std::nullopt;
     }
     VQDReader& reader = *dataset.reader;
-    const Column& xColumn = columnOf(reader, settings.xFeature);
-    const Column& yColumn = columnOf(reader, settings.yFeature);
+    const Column& xColumn = columnOf(reader, settings.xFeatureName);
+    const Column& yColumn = columnOf(reader, settings.yFeatureName);
     if (xColumn.empty() || yColumn.empty()) {
         return std::nullopt;
     }
@@ -176,17 +180,17 @@ std::optional<PlotFrame> buildPlotFrame(const Session& session, const DatasetEnt
     PlotFrame frame;
     if (auto passing = session.passingEvents(dataset)) {
         frame.visibleIndices = std::move(*passing);
-        frame.reduced = true;
+        frame.someLeftOut = true;
     }
     const std::size_t events = std::max(xColumn.size(), yColumn.size());
     frame.x = valuesAt(xColumn, events, frame);
     frame.y = valuesAt(yColumn, events, frame);
-    frame.xLabel = QString::fromStdString(reader.featureLabel(settings.xFeature));
-    frame.yLabel = QString::fromStdString(reader.featureLabel(settings.yFeature));
+    frame.xLabel = QString::fromStdString(reader.featureLabel(settings.xFeatureName));
+    frame.yLabel = QString::fromStdString(reader.featureLabel(settings.yFeatureName));
     colorPoints(frame, reader, settings, events);
-    clean(frame);
-    frame.xNotOnLogAxis = notOnLogAxis(frame.x, settings.scaleX);
-    frame.yNotOnLogAxis = notOnLogAxis(frame.y, settings.scaleY);
+    dropUndrawablePoints(frame);
+    frame.xNotOnLogAxis = notOnLogAxis(frame.x, settings.scaleXMode);
+    frame.yNotOnLogAxis = notOnLogAxis(frame.y, settings.scaleYMode);
     return frame;
 }
 
@@ -196,10 +200,10 @@ std::vector<ContourLevel> contoursOf(const PlotFrame& frame, const PlotSettings&
     }
     const std::array fractions{std::min(settings.contourFraction1, settings.contourFraction2),
                                std::max(settings.contourFraction1, settings.contourFraction2)};
-    if (frame.density && frame.density->scaleX == settings.scaleX && frame.density->scaleY == settings.scaleY) {
-        return contoursOfDensity(frame.density->grid, frame.color, fractions, settings.scaleX, settings.scaleY);
+    if (frame.density && frame.density->scaleX == settings.scaleXMode && frame.density->scaleY == settings.scaleYMode) {
+        return contoursOfDensity(frame.density->grid, frame.color, fractions, settings.scaleXMode, settings.scaleYMode);
     }
-    return computeContours(frame.x, frame.y, fractions, settings.scaleX, settings.scaleY);
+    return computeContours(frame.x, frame.y, fractions, settings.scaleXMode, settings.scaleYMode);
 }
 
 } // namespace Tessaly

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "calc/Contours.h"
-#include "session/PlotSettings.h"
+#include "core/PlotSettings.h"
 
 #include <QString>
 
@@ -21,7 +21,7 @@ struct PlotFrame {
     /// Event index of each plotted point, rising; empty if every event is plotted in file order.
     std::vector<int> visibleIndices;
     /// visibleIndices is in force: a filter or the cleaning has left events out (perhaps all of them).
-    bool reduced = false;
+    bool someLeftOut = false;
     QString xLabel;
     QString yLabel;
     QString colorLabel;
@@ -36,6 +36,8 @@ struct PlotFrame {
     };
     std::optional<KnownDensity> density;
 
+    /// Number of plotted events if some were left out, else nullopt.
+    std::optional<int> countIfReduced() const;
     /// Event index of a plot index.
     int eventAt(int plotIndex) const;
     /// Plot index of an event, -1 if it is not plotted.

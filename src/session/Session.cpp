@@ -2,10 +2,12 @@
 
 #include "core/FeatureCatalogue.h"
 #include "io/VQDReader.h"
+#include "session/PlotChoices.h"
 
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <utility>
 
 namespace Tessaly {
 
@@ -37,69 +39,109 @@ std::unique_ptr<DatasetEntry> Session::newEntry() {
     return entry;
 }
 
-int Session::append(std::unique_ptr<DatasetEntry> entry) {
+DatasetEntry& Session::append(std::unique_ptr<DatasetEntry> entry) {
+    DatasetEntry& appended = *entry;
     datasets_.push_back(std::move(entry));
-    return datasetCount() - 1;
+    emit notices_.datasetsChanged();
+    return appended;
 }
 
-void Session::remove(int row) {
-    if (!datasetAt(row)) {
+void Session::remove(int id) {
+    const int row = rowOf(id);
+    if (row < 0) {
         return;
     }
+    // Listeners let go of the record before it is gone.
+    const std::unique_ptr<DatasetEntry> removed = std::move(datasets_[static_cast<std::size_t>(row)]);
     datasets_.erase(datasets_.begin() + row);
-    if (row == activeRow_) {
-        activeRow_ = -1;
-    } else if (row < activeRow_) {
-        --activeRow_;
+    const bool wasActive = id == activeId_;
+    if (wasActive) {
+        const DatasetEntry* next = datasetAt(std::min(row, datasetCount() - 1));
+        activeId_ = next ? next->id : -1;
+    }
+    emit notices_.datasetRemoved(id);
+    emit notices_.datasetsChanged();
+    if (wasActive) {
+        emit notices_.activeChanged(activeId_);
     }
 }
 
-bool Session::move(int fromRow, int toRow) {
-    if (!datasetAt(fromRow) || toRow < 0 || toRow > datasetCount() || toRow == fromRow || toRow == fromRow + 1) {
+bool Session::move(int id, int toRow) {
+    const int fromRow = rowOf(id);
+    if (fromRow < 0 || toRow < 0 || toRow > datasetCount() || toRow == fromRow || toRow == fromRow + 1) {
         return false;
     }
-    const int activeDataset = activeId();
     const auto first = datasets_.begin();
     if (toRow > fromRow) {
         std::rotate(first + fromRow, first + fromRow + 1, first + toRow);
     } else {
         std::rotate(first + toRow, first + fromRow, first + fromRow + 1);
     }
-    activeRow_ = rowOf(activeDataset);
+    emit notices_.datasetsChanged();
     return true;
 }
 
-int Session::duplicate(int row) {
-    const DatasetEntry* source = datasetAt(row);
+int Session::duplicate(int id) {
+    const DatasetEntry* source = findById(id);
     if (!source || !source->featuresLoaded) {
         return -1;
     }
     auto copy = newEntry();
+    copy->setPlotSettings(*source);
     copy->reader = source->reader;
     copy->metadata = source->metadata;
     copy->filePath = source->filePath;
     copy->displayName = source->displayName + " (copy)";
-    storePlotSettings(plotSettingsOf(*source), *copy);
     copy->currentEventIndex = source->currentEventIndex;
     copy->filter = source->filter;
     copy->featuresLoaded = true;
-    return append(std::move(copy));
+    return append(std::move(copy)).id;
 }
 
 void Session::clear() {
-    activeRow_ = -1;
-    datasets_.clear();
-    filterGroups_.clear();
+    activeId_ = -1;
     nextGroupId_ = 0;
+    // Listeners let go of the records before they are gone.
+    const std::vector<std::unique_ptr<DatasetEntry>> removed = std::exchange(datasets_, {});
+    const std::vector<std::unique_ptr<FilterGroup>> groups = std::exchange(filterGroups_, {});
+    for (const auto& entry : removed) {
+        emit notices_.datasetRemoved(entry->id);
+    }
+    emit notices_.datasetsChanged();
+    emit notices_.groupsChanged();
+    emit notices_.activeChanged(-1);
 }
 
-void Session::setActiveRow(int row) {
-    activeRow_ = datasetAt(row) ? row : -1;
+void Session::rename(int id, const QString& name) {
+    DatasetEntry* dataset = findById(id);
+    if (dataset && dataset->displayName != name) {
+        dataset->displayName = name;
+        emit notices_.datasetRenamed(id);
+    }
 }
 
-int Session::activeId() const {
-    const DatasetEntry* entry = active();
-    return entry ? entry->id : -1;
+void Session::setReady(int id) {
+    if (DatasetEntry* dataset = findById(id)) {
+        dataset->featuresLoaded = true;
+        emit notices_.datasetReady(id);
+    }
+}
+
+void Session::setPlotSettings(int id, const PlotSettings& settings) {
+    DatasetEntry* dataset = findById(id);
+    if (dataset && dataset->plotSettings() != settings) {
+        dataset->setPlotSettings(settings);
+        emit notices_.plotSettingsChanged(id);
+    }
+}
+
+void Session::setActive(int id) {
+    const DatasetEntry* dataset = findById(id);
+    const int chosen = dataset ? dataset->id : -1;
+    if (chosen != activeId_) {
+        activeId_ = chosen;
+        emit notices_.activeChanged(chosen);
+    }
 }
 
 FilterGroup* Session::findFilterGroup(int id) const {
@@ -119,6 +161,7 @@ int Session::addFilterGroup(const std::string& name) {
         dataset->groupEnabled[id] = false;
     }
     filterGroups_.push_back(std::move(group));
+    emit notices_.groupsChanged();
     return id;
 }
 
@@ -126,6 +169,7 @@ void Session::addRuleToGroup(int groupId, const FilterRule& rule) {
     if (FilterGroup* group = findFilterGroup(groupId)) {
         group->rules.push_back(rule);
         group->rules.back().propagationId.clear();
+        emit notices_.groupsChanged();
     }
 }
 
@@ -140,6 +184,7 @@ bool Session::isGroupEnabled(const DatasetEntry* dataset, int groupId) const {
 void Session::setGroupEnabled(int datasetId, int groupId, bool on) {
     if (DatasetEntry* dataset = findById(datasetId)) {
         dataset->groupEnabled[groupId] = on;
+        emit notices_.groupsChanged();
     }
 }
 
@@ -177,26 +222,20 @@ std::optional<std::vector<int>> Session::passingEvents(const DatasetEntry& datas
     return effective.evaluate(columns, dataset.reader->eventCount());
 }
 
-bool Session::activeMatchesAllPeers(const PlotSettings& shown, const DatasetEntry* excluded) const {
-    const DatasetEntry* activeEntry = active();
-    if (!activeEntry) {
-        return true;
-    }
-    return std::ranges::all_of(datasets_, [&](const auto& peer) {
-        return peer.get() == activeEntry || peer.get() == excluded || plotSettingsOf(*peer) == shown;
+bool Session::activeMatchesAllPeers(const DatasetEntry* excluded) const {
+    const DatasetEntry* model = active();
+    return !model || std::ranges::all_of(datasets_, [&](const auto& peer) {
+        return peer.get() == model || peer.get() == excluded || peer->plotSettings() == model->plotSettings();
     });
 }
 
-void Session::inheritPeerSettings(DatasetEntry& entry, const PlotSettings& controls) const {
-    if (datasetCount() < 2) {
-        return;
-    }
+void Session::inheritPeerSettings(DatasetEntry& entry) const {
     const DatasetEntry* model = active();
     if (!model) {
         const auto other = std::ranges::find_if(datasets_, [&](const auto& peer) { return peer.get() != &entry; });
-        model = other->get();
+        model = other == datasets_.end() ? nullptr : other->get();
     }
-    if (model == &entry) {
+    if (!model || model == &entry) {
         return;
     }
     const auto peersAgree = [&](auto property) {
@@ -215,15 +254,20 @@ void Session::inheritPeerSettings(DatasetEntry& entry, const PlotSettings& contr
             entry.filter.addRule(rule);
         }
     }
-    if (activeMatchesAllPeers(controls, &entry)) {
-        copyPlotSettings(active() ? controls : plotSettingsOf(*model), entry);
+    if (activeMatchesAllPeers(&entry)) {
+        copyPlotSettings(*model, entry);
     }
 }
 
-void Session::applyPlotSettingsToPeers(const PlotSettings& settings) {
+void Session::applyPlotSettingsToPeers() {
+    const DatasetEntry* model = active();
+    if (!model) {
+        return;
+    }
     for (const auto& peer : datasets_) {
-        if (peer.get() != active()) {
-            copyPlotSettings(settings, *peer);
+        if (peer.get() != model) {
+            copyPlotSettings(*model, *peer);
+            emit notices_.plotSettingsChanged(peer->id);
         }
     }
 }

@@ -2,7 +2,7 @@
 
 #include "core/DatasetEntry.h"
 #include "core/FilterGroup.h"
-#include "session/PlotSettings.h"
+#include "session/SessionNotices.h"
 
 #include <memory>
 #include <optional>
@@ -11,14 +11,17 @@
 
 namespace Tessaly {
 
-/// What is loaded and the rules over it, without a window: datasets in row order, the active row, filter groups, ids.
-/// User interface thread only.
+/// What is loaded and the rules over it, without a window: datasets in row order, the active one, filter groups, ids.
+/// Whatever changes it here is told through notices(). User interface thread only.
 class Session {
 public:
     Session();
     ~Session();
 
-    // Datasets. A row is a position in datasets(); an id names a dataset for good.
+    /// Where changes are told. Operations that change records from outside tell them here, too.
+    SessionNotices& notices() { return notices_; }
+
+    // Datasets. An id names a dataset for good; a row is its position in datasets().
     const std::vector<std::unique_ptr<DatasetEntry>>& datasets() const { return datasets_; }
     int datasetCount() const { return static_cast<int>(datasets_.size()); }
     /// The dataset of a row, or null outside the list.
@@ -31,22 +34,29 @@ public:
 
     /// A new entry with the next id, not yet listed. Its id is spent even if it is thrown away.
     std::unique_ptr<DatasetEntry> newEntry();
-    /// Appends an entry and returns its row.
-    int append(std::unique_ptr<DatasetEntry> entry);
-    /// Removes a row. The active row follows its dataset, and is -1 if that was removed.
-    void remove(int row);
-    /// Takes the dataset at fromRow out and puts it in before what stood at toRow (0 to count). The active row follows
-    /// its dataset. Returns whether anything moved.
-    bool move(int fromRow, int toRow);
-    /// Appends a copy that shares reader and features, named with " (copy)" behind; -1 unless the row is ready.
-    int duplicate(int row);
+    /// Appends an entry.
+    DatasetEntry& append(std::unique_ptr<DatasetEntry> entry);
+    /// Removes a dataset. If it was the active one, the one that takes its row becomes active, or the last one.
+    void remove(int id);
+    /// Takes a dataset out and puts it in before what stands at toRow (0 to count). Returns whether anything moved.
+    bool move(int id, int toRow);
+    /// Appends a copy that shares reader and features, named with " (copy)" behind. Returns its id; -1 unless the
+    /// dataset is ready.
+    int duplicate(int id);
     /// Drops all datasets and groups. Dataset ids go on, group ids start at 0 again.
     void clear();
 
-    int activeRow() const { return activeRow_; }
-    void setActiveRow(int row);
-    DatasetEntry* active() const { return datasetAt(activeRow_); }
-    int activeId() const;
+    void rename(int id, const QString& name);
+    /// The dataset's columns are cached: it may be shown.
+    void setReady(int id);
+    void setPlotSettings(int id, const PlotSettings& settings);
+
+    /// Id of the active dataset, -1 for none.
+    int activeId() const { return activeId_; }
+    int activeRow() const { return rowOf(activeId_); }
+    DatasetEntry* active() const { return findById(activeId_); }
+    /// Makes a dataset active; an unknown id for none.
+    void setActive(int id);
 
     // Filter groups, in the order of their creation.
     const std::vector<std::unique_ptr<FilterGroup>>& filterGroups() const { return filterGroups_; }
@@ -65,18 +75,20 @@ public:
     std::optional<std::vector<int>> passingEvents(const DatasetEntry& dataset) const;
 
     // Peers: the other datasets.
-    /// Whether every dataset but the active one and `excluded` is plotted as `active` says. True without an active one.
-    bool activeMatchesAllPeers(const PlotSettings& active, const DatasetEntry* excluded) const;
-    /// Lets a dataset that has just been appended follow the others where they agree: filter switches, linked rules,
-    /// and plot settings. @param controls  the settings shown, which stand for the active dataset
-    void inheritPeerSettings(DatasetEntry& entry, const PlotSettings& controls) const;
-    /// Copies settings onto every dataset but the active one.
-    void applyPlotSettingsToPeers(const PlotSettings& settings);
+    /// Whether every dataset but the active one and `excluded` is plotted as the active one. True without an active
+    /// one.
+    bool activeMatchesAllPeers(const DatasetEntry* excluded = nullptr) const;
+    /// Lets a new dataset, listed already or not, follow the others where they agree: filter switches, linked rules,
+    /// and plot settings.
+    void inheritPeerSettings(DatasetEntry& entry) const;
+    /// Copies the active dataset's plot settings onto every other one.
+    void applyPlotSettingsToPeers();
 
 private:
     std::vector<std::unique_ptr<DatasetEntry>> datasets_;
     std::vector<std::unique_ptr<FilterGroup>> filterGroups_;
-    int activeRow_ = -1;
+    SessionNotices notices_;
+    int activeId_ = -1;
     int nextDatasetId_ = 0;
     int nextGroupId_ = 0;
 };

@@ -1,13 +1,13 @@
 #include "ui/MainPanels.h"
 
 #include "plot/ScatterPlot.h"
-#include "ui/CalculationsDockWidget.h"
-#include "ui/DatasetsPanel.h"
-#include "ui/EventPanel.h"
-#include "ui/FilterDockWidget.h"
-#include "ui/MetadataPanel.h"
-#include "ui/PlotSettingsPanel.h"
-#include "ui/StatisticsDockWidget.h"
+#include "ui/calculations/CalculationsDockWidget.h"
+#include "ui/datasets/DatasetsPanel.h"
+#include "ui/event/EventPanel.h"
+#include "ui/event/MetadataPanel.h"
+#include "ui/filters/FilterDockWidget.h"
+#include "ui/plot/PlotSettingsPanel.h"
+#include "ui/plot/StatisticsDockWidget.h"
 
 #include <QCoreApplication>
 #include <QDockWidget>
@@ -112,7 +112,7 @@ QLayout* buildEventRow(MainPanels& panels) {
 QWidget* buildCentre(MainPanels& panels) {
     auto* centre = new QWidget;
     auto* layout = new QVBoxLayout(centre);
-    panels.status = new QLabel(tr("No file loaded. Drag and drop a .vqd file or use File > Open."));
+    panels.status = new QLabel;
     panels.status->setObjectName(QStringLiteral("statusLabel"));
     panels.status->setStyleSheet(QLatin1String(StatusStyle));
     panels.status->setTextFormat(Qt::PlainText);

@@ -2,8 +2,9 @@
 
 #include "plot/ScatterPlot.h"
 #include "session/DatasetOpening.h"
-#include "ui/DatasetsPanel.h"
-#include "ui/MetadataPanel.h"
+#include "ui/calculations/CalculationsDockWidget.h"
+#include "ui/datasets/DatasetsPanel.h"
+#include "ui/plot/StatisticsDockWidget.h"
 
 #include <QActionGroup>
 #include <QDockWidget>
@@ -50,15 +51,18 @@ void addLines(QMenu* menu, const std::vector<MenuLine>& lines) {
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent),
       panels_(buildMainPanels(*this)),
-      events_(session_, panels_),
-      plot_(session_, emodulus_, events_, panels_, this),
       loader_(session_, this),
-      datasets_(session_, loader_, plot_, panels_, this) {
+      datasets_(session_, loader_, *panels_.datasets, this),
+      name_(session_, *panels_.rename, this),
+      filters_(session_, *panels_.filters, this),
+      metadata_(session_, *panels_.metadata, *panels_.metadataDock, this),
+      events_(session_, *panels_.plot, *panels_.event, *panels_.eventNumber, this),
+      plot_(session_, emodulus_, *panels_.plot, *panels_.plotSettings, *panels_.calculations, this),
+      status_(session_, loader_, plot_, *panels_.status, this) {
     setObjectName(QStringLiteral("mainWindow"));
+    connectPlot();
     buildMenus();
     connectDocks();
-    events_.reset();
-    plot_.updateApplyPlotButton();
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
     resize(1400, 900);
     setAcceptDrops(true);
@@ -96,7 +100,7 @@ void MainWindow::buildMenus() {
 void MainWindow::buildColorMapMenu(QMenu* settingsMenu) {
     const int stored = QSettings().value(QLatin1String(ColorMapKey), 0).toInt();
     colorMapIndex_ = stored >= 0 && stored < static_cast<int>(ColorMapNames.size()) ? stored : 0;
-    plot_.setColorMapIndex(colorMapIndex_);
+    emit session_.notices().colorMapChanged(colorMapIndex_);
 
     QMenu* menu = settingsMenu->addMenu(tr("Color &Map"));
     menu->setObjectName(QStringLiteral("colorMapMenu"));
@@ -116,7 +120,7 @@ void MainWindow::buildColorMapMenu(QMenu* settingsMenu) {
 void MainWindow::setColorMapIndex(int index) {
     colorMapIndex_ = index;
     QSettings().setValue(QLatin1String(ColorMapKey), index);
-    plot_.setColorMapIndex(index);
+    emit session_.notices().colorMapChanged(index);
 }
 
 void MainWindow::connectDocks() {
@@ -130,12 +134,24 @@ void MainWindow::connectDocks() {
             }
         });
     }
-    // The tree costs nothing until somebody looks at it.
-    connect(panels_.metadataDock, &QDockWidget::visibilityChanged, &plot_, [this](bool visible) {
-        if (visible) {
-            plot_.fillMetadata();
-        }
+}
+
+void MainWindow::connectPlot() {
+    connect(&loader_, &DatasetLoader::preloadStarted, &plot_, [this] { plot_.setPreloadRunning(true); });
+    connect(&loader_, &DatasetLoader::preloadEnded, &plot_, [this] { plot_.setPreloadRunning(false); });
+    connect(&session_.notices(), &SessionNotices::activeChanged, &plot_, [this] {
+        const DatasetEntry* dataset = session_.active();
+        panels_.calculations->setDatasetMetadata(dataset ? &dataset->metadata : nullptr);
     });
+    // What follows a refresh, in this order: counts, statistics, selection.
+    connect(&plot_, &PlotController::frameChanged, &filters_, [this] { filters_.showCounts(plot_); });
+    connect(&plot_, &PlotController::plotted, panels_.statistics, [this] {
+        const PlotFrame& frame = plot_.frame();
+        panels_.statistics->updateStatistics(frame.x, frame.y, frame.xLabel, frame.yLabel);
+    });
+    connect(&plot_, &PlotController::plotted, &events_, [this] { events_.placeSelection(plot_.frame()); });
+    connect(&plot_, &PlotController::cleared, panels_.statistics, &StatisticsDockWidget::clearStatistics);
+    connect(&plot_, &PlotController::datasetShown, &events_, &EventController::showCurrentEvent);
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {

@@ -2,11 +2,15 @@
 
 #include "calc/EModulus.h"
 #include "session/Session.h"
-#include "ui/DatasetController.h"
-#include "ui/DatasetLoader.h"
-#include "ui/EventController.h"
 #include "ui/MainPanels.h"
-#include "ui/PlotController.h"
+#include "ui/datasets/DatasetController.h"
+#include "ui/datasets/DatasetLoader.h"
+#include "ui/datasets/NameController.h"
+#include "ui/event/EventController.h"
+#include "ui/event/MetadataController.h"
+#include "ui/filters/FilterController.h"
+#include "ui/plot/PlotController.h"
+#include "ui/plot/StatusController.h"
 
 #include <QMainWindow>
 
@@ -34,12 +38,13 @@ public:
 
     /// Opens a measurement file, see DatasetLoader::open().
     void openDataset(const QString& path) { loader_.open(path); }
-    void saveCurrentDatasetState() { plot_.saveCurrentDatasetState(); }
+    /// Takes over what is still being typed; everything else is in the active entry at once.
+    void saveCurrentDatasetState() { events_.finishTyping(); }
     void refreshFeaturesAndPlot() { plot_.refreshFeaturesAndPlot(); }
 
 public slots:
     /// Redraws everything that depends on the events shown. To be called after a change of filters or groups.
-    void onFilterChanged() { plot_.refresh(); }
+    void onFilterChanged() { emit session_.notices().eventsChanged(); }
     /// Tells the user of an exception that a slot let escape; reports that come while the dialog is up are dropped.
     void onUnhandledException(const QString& title, const QString& message);
 
@@ -51,15 +56,21 @@ private:
     void buildMenus();
     void buildColorMapMenu(QMenu* settingsMenu);
     void connectDocks();
+    void connectPlot();
     void setColorMapIndex(int index);
 
+    // In the order in which they hear of news: what a refresh needs is prepared before the plot controller refreshes.
     Session session_;
     EModulus emodulus_;
     MainPanels panels_;
-    EventController events_;
-    PlotController plot_;
     DatasetLoader loader_;
     DatasetController datasets_;
+    NameController name_;
+    FilterController filters_;
+    MetadataController metadata_;
+    EventController events_;
+    PlotController plot_;
+    StatusController status_;
     int colorMapIndex_ = 0;
     bool exceptionDialogOpen_ = false;
 };

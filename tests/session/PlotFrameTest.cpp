@@ -29,7 +29,7 @@ PlotFrame frameOf(const SessionBuilder& builder, const PlotSettings& settings) {
 }
 
 PlotSettings xy(const std::string& color = {}) {
-    return {.xFeature = "area_um", .yFeature = "deform", .colorFeature = color};
+    return {.xFeatureName = "area_um", .yFeatureName = "deform", .colorFeatureName = color};
 }
 
 TEST(PlotFrameTest, AllEventsInFileOrder) {
@@ -40,7 +40,7 @@ TEST(PlotFrameTest, AllEventsInFileOrder) {
     EXPECT_EQ(frame.y, (Values{-1, 0, 1}));
     EXPECT_EQ(frame.color, (Values{7, 8, 9}));
     EXPECT_TRUE(frame.visibleIndices.empty());
-    EXPECT_FALSE(frame.reduced);
+    EXPECT_FALSE(frame.someLeftOut);
     EXPECT_EQ(frame.eventAt(2), 2);
     EXPECT_EQ(frame.eventAt(3), -1);
     EXPECT_EQ(frame.eventAt(-1), -1);
@@ -56,7 +56,7 @@ TEST(PlotFrameTest, FilterThenCleaningKeepTheWayBackToEvents) {
                                          {"bright_avg", {0, 1, 2, 3, -infinity, 5}}});
     PlotFrame frame = frameOf(builder, xy());
     EXPECT_EQ(frame.visibleIndices, (Indices{0, 1, 4, 5})) << "no rule, yet points without a place are left out";
-    EXPECT_TRUE(frame.reduced);
+    EXPECT_TRUE(frame.someLeftOut);
 
     dataset.filter.addRule(rangeRule("bright_avg", -infinity, 4));
     frame = frameOf(builder, xy("bright_avg"));
@@ -80,11 +80,11 @@ TEST(PlotFrameTest, AFilterThatPassesAllOrNoneIsStillInForce) {
     dataset.filter.addRule(rangeRule("deform", 0, 9));
     PlotFrame frame = frameOf(builder, xy());
     EXPECT_EQ(frame.visibleIndices, (Indices{0, 1}));
-    EXPECT_TRUE(frame.reduced);
+    EXPECT_TRUE(frame.someLeftOut);
     dataset.filter.setCombineMode(1);
     frame = frameOf(builder, xy("__density_kde__"));
     EXPECT_TRUE(frame.x.empty() && frame.visibleIndices.empty());
-    EXPECT_TRUE(frame.reduced);
+    EXPECT_TRUE(frame.someLeftOut);
     EXPECT_EQ(frame.eventAt(0), -1);
 }
 
@@ -120,10 +120,10 @@ TEST(PlotFrameTest, WhatAShortColumnDoesNotReachIsNotPlotted) {
     for (std::size_t i = 0; i < cases.size(); ++i) {
         SessionBuilder builder;
         DatasetEntry& dataset = builder.add(cases[i].columns);
-        const PlotSettings settings{.xFeature = "x", .yFeature = "y", .colorFeature = "c"};
+        const PlotSettings settings{.xFeatureName = "x", .yFeatureName = "y", .colorFeatureName = "c"};
         PlotFrame frame = frameOf(builder, settings);
         EXPECT_EQ(frame.visibleIndices, cases[i].unfiltered) << "case " << i;
-        EXPECT_EQ(frame.reduced, !cases[i].unfiltered.empty()) << "case " << i;
+        EXPECT_EQ(frame.someLeftOut, !cases[i].unfiltered.empty()) << "case " << i;
         dataset.filter.addRule(rangeRule("rule", 1, 1));
         frame = frameOf(builder, settings);
         EXPECT_EQ(frame.visibleIndices, cases[i].filtered) << "case " << i;
@@ -139,7 +139,7 @@ TEST(PlotFrameTest, DensityIsTakenInAxisSpaceBeforeCleaning) {
     builder.add({{"area_um", x}, {"deform", y}});
     for (const char* selector : {"__density_kde__", "__density_hist__", "__density_knn__"}) {
         PlotSettings settings = xy(selector);
-        settings.scaleX = ScaleMode::Log;
+        settings.scaleXMode = ScaleMode::Log;
         const PlotFrame frame = frameOf(builder, settings);
         const Values all = computeDensity(transformValues(x, ScaleMode::Log), y, densityMethodOf(selector));
         EXPECT_EQ(frame.visibleIndices, (Indices{0, 1, 2, 3, 6}));
@@ -158,13 +158,13 @@ TEST(PlotFrameTest, CountsWhatALogarithmicAxisCanNotShow) {
     PlotSettings settings = xy();
     PlotFrame frame = frameOf(builder, settings);
     EXPECT_EQ(frame.xNotOnLogAxis, 0);
-    settings.scaleX = ScaleMode::Log;
-    settings.scaleY = ScaleMode::PseudoLog;
+    settings.scaleXMode = ScaleMode::Log;
+    settings.scaleYMode = ScaleMode::PseudoLog;
     frame = frameOf(builder, settings);
     EXPECT_EQ(frame.xNotOnLogAxis, 3) << "the last point was left out before";
     EXPECT_EQ(frame.yNotOnLogAxis, 0);
     EXPECT_EQ(frame.x.size(), 4U) << "they stay, though they can't be drawn";
-    settings.scaleY = ScaleMode::Log;
+    settings.scaleYMode = ScaleMode::Log;
     EXPECT_EQ(frameOf(builder, settings).yNotOnLogAxis, 1);
 }
 
@@ -197,7 +197,7 @@ TEST(PlotFrameTest, ContoursAreTheSameWhetherTheDensityIsKnownOrNot) {
         builder.add({{"area_um", columns.at("area_um")}, {"deform", columns.at("deform")}});
         PlotSettings settings = xy(std::string(DensityKde));
         settings.contourMode = ContourMode::Overlay;
-        settings.scaleX = ScaleMode::Log;
+        settings.scaleXMode = ScaleMode::Log;
         const PlotFrame frame = frameOf(builder, settings);
         EXPECT_EQ(frame.density.has_value(), knownDensity) << spoiled;
         const std::array fractions{0.1, 0.67};
@@ -208,7 +208,7 @@ TEST(PlotFrameTest, ContoursAreTheSameWhetherTheDensityIsKnownOrNot) {
             EXPECT_EQ(lines[i].level, direct[i].level) << spoiled;
             EXPECT_EQ(lines[i].polylines, direct[i].polylines) << spoiled;
         }
-        settings.scaleX = ScaleMode::Linear; // the plot's scale has changed since the frame was made
+        settings.scaleXMode = ScaleMode::Linear; // the plot's scale has changed since the frame was made
         EXPECT_EQ(contoursOf(frame, settings)[0].level, computeContours(frame.x, frame.y, fractions, 0, 0)[0].level);
     }
 }

@@ -35,7 +35,7 @@ public:
         }
         entry->displayName = QStringLiteral("dataset %1").arg(entry->id);
         entry->featuresLoaded = true;
-        return *session.datasetAt(session.append(std::move(entry)));
+        return session.append(std::move(entry));
     }
 
 private:

@@ -30,7 +30,7 @@ TEST(SessionTest, IdsGoOnAfterClearingButGroupIdsStartAgain) {
     appendEmpty(session, 2);
     session.newEntry(); // thrown away: its id is spent
     EXPECT_EQ(session.addFilterGroup("a"), 0);
-    session.setActiveRow(1);
+    session.setActive(1);
     session.clear();
     EXPECT_EQ(session.datasetCount(), 0);
     EXPECT_EQ(session.activeId(), -1);
@@ -48,7 +48,7 @@ TEST(SessionTest, LooksUpByRowIdAndExactPath) {
     EXPECT_EQ(session.findById(9), nullptr);
     EXPECT_EQ(session.datasetAt(3), nullptr);
     EXPECT_EQ(session.datasetAt(-1), nullptr);
-    session.setActiveRow(3);
+    session.setActive(3);
     EXPECT_EQ(session.active(), nullptr) << "a row outside the list is no row";
 }
 
@@ -64,7 +64,7 @@ TEST(SessionTest, MovesKeepTheActiveDataset) {
         for (int active = -1; active < 4; ++active) {
             Session session;
             appendEmpty(session, 4);
-            session.setActiveRow(active);
+            session.setActive(active);
             EXPECT_EQ(session.move(c.from, c.to), c.order != unmoved);
             EXPECT_EQ(idsOf(session), c.order) << c.from << " to " << c.to;
             EXPECT_EQ(session.activeId(), active) << c.from << " to " << c.to;
@@ -73,15 +73,16 @@ TEST(SessionTest, MovesKeepTheActiveDataset) {
 }
 
 TEST(SessionTest, RemovalKeepsTheActiveDatasetUnlessItGoes) {
+    const int takesItsPlace[] = {1, 2, 1};
     for (int active = 0; active < 3; ++active) {
         for (int removed = 0; removed < 3; ++removed) {
             Session session;
             appendEmpty(session, 3);
-            session.setActiveRow(active);
+            session.setActive(active);
             session.remove(removed);
             EXPECT_EQ(session.datasetCount(), 2);
             EXPECT_EQ(session.findById(removed), nullptr);
-            EXPECT_EQ(session.activeId(), active == removed ? -1 : active);
+            EXPECT_EQ(session.activeId(), active == removed ? takesItsPlace[removed] : active);
         }
     }
 }
@@ -90,7 +91,7 @@ TEST(SessionTest, DuplicateSharesTheReaderAndTakesViewAndFilterOnly) {
     SessionBuilder builder;
     DatasetEntry& source = builder.add(threeEvents);
     source.metadata.setup["chip region"] = "channel";
-    storePlotSettings({"area_um", "deform", "__density_kde__", 1, 2, 1, 0.2, 0.8}, source);
+    source.setPlotSettings({"area_um", "deform", "__density_kde__", 1, 2, 1, 0.2, 0.8});
     source.currentEventIndex = 2;
     source.filter.addRule(rangeRule("deform", 0, 1, "{link}"));
     source.filter.setEnabled(false);
@@ -100,13 +101,12 @@ TEST(SessionTest, DuplicateSharesTheReaderAndTakesViewAndFilterOnly) {
     source.spilloverMatrix = {{1, 0}, {0, 1}};
     source.groupEnabled[0] = true;
 
-    const int row = builder.session.duplicate(0);
-    ASSERT_EQ(row, 1);
-    const DatasetEntry& copy = *builder.session.datasetAt(1);
+    ASSERT_EQ(builder.session.duplicate(0), 1);
+    const DatasetEntry& copy = *builder.session.findById(1);
     EXPECT_EQ(copy.displayName, "dataset 0 (copy)");
     EXPECT_EQ(copy.reader, source.reader);
     EXPECT_EQ(copy.metadata, source.metadata);
-    EXPECT_EQ(plotSettingsOf(copy), plotSettingsOf(source));
+    EXPECT_EQ(copy.plotSettings(), source.plotSettings());
     EXPECT_EQ(copy.currentEventIndex, 2);
     EXPECT_EQ(copy.filter, source.filter);
     EXPECT_TRUE(copy.featuresLoaded);
@@ -175,7 +175,7 @@ class PeersTest : public testing::Test {
 protected:
     PeersTest() {
         for (int i = 0; i < 3; ++i) {
-            storePlotSettings(common, builder.add(threeEvents));
+            builder.add(threeEvents).setPlotSettings(common);
         }
     }
 
@@ -187,10 +187,9 @@ protected:
 };
 
 TEST_F(PeersTest, EverySettingCountsInTheComparison) {
-    EXPECT_TRUE(session.activeMatchesAllPeers({}, nullptr)) << "no active dataset, nothing to differ from";
-    session.setActiveRow(0);
-    storePlotSettings({}, at(0)); // stale while active
-    EXPECT_TRUE(session.activeMatchesAllPeers(common, nullptr));
+    EXPECT_TRUE(session.activeMatchesAllPeers()) << "no active dataset, nothing to differ from";
+    session.setActive(0);
+    EXPECT_TRUE(session.activeMatchesAllPeers());
     const std::vector<void (*)(DatasetEntry&)> changes{
         [](DatasetEntry& e) { e.xFeatureName = "deform"; },
         [](DatasetEntry& e) { e.yFeatureName = "area_um"; },
@@ -203,15 +202,15 @@ TEST_F(PeersTest, EverySettingCountsInTheComparison) {
         [](DatasetEntry& e) { e.contourFraction2 = std::nan(""); },
     };
     for (const auto& change : changes) {
-        storePlotSettings(common, at(2));
+        at(2).setPlotSettings(common);
         change(at(2));
-        EXPECT_FALSE(session.activeMatchesAllPeers(common, nullptr));
-        EXPECT_TRUE(session.activeMatchesAllPeers(common, &at(2)));
+        EXPECT_FALSE(session.activeMatchesAllPeers());
+        EXPECT_TRUE(session.activeMatchesAllPeers(&at(2)));
     }
 }
 
 TEST_F(PeersTest, ANewDatasetTakesSwitchesWhereTheOthersAgree) {
-    session.setActiveRow(1);
+    session.setActive(1);
     at(0).filter.setEnabled(false);
     at(1).filter.setEnabled(false);
     at(2).filter.setEnabled(true);
@@ -219,72 +218,115 @@ TEST_F(PeersTest, ANewDatasetTakesSwitchesWhereTheOthersAgree) {
         at(row).filter.setCombineMode(1);
     }
     DatasetEntry& added = builder.add(threeEvents);
-    session.inheritPeerSettings(added, common);
+    session.inheritPeerSettings(added);
     EXPECT_TRUE(added.filter.isEnabled()) << "the others disagree";
     EXPECT_EQ(added.filter.combineMode(), 1);
 
     at(2).filter.setEnabled(false);
     DatasetEntry& next = builder.add(threeEvents);
     added.filter.setEnabled(false);
-    session.inheritPeerSettings(next, common);
+    session.inheritPeerSettings(next);
     EXPECT_FALSE(next.filter.isEnabled());
 }
 
 TEST_F(PeersTest, ANewDatasetTakesTheModelsLinkedRules) {
-    session.setActiveRow(1);
+    session.setActive(1);
     at(0).filter.addRule(rangeRule("deform", 0, 3, "{other}"));
     at(1).filter.addRule(rangeRule("deform", 0, 1));
     at(1).filter.addRule(rangeRule("deform", 0, 2, "{linked}"));
     DatasetEntry& added = builder.add(threeEvents);
-    session.inheritPeerSettings(added, common);
+    session.inheritPeerSettings(added);
     EXPECT_EQ(added.filter.rules(), std::vector{at(1).filter.rules()[1]});
 
-    session.setActiveRow(-1); // then the first one is the model
+    session.setActive(-1); // then the first one is the model
     at(1).contourMode = 2;
     DatasetEntry& next = builder.add(threeEvents);
-    session.inheritPeerSettings(next, {});
+    session.inheritPeerSettings(next);
     EXPECT_EQ(next.filter.rules(), at(0).filter.rules());
-    EXPECT_EQ(plotSettingsOf(next), common);
+    EXPECT_EQ(next.plotSettings(), common);
 }
 
 TEST_F(PeersTest, PlotSettingsAreInheritedOnlyFromAModelThatStandsNotAlone) {
-    session.setActiveRow(0);
-    PlotSettings shown = common;
-    shown.scaleY = 2;
+    session.setActive(0);
+    at(0).scaleYMode = 2;
     DatasetEntry& added = builder.add({{"area_um", {1, 2}}});
-    session.inheritPeerSettings(added, shown);
-    EXPECT_EQ(plotSettingsOf(added), PlotSettings()) << "the shown settings differ from the others'";
+    session.inheritPeerSettings(added);
+    EXPECT_EQ(added.plotSettings(), PlotSettings()) << "the active dataset differs from the others";
 
-    storePlotSettings({}, at(0)); // stale: the controls count
-    session.inheritPeerSettings(added, common);
+    at(0).setPlotSettings(common);
+    session.inheritPeerSettings(added);
     PlotSettings expected = common;
-    expected.yFeature.clear(); // its file has no deform
-    EXPECT_EQ(plotSettingsOf(added), expected);
+    expected.yFeatureName.clear(); // its file has no deform
+    EXPECT_EQ(added.plotSettings(), expected);
 }
 
 TEST(SessionTest, TheOnlyDatasetInheritsNothing) {
     SessionBuilder builder;
     DatasetEntry& only = builder.add(threeEvents);
     only.filter.addRule(rangeRule("deform", 0, 2, "{linked}"));
-    builder.session.setActiveRow(0);
-    builder.session.inheritPeerSettings(only, {"area_um", "deform", {}});
+    builder.session.setActive(0);
+    builder.session.inheritPeerSettings(only);
     EXPECT_EQ(only.filter.ruleCount(), 1);
     EXPECT_EQ(only.xFeatureName, "");
 }
 
 TEST_F(PeersTest, SettingsGoToAllPeersWithinWhatTheirFilesHave) {
     DatasetEntry& poor = builder.add({{"deform", {1, 2}}});
-    storePlotSettings({"deform", "deform", "deform", 0, 0, 0, 0.1, 0.67}, poor);
-    session.setActiveRow(0);
+    poor.setPlotSettings({"deform", "deform", "deform", 0, 0, 0, 0.1, 0.67});
+    session.applyPlotSettingsToPeers();
+    EXPECT_EQ(poor.scaleXMode, 0) << "without an active dataset there is nothing to apply";
+    session.setActive(0);
     const PlotSettings wanted{"area_um", "deform", "area_um", 2, 1, 2, 0.3, 0.6};
-    session.applyPlotSettingsToPeers(wanted);
-    EXPECT_EQ(plotSettingsOf(at(0)), common) << "the active dataset is left alone";
-    EXPECT_EQ(plotSettingsOf(at(1)), wanted);
-    EXPECT_EQ(plotSettingsOf(poor), (PlotSettings{"deform", "deform", "deform", 2, 1, 2, 0.3, 0.6}));
-    PlotSettings settings = wanted;
-    settings.colorFeature = "__density_anything";
-    session.applyPlotSettingsToPeers(settings);
+    session.setPlotSettings(0, wanted);
+    session.applyPlotSettingsToPeers();
+    EXPECT_EQ(at(1).plotSettings(), wanted);
+    EXPECT_EQ(poor.plotSettings(), (PlotSettings{"deform", "deform", "deform", 2, 1, 2, 0.3, 0.6}));
+    at(0).colorFeatureName = "__density_anything";
+    session.applyPlotSettingsToPeers();
     EXPECT_EQ(poor.colorFeatureName, "__density_anything");
+}
+
+TEST(SessionTest, TellsWhatHasChangedOnceItHas) {
+    Session session;
+    appendEmpty(session, 3);
+    std::vector<std::string> news;
+    const auto note = [&](const char* what, int id) { news.push_back(what + (" " + std::to_string(id))); };
+    const SessionNotices& notices = session.notices();
+    QObject::connect(&notices, &SessionNotices::datasetsChanged, [&] { note("datasets", session.datasetCount()); });
+    QObject::connect(&notices, &SessionNotices::datasetRemoved, [&](int id) {
+        EXPECT_EQ(session.findById(id), nullptr);
+        note("removed", id);
+    });
+    QObject::connect(&notices, &SessionNotices::activeChanged, [&](int id) {
+        EXPECT_EQ(session.activeId(), id);
+        note("active", id);
+    });
+    QObject::connect(&notices, &SessionNotices::datasetRenamed, [&](int id) { note("renamed", id); });
+    QObject::connect(&notices, &SessionNotices::datasetReady, [&](int id) { note("ready", id); });
+    QObject::connect(&notices, &SessionNotices::plotSettingsChanged, [&](int id) { note("settings", id); });
+    QObject::connect(&notices, &SessionNotices::groupsChanged, [&] { note("groups", 0); });
+    const auto expectNews = [&](const char* when, const std::vector<std::string>& expected) {
+        EXPECT_EQ(news, expected) << when;
+        news.clear();
+    };
+    session.setActive(1);
+    session.setActive(1);
+    session.rename(2, "name");
+    session.rename(2, "name");
+    session.setReady(0);
+    session.setReady(7);
+    session.setPlotSettings(1, {"a", "b", "", 0, 0, 0, 0.1, 0.67});
+    session.setPlotSettings(1, {"a", "b", "", 0, 0, 0, 0.1, 0.67});
+    expectNews("what stays as it is makes no news", {"active 1", "renamed 2", "ready 0", "settings 1"});
+    session.remove(7);
+    session.remove(1);
+    expectNews("the active one removed", {"removed 1", "datasets 2", "active 2"});
+    session.remove(0);
+    session.move(2, 0);
+    expectNews("another removed, nothing moved", {"removed 0", "datasets 1"});
+    session.addFilterGroup("gates");
+    session.clear();
+    expectNews("cleared", {"groups 0", "removed 2", "datasets 0", "groups 0", "active -1"});
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "core/DatasetEntry.h"
-#include "ui/CalculationsDockWidget.h"
-#include "ui/FilterDockWidget.h"
-#include "ui/MetadataPanel.h"
-#include "ui/StatisticsDockWidget.h"
+#include "ui/calculations/CalculationsDockWidget.h"
+#include "ui/event/MetadataPanel.h"
+#include "ui/filters/FilterDockWidget.h"
+#include "ui/plot/StatisticsDockWidget.h"
 
 #include <QCheckBox>
 #include <QGroupBox>

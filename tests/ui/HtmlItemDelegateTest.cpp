@@ -1,4 +1,4 @@
-#include "ui/HtmlItemDelegate.h"
+#include "widgets/HtmlItemDelegate.h"
 
 #include <QImage>
 #include <QListWidget>

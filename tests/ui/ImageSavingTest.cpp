@@ -1,4 +1,4 @@
-#include "ui/ImageSaving.h"
+#include "ui/event/ImageSaving.h"
 
 #include "plot/ImageViewer.h"
 

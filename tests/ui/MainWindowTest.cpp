@@ -8,10 +8,10 @@
 #include "support/FilterRules.h"
 #include "support/SampleFile.h"
 #include "support/TemporaryFolder.h"
-#include "ui/DatasetListWidget.h"
-#include "ui/DatasetsPanel.h"
-#include "ui/EventPanel.h"
-#include "ui/PlotSettingsPanel.h"
+#include "ui/datasets/DatasetListWidget.h"
+#include "ui/datasets/DatasetsPanel.h"
+#include "ui/event/EventPanel.h"
+#include "ui/plot/PlotSettingsPanel.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -96,11 +96,54 @@ protected:
 
     const MainPanels& panels() const { return window->panels(); }
     PlotSettings settings() const { return panels().plotSettings->settings(); }
+    /// Sets the controls as a user would, one by one.
     void set(const PlotSettings& value) {
-        panels().plotSettings->setSettings(value);
-        window->onFilterChanged();
+        const auto choose = [this](const char* name, int index) {
+            auto* combo = window->findChild<QComboBox*>(name);
+            ASSERT_GE(index, 0) << name;
+            while (combo->currentIndex() != index) {
+                QTest::keyClick(combo, combo->currentIndex() < index ? Qt::Key_Down : Qt::Key_Up);
+            }
+        };
+        const auto feature = [&](const char* name, const std::string& key) {
+            choose(name, window->findChild<QComboBox*>(name)->findData(QString::fromStdString(key)));
+        };
+        const auto percent = [this](const char* name, double fraction) {
+            auto* box = window->findChild<QSpinBox*>(name);
+            box->selectAll();
+            QTest::keyClicks(box, QString::number(std::lround(100 * fraction)));
+            QTest::keyClick(box, Qt::Key_Return);
+        };
+        feature("xFeatureCombo", value.xFeatureName);
+        feature("yFeatureCombo", value.yFeatureName);
+        feature("colorFeatureCombo", value.colorFeatureName);
+        choose("xScaleCombo", value.scaleXMode);
+        choose("yScaleCombo", value.scaleYMode);
+        choose("contourModeCombo", value.contourMode);
+        percent("innerFractionSpinBox", value.contourFraction1);
+        percent("outerFractionSpinBox", value.contourFraction2);
     }
     QString status() const { return panels().status->text(); }
+
+    /// Opens the context menu of a row of the dataset list and takes an entry with the keys.
+    void chooseInMenu(int row, const char* action) {
+        DatasetListWidget* list = panels().datasets->list();
+        const QPoint position = list->visualItemRect(list->item(row)).center();
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, position, list->viewport()->mapToGlobal(position));
+        QApplication::sendEvent(list->viewport(), &event);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        ASSERT_TRUE(menu);
+        do {
+            QTest::keyClick(menu, Qt::Key_Down);
+        } while (menu->activeAction()->objectName() != action);
+        QTest::keyClick(menu, Qt::Key_Return);
+        QApplication::processEvents();
+    }
+
+    void clickRow(int row) {
+        DatasetListWidget* list = panels().datasets->list();
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(row)).center());
+    }
 
     TemporaryFolder folder;
     std::unique_ptr<MainWindow> window;
@@ -137,8 +180,8 @@ TEST_F(MainWindowTest, StartsEmptyAndEveryMenuEntryIsHarmlessThen) {
 
 TEST_F(MainWindowTest, ShowsAnOpenedFile) {
     openAndWait(sample("First"));
-    EXPECT_EQ(settings().xFeature, "area_um");
-    EXPECT_EQ(settings().yFeature, "deform");
+    EXPECT_EQ(settings().xFeatureName, "area_um");
+    EXPECT_EQ(settings().yFeatureName, "deform");
     EXPECT_EQ(panels().plot->xData(), window->datasets()[0]->reader->getFeature("area_um"));
     EXPECT_TRUE(status().startsWith("Loaded: First (")) << status().toStdString();
     EXPECT_TRUE(status().endsWith("100 events)")) << status().toStdString();
@@ -193,9 +236,9 @@ TEST_F(MainWindowTest, KeepsSettingsPerDataset) {
     openAndWait(sample("first"));
     openAndWait(sample("second"));
     PlotSettings changed = settings();
-    changed.xFeature = "bright_avg";
-    changed.colorFeature = DensityKde;
-    changed.scaleX = 1;
+    changed.xFeatureName = "bright_avg";
+    changed.colorFeatureName = DensityKde;
+    changed.scaleXMode = 1;
     changed.contourMode = ContourMode::Overlay;
     changed.contourFraction1 = 0.25;
     set(changed);
@@ -205,14 +248,14 @@ TEST_F(MainWindowTest, KeepsSettingsPerDataset) {
 
     window->openDataset(QString::fromStdString(window->datasets()[0]->filePath));
     EXPECT_EQ(window->datasets().size(), 2U) << "an open file is chosen, not opened again";
-    EXPECT_EQ(settings().xFeature, "area_um");
+    EXPECT_EQ(settings().xFeatureName, "area_um");
     EXPECT_EQ(panels().plot->contourCurveCount(), 0);
     window->openDataset(QString::fromStdString(window->datasets()[1]->filePath));
     EXPECT_TRUE(settings() == changed);
     EXPECT_GT(panels().plot->contourCurveCount(), 0);
 
     QTest::mouseClick(apply, Qt::LeftButton);
-    EXPECT_TRUE(plotSettingsOf(*window->datasets()[0]) == changed);
+    EXPECT_TRUE(window->datasets()[0]->plotSettings() == changed);
     EXPECT_TRUE(apply->styleSheet().isEmpty());
 }
 
@@ -297,14 +340,14 @@ TEST_F(MainWindowTest, ZoomAndIsoelasticsFollowTheFeatures) {
     panels().plot->setAxisScale(QwtPlot::xBottom, 40, 50);
     panels().plot->replot();
     PlotSettings changed = settings();
-    changed.colorFeature = "bright_avg";
+    changed.colorFeatureName = "bright_avg";
     set(changed);
     EXPECT_FALSE(panels().plot->axisAutoScale(QwtPlot::xBottom));
     const auto* box = window->findChild<QCheckBox*>("isoelasticsCheck");
-    std::swap(changed.xFeature, changed.yFeature);
+    std::swap(changed.xFeatureName, changed.yFeatureName);
     set(changed);
     EXPECT_TRUE(box->isVisible());
-    changed.xFeature = "bright_avg";
+    changed.xFeatureName = "bright_avg";
     set(changed);
     EXPECT_FALSE(box->isVisible());
     EXPECT_TRUE(panels().plot->axisAutoScale(QwtPlot::xBottom));
@@ -328,27 +371,27 @@ TEST_F(MainWindowTest, RenamesAndFallsBackToTheSampleName) {
 TEST_F(MainWindowTest, DuplicatesReordersAndRemoves) {
     openAndWait(sample("first"));
     openAndWait(sample("second"));
-    emit panels().datasets->duplicateRequested();
+    chooseInMenu(1, "duplicateDatasetAction");
     ASSERT_EQ(window->datasets().size(), 3U);
     EXPECT_EQ(window->datasets()[2]->displayName, "second (copy)");
     EXPECT_EQ(window->datasets()[2]->reader, window->datasets()[1]->reader);
     EXPECT_EQ(panels().datasets->currentRow(), 2);
     const int copy = window->activeDatasetId();
 
-    emit panels().datasets->reorderRequested(2, 0);
+    emit panels().datasets->list()->internalReorderRequested(2, 0);
     EXPECT_EQ(window->datasets()[0]->id, copy);
     EXPECT_EQ(window->activeDatasetId(), copy);
     EXPECT_EQ(panels().datasets->currentRow(), 0);
 
-    emit panels().datasets->removeRequested();
+    chooseInMenu(0, "removeDatasetAction");
     EXPECT_EQ(window->datasets().size(), 2U);
     EXPECT_EQ(window->activeDatasetId(), window->datasets()[0]->id);
-    emit panels().datasets->removeRequested();
-    emit panels().datasets->removeRequested();
+    chooseInMenu(0, "removeDatasetAction");
+    chooseInMenu(0, "removeDatasetAction");
     EXPECT_TRUE(window->datasets().empty());
     EXPECT_EQ(status(), "No file loaded.");
     EXPECT_TRUE(panels().plot->xData().empty());
-    EXPECT_EQ(settings().xFeature, "");
+    EXPECT_EQ(settings().xFeatureName, "");
 }
 
 TEST_F(MainWindowTest, RefusesToRemoveWhatIsStillLoading) {
@@ -362,8 +405,8 @@ TEST_F(MainWindowTest, RefusesToRemoveWhatIsStillLoading) {
     EXPECT_EQ(status(), "Loading: large...");
     EXPECT_FALSE(panels().rename->isEnabled());
     MessageBoxWatcher boxes;
-    emit panels().datasets->removeRequested();
-    emit panels().datasets->duplicateRequested();
+    chooseInMenu(0, "removeDatasetAction");
+    chooseInMenu(0, "duplicateDatasetAction");
     EXPECT_EQ(window->datasets().size(), 1U);
     ASSERT_EQ(boxes.seen().size(), 1U);
     EXPECT_EQ(boxes.seen()[0].title, "Cannot Remove");
@@ -388,7 +431,7 @@ TEST_F(MainWindowTest, AChoicePutOffDuringAPreloadIsNotAppliedToAnotherDataset) 
     lock.unlock();
     ASSERT_TRUE(waitUntilLoaded(2));
     EXPECT_TRUE(boxes.seen().empty());
-    EXPECT_EQ(settings().xFeature, "area_um");
+    EXPECT_EQ(settings().xFeatureName, "area_um");
     EXPECT_EQ(window->datasets()[0]->xFeatureName, "only_here");
 }
 

@@ -1,4 +1,4 @@
-#include "ui/PlotSettingsPanel.h"
+#include "ui/plot/PlotSettingsPanel.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -35,24 +35,21 @@ protected:
 TEST_F(PlotSettingsPanelTest, OffersFeaturesWithDefaults) {
     panel.setFeatures(features());
     const PlotSettings settings = panel.settings();
-    EXPECT_EQ(settings.xFeature, "area_um");
-    EXPECT_EQ(settings.yFeature, "deform");
-    EXPECT_EQ(settings.colorFeature, "");
+    EXPECT_EQ(settings.xFeatureName, "area_um");
+    EXPECT_EQ(settings.yFeatureName, "deform");
+    EXPECT_EQ(settings.colorFeatureName, "");
     EXPECT_EQ(combo("xFeatureCombo")->count(), 3);
     EXPECT_EQ(combo("colorFeatureCombo")->findData("__density_kde__"), 1);
     EXPECT_EQ(combo("colorFeatureCombo")->findData("area_um"), 2);
     panel.setFeatures({{"time", "Time [s]"}, {"temp", "Temperature"}});
-    EXPECT_EQ(panel.settings().xFeature, "time");
+    EXPECT_EQ(panel.settings().xFeatureName, "time");
     panel.clearFeatures();
-    EXPECT_EQ(panel.settings().xFeature, "");
+    EXPECT_EQ(panel.settings().xFeatureName, "");
 }
 
 TEST_F(PlotSettingsPanelTest, ShowsSettingsWithoutSignals) {
     panel.setFeatures(features());
-    QSignalSpy changed(&panel, &PlotSettingsPanel::featuresChanged);
-    QSignalSpy xScale(&panel, &PlotSettingsPanel::xScaleChanged);
-    QSignalSpy yScale(&panel, &PlotSettingsPanel::yScaleChanged);
-    QSignalSpy contours(&panel, &PlotSettingsPanel::contoursChanged);
+    QSignalSpy changed(&panel, &PlotSettingsPanel::settingsChanged);
     // 0.29 * 100 is a little below 29, and 0.57 * 100 a little below 57.
     const PlotSettings settings{"bright_avg", "area_um", std::string(DensityKde), 1, 2, ContourMode::Only, 0.29, 0.57};
     panel.setSettings(settings);
@@ -60,42 +57,77 @@ TEST_F(PlotSettingsPanelTest, ShowsSettingsWithoutSignals) {
     EXPECT_EQ(combo("yFeatureCombo")->toolTip(), "Area [µm²]"); // the box may cut it
 
     PlotSettings partial = settings;
-    partial.xFeature = "gone";
-    partial.yFeature = "";
-    partial.scaleX = 7;
+    partial.xFeatureName = "gone";
+    partial.yFeatureName = "";
+    partial.scaleXMode = 7;
     partial.contourFraction1 = std::numeric_limits<double>::quiet_NaN();
     partial.contourFraction2 = 1.4;
     panel.setSettings(partial);
-    EXPECT_EQ(panel.settings().xFeature, "bright_avg");
-    EXPECT_EQ(panel.settings().yFeature, "area_um");
-    EXPECT_EQ(panel.settings().scaleX, 0);
+    EXPECT_EQ(panel.settings().xFeatureName, "bright_avg");
+    EXPECT_EQ(panel.settings().yFeatureName, "area_um");
+    EXPECT_EQ(panel.settings().scaleXMode, 0);
     EXPECT_EQ(panel.settings().contourFraction1, 0.29);
     EXPECT_EQ(panel.settings().contourFraction2, 0.99);
     panel.setFeatures(features());
     panel.clearFeatures();
-    EXPECT_EQ(changed.count() + xScale.count() + yScale.count() + contours.count(), 0);
+    EXPECT_EQ(changed.count(), 0);
 }
 
 TEST_F(PlotSettingsPanelTest, ReportsWhatTheUserChanges) {
     panel.setFeatures(features());
-    QSignalSpy changed(&panel, &PlotSettingsPanel::featuresChanged);
-    QSignalSpy xScale(&panel, &PlotSettingsPanel::xScaleChanged);
-    QSignalSpy yScale(&panel, &PlotSettingsPanel::yScaleChanged);
-    QSignalSpy contours(&panel, &PlotSettingsPanel::contoursChanged);
-    for (const char* name : {"xFeatureCombo", "yFeatureCombo", "colorFeatureCombo"}) {
-        QTest::keyClick(combo(name), name[0] == 'y' ? Qt::Key_Up : Qt::Key_Down);
-    }
-    EXPECT_EQ(changed.count(), 3);
+    PlotSettings expected{"area_um", "deform", "", 0, 0, 0, 0.1, 0.67};
+    panel.setSettings(expected);
+    PlotSettings reported;
+    int reports = 0;
+    QObject::connect(&panel, &PlotSettingsPanel::settingsChanged, [&](const PlotSettings& settings) {
+        reported = settings;
+        ++reports;
+    });
+    const auto press = [&](QWidget* control, Qt::Key key, const char* what) {
+        const int before = reports;
+        QTest::keyClick(control, key);
+        EXPECT_EQ(reports, before + 1) << what;
+        EXPECT_TRUE(reported == expected) << what;
+        EXPECT_TRUE(panel.settings() == expected) << what;
+    };
+    expected.xFeatureName = "bright_avg";
+    press(combo("xFeatureCombo"), Qt::Key_Down, "x feature");
+    expected.yFeatureName = "bright_avg";
+    press(combo("yFeatureCombo"), Qt::Key_Up, "y feature");
+    expected.colorFeatureName = DensityKde;
+    press(combo("colorFeatureCombo"), Qt::Key_Down, "colour");
+    expected.scaleXMode = 1;
+    press(combo("xScaleCombo"), Qt::Key_Down, "x scale");
+    expected.scaleYMode = 2;
+    press(combo("yScaleCombo"), Qt::Key_End, "y scale");
+    expected.contourMode = ContourMode::Overlay;
+    press(combo("contourModeCombo"), Qt::Key_Down, "contours");
+    expected.contourFraction1 = 0.15;
+    press(spin("innerFractionSpinBox"), Qt::Key_Up, "inner level");
+    expected.contourFraction2 = 0.62;
+    press(spin("outerFractionSpinBox"), Qt::Key_Down, "outer level");
+}
+
+TEST_F(PlotSettingsPanelTest, AFeatureThatIsNotListedKeepsItsNameUntilAnotherIsPicked) {
+    panel.setFeatures(features());
+    const PlotSettings stored{"volume", "emodulus", "fl1_max", 0, 0, 0, 0.1, 0.67};
+    panel.setSettings(stored);
+    EXPECT_EQ(panel.settings().xFeatureName, "area_um") << "the box shows what is plotted instead";
+    PlotSettings reported;
+    QObject::connect(&panel, &PlotSettingsPanel::settingsChanged, [&](const PlotSettings& now) { reported = now; });
+    PlotSettings expected = stored;
+    expected.scaleXMode = 1;
     QTest::keyClick(combo("xScaleCombo"), Qt::Key_Down);
-    QTest::keyClick(combo("yScaleCombo"), Qt::Key_End);
-    EXPECT_EQ(xScale.at(0).at(0).toInt(), 1);
-    EXPECT_EQ(yScale.at(0).at(0).toInt(), 2);
-    QTest::keyClick(combo("contourModeCombo"), Qt::Key_Down);
-    QTest::keyClick(spin("innerFractionSpinBox"), Qt::Key_Up);
-    QTest::keyClick(spin("outerFractionSpinBox"), Qt::Key_Down);
-    EXPECT_EQ(contours.count(), 3);
-    EXPECT_EQ(panel.settings().contourFraction1, 0.15);
-    EXPECT_EQ(panel.settings().contourFraction2, 0.62);
+    EXPECT_TRUE(reported == expected);
+    expected.xFeatureName = "bright_avg";
+    QTest::keyClick(combo("xFeatureCombo"), Qt::Key_Down);
+    EXPECT_TRUE(reported == expected);
+    expected.yFeatureName = "bright_avg";
+    QTest::keyClick(combo("yFeatureCombo"), Qt::Key_Up);
+    EXPECT_TRUE(reported == expected);
+    expected.colorFeatureName = DensityKde;
+    QTest::keyClick(combo("colorFeatureCombo"), Qt::Key_Down);
+    EXPECT_TRUE(reported == expected);
 }
 
 TEST_F(PlotSettingsPanelTest, IsoelasticBoxesComeAndGo) {

@@ -3,11 +3,11 @@
 
 #include "core/DatasetEntry.h"
 #include "plot/ScatterPlot.h"
-#include "ui/DatasetListWidget.h"
-#include "ui/DatasetTreeWidget.h"
-#include "ui/DatasetsPanel.h"
 #include "ui/MainPanels.h"
 #include "ui/MainWindow.h"
+#include "ui/datasets/DatasetListWidget.h"
+#include "ui/datasets/DatasetTreeWidget.h"
+#include "ui/datasets/DatasetsPanel.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -6,10 +6,10 @@
 #include "plot/ImageViewer.h"
 #include "plot/ScatterPlot.h"
 #include "plot/TracePlot.h"
-#include "ui/EventPanel.h"
 #include "ui/MainPanels.h"
 #include "ui/MainWindow.h"
-#include "ui/MetadataPanel.h"
+#include "ui/event/EventPanel.h"
+#include "ui/event/MetadataPanel.h"
 
 #include <QCheckBox>
 #include <QLabel>

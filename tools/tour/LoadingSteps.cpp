@@ -2,10 +2,10 @@
 #include "TourSteps.h"
 
 #include "core/DatasetEntry.h"
-#include "ui/DatasetListWidget.h"
-#include "ui/DatasetsPanel.h"
 #include "ui/MainPanels.h"
 #include "ui/MainWindow.h"
+#include "ui/datasets/DatasetListWidget.h"
+#include "ui/datasets/DatasetsPanel.h"
 
 #include <QDirIterator>
 #include <QLabel>

@@ -4,11 +4,11 @@
 #include "core/DatasetEntry.h"
 #include "io/VQDReader.h"
 #include "plot/ScatterPlot.h"
-#include "ui/DatasetListWidget.h"
-#include "ui/DatasetsPanel.h"
 #include "ui/MainPanels.h"
 #include "ui/MainWindow.h"
-#include "ui/PlotSettingsPanel.h"
+#include "ui/datasets/DatasetListWidget.h"
+#include "ui/datasets/DatasetsPanel.h"
+#include "ui/plot/PlotSettingsPanel.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -49,7 +49,7 @@ void showFirstDataset(Tour& tour) {
     Tour::expect(tour.window().activeDatasetId() == tour.window().datasets().front()->id,
                  "A click in the list shows the dataset.");
     const PlotSettings settings = tour.panels().plotSettings->settings();
-    Tour::expect(settings.xFeature == "area_um" && settings.yFeature == "deform",
+    Tour::expect(settings.xFeatureName == "area_um" && settings.yFeatureName == "deform",
                  "Area against deformation is what is plotted first.");
     Tour::expect(tour.panels().plot->xData().size() > 100, "The plot shows the events.");
 }

@@ -1,4 +1,4 @@
-#include "ui/CalculationsDockWidget.h"
+#include "ui/calculations/CalculationsDockWidget.h"
 
 #include "core/VQDMetadata.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "session/PlotSettings.h"
+#include "core/PlotSettings.h"
 
 #include <QGroupBox>
 
@@ -24,7 +24,8 @@ struct FeatureItem {
     QString label;
 };
 
-/// The group box "Plot Settings". Read and written as one value; the program's own changes emit nothing.
+/// The group box "Plot Settings". Read and written as one value, and every change by the user is reported as one; the
+/// program's own changes emit nothing.
 class PlotSettingsPanel : public QGroupBox {
     Q_OBJECT
 
@@ -38,6 +39,7 @@ public:
     void clearFeatures();
     /// Shows settings. A feature that is empty or not listed leaves its combo alone.
     void setSettings(const PlotSettings& settings);
+    /// What the controls say.
     PlotSettings settings() const;
     /// Whether the three feature combos can be used.
     void setFeaturesEnabled(bool on);
@@ -57,10 +59,9 @@ public:
     QSize minimumSizeHint() const override;
 
 signals:
-    void featuresChanged();
-    void xScaleChanged(int mode);
-    void yScaleChanged(int mode);
-    void contoursChanged();
+    /// The user has changed a control. The settings are those of the last setSettings() with all changes since: a
+    /// feature that could not be shown keeps its name until the user picks another.
+    void settingsChanged(const PlotSettings& settings);
     void isoelasticsChanged();
     void applyToAllRequested();
 
@@ -75,6 +76,7 @@ private:
     void buildAxisControls();
     void buildOverlayControls();
     void connectControls();
+    void onControlChanged();
     void fillLeftHalf();
     void arrangeRightHalf(Arrangement arrangement);
     int requiredWidth(Arrangement arrangement) const;
@@ -106,6 +108,8 @@ private:
     QFrame* line_ = nullptr;
     Arrangement arrangement_ = Arrangement::Wide;
     bool isoelasticsOffered_ = false;
+    PlotSettings reported_; ///< as set, with the user's changes
+    PlotSettings shown_;    ///< what the controls said last
 };
 
 } // namespace Tessaly

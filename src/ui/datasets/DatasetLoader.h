@@ -8,6 +8,8 @@
 
 #include <stop_token>
 
+class QWidget;
+
 namespace Tessaly {
 
 class Session;
@@ -18,37 +20,32 @@ class DatasetLoader : public QObject {
     Q_OBJECT
 
 public:
+    /// @param window  parent of message boxes
     DatasetLoader(Session& session, QWidget* window);
     /// A running preload ends with the column that it is at.
     ~DatasetLoader() override;
 
-    /// Opens a file, or makes its dataset current if it is open already, or queues it while a preload runs.
+    /// Opens a file and makes its dataset the active one, also if it is open already; queues it while a preload runs.
     void open(const QString& path);
 
-    /// Row that is being preloaded, -1 for none: it can't be removed.
-    int preloadRow() const { return queue_.preloadRow(); }
-    void rowRemoved(int row) { queue_.rowRemoved(row); }
-    void rowMoved(int fromRow, int toRow) { queue_.rowMoved(fromRow, toRow); }
+    /// Dataset that is being preloaded, -1 for none: it can't be removed.
+    int preloadId() const { return queue_.preloadId(); }
 
     /// Ends a running preload and drops whatever is queued.
     void stop();
 
 signals:
-    /// A dataset was appended to the session and should be listed; it may still take its settings from its peers.
-    void datasetAppended(int row);
-    /// The dataset of this row should become current.
-    void currentRowRequested(int row);
-    void preloadStarted(const QString& displayName);
-    /// All columns of this row's dataset are cached.
-    void preloadFinished(int row);
+    void preloadStarted(int id);
+    /// No preload runs any more. What its dataset waits for is told by the session afterwards.
+    void preloadEnded();
 
 private:
-    void startPreload(int row);
+    void startPreload(int id);
     void onFeaturesLoaded();
     void startNext();
 
     Session& session_;
-    QWidget* window_; ///< parent of message boxes
+    QWidget* window_;
     LoadingQueue queue_;
     QFutureWatcher<void> preloadWatcher_;
     std::stop_source preloadStop_;

@@ -1,4 +1,4 @@
-#include "ui/MetadataPanel.h"
+#include "ui/event/MetadataPanel.h"
 
 #include "core/VQDMetadata.h"
 

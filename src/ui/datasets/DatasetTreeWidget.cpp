@@ -1,6 +1,6 @@
-#include "ui/DatasetTreeWidget.h"
+#include "ui/datasets/DatasetTreeWidget.h"
 
-#include "ui/DatasetDrag.h"
+#include "widgets/DatasetDrag.h"
 
 #include <QDragMoveEvent>
 #include <QDropEvent>

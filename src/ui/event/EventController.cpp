@@ -1,4 +1,4 @@
-#include "ui/EventController.h"
+#include "ui/event/EventController.h"
 
 #include "core/DatasetEntry.h"
 #include "core/FeatureCatalogue.h"
@@ -8,9 +8,8 @@
 #include "plot/TracePlot.h"
 #include "session/FluorescenceSettings.h"
 #include "session/Session.h"
-#include "ui/EventPanel.h"
-#include "ui/ImageSaving.h"
-#include "ui/MainPanels.h"
+#include "ui/event/EventPanel.h"
+#include "ui/event/ImageSaving.h"
 
 #include <QSignalBlocker>
 #include <QSpinBox>
@@ -21,21 +20,42 @@
 
 namespace Tessaly {
 
-EventController::EventController(Session& session, const MainPanels& panels, QObject* parent)
+EventController::EventController(Session& session, ScatterPlot& plot, EventPanel& panel, QSpinBox& eventNumber,
+                                 QObject* parent)
     : QObject(parent),
       session_(session),
-      panels_(panels) {
-    connect(panels_.plot, &ScatterPlot::pointClicked, this, &EventController::onPointClicked);
-    connect(panels_.eventNumber, &QSpinBox::valueChanged, this, &EventController::onEventNumberChanged);
-    connect(panels_.event->imageViewer(), &ImageViewer::showMaskToggled, this, &EventController::onMaskToggled);
-    connect(panels_.event->imageViewer(), &ImageViewer::saveRequested, this,
-            [this] { saveImageOf(*panels_.event->imageViewer(), panels_.event); });
+      plot_(plot),
+      panel_(panel),
+      eventNumber_(eventNumber) {
+    connect(&plot_, &ScatterPlot::pointClicked, this, &EventController::onPointClicked);
+    connect(&eventNumber_, &QSpinBox::valueChanged, this, &EventController::onEventNumberChanged);
+    connect(panel_.imageViewer(), &ImageViewer::showMaskToggled, this, &EventController::onMaskToggled);
+    connect(panel_.imageViewer(), &ImageViewer::saveRequested, this,
+            [this] { saveImageOf(*panel_.imageViewer(), &panel_); });
+    connect(&session_.notices(), &SessionNotices::activeChanged, this, &EventController::onActiveChanged);
+    connect(&session_.notices(), &SessionNotices::datasetReady, this, [this](int id) {
+        if (id == session_.activeId()) {
+            onActiveChanged();
+        }
+    });
+    reset();
+}
+
+void EventController::onActiveChanged() {
+    DatasetEntry* dataset = session_.active();
+    if (!dataset) {
+        reset();
+    } else if (dataset->featuresLoaded) {
+        setDataset(*dataset);
+    } else {
+        clear();
+    }
 }
 
 void EventController::setDataset(DatasetEntry& dataset) {
     frame_ = nullptr;
-    panels_.event->tracePlot()->clearTraces();
-    panels_.event->clearValues();
+    panel_.tracePlot()->clearTraces();
+    panel_.clearValues();
     VQDReader& reader = *dataset.reader;
     const int count = static_cast<int>(
         std::min<std::uint64_t>(reader.eventCount(), static_cast<std::uint64_t>(std::numeric_limits<int>::max())));
@@ -43,32 +63,32 @@ void EventController::setDataset(DatasetEntry& dataset) {
         dataset.currentEventIndex = 0;
     }
     {
-        const QSignalBlocker blocker(panels_.eventNumber);
-        panels_.eventNumber->setRange(0, std::max(count - 1, 0));
-        panels_.eventNumber->setValue(dataset.currentEventIndex);
-        panels_.eventNumber->setEnabled(count > 0);
+        const QSignalBlocker blocker(eventNumber_);
+        eventNumber_.setRange(0, std::max(count - 1, 0));
+        eventNumber_.setValue(dataset.currentEventIndex);
+        eventNumber_.setEnabled(count > 0);
     }
-    panels_.event->imageViewer()->setMaskControlEnabled(reader.hasMask());
+    panel_.imageViewer()->setMaskControlEnabled(reader.hasMask());
     const FluorescenceSettings channels = fluorescenceSettingsOf(dataset.metadata);
-    TracePlot* traces = panels_.event->tracePlot();
+    TracePlot* traces = panel_.tracePlot();
     traces->setupChannels(channels.channelNames, channels.offsets, channels.sampleRate, reader.traceNames(), true);
     traces->setVisible(traces->hasChannels());
 }
 
 void EventController::clear() {
     frame_ = nullptr;
-    panels_.eventNumber->setEnabled(false);
-    panels_.event->imageViewer()->clearImage();
-    panels_.event->imageViewer()->setMaskControlEnabled(false);
-    panels_.event->tracePlot()->clearTraces();
-    panels_.event->clearValues();
+    eventNumber_.setEnabled(false);
+    panel_.imageViewer()->clearImage();
+    panel_.imageViewer()->setMaskControlEnabled(false);
+    panel_.tracePlot()->clearTraces();
+    panel_.clearValues();
 }
 
 void EventController::reset() {
     clear();
-    panels_.event->tracePlot()->hide();
-    const QSignalBlocker blocker(panels_.eventNumber);
-    panels_.eventNumber->setRange(0, 0);
+    panel_.tracePlot()->hide();
+    const QSignalBlocker blocker(eventNumber_);
+    eventNumber_.setRange(0, 0);
 }
 
 void EventController::placeSelection(const PlotFrame& frame) {
@@ -79,11 +99,11 @@ void EventController::placeSelection(const PlotFrame& frame) {
     }
     const int plotIndex = frame.plotIndexOf(dataset->currentEventIndex);
     if (plotIndex >= 0) {
-        panels_.plot->highlightPoint(plotIndex);
+        plot_.highlightPoint(plotIndex);
         return;
     }
-    panels_.plot->clearHighlight();
-    if (frame.reduced && !frame.visibleIndices.empty()) {
+    plot_.clearHighlight();
+    if (frame.someLeftOut && !frame.visibleIndices.empty()) {
         choose(frame.visibleIndices.front(), 0);
     }
 }
@@ -91,7 +111,7 @@ void EventController::placeSelection(const PlotFrame& frame) {
 void EventController::showCurrentEvent() {
     DatasetEntry* dataset = session_.active();
     if (!dataset || !dataset->reader->hasImage() || dataset->currentEventIndex < 0) {
-        panels_.event->imageViewer()->clearImage();
+        panel_.imageViewer()->clearImage();
         return;
     }
     showEvent(*dataset, dataset->currentEventIndex);
@@ -111,12 +131,20 @@ void EventController::onPointClicked(int plotIndex) {
 
 void EventController::onEventNumberChanged(int event) {
     DatasetEntry* dataset = session_.active();
-    if (!dataset || !dataset->featuresLoaded || !dataset->reader->hasImage() || event < 0 ||
+    if (!dataset || !dataset->featuresLoaded || event < 0 ||
         static_cast<std::uint64_t>(event) >= dataset->reader->eventCount()) {
+        return;
+    }
+    dataset->currentEventIndex = event;
+    if (!dataset->reader->hasImage()) {
         return;
     }
     // Pictures can be looked at even if nothing could be plotted.
     choose(event, frame_ ? frame_->plotIndexOf(event) : -1);
+}
+
+void EventController::finishTyping() {
+    eventNumber_.interpretText();
 }
 
 void EventController::onMaskToggled() {
@@ -131,13 +159,13 @@ void EventController::choose(int event, int plotIndex) {
     dataset.currentEventIndex = event;
     setEventNumber(event);
     // An event that is not plotted has the index -1, which hides the highlight.
-    panels_.plot->highlightPoint(plotIndex);
+    plot_.highlightPoint(plotIndex);
     showEvent(dataset, event);
 }
 
 void EventController::setEventNumber(int event) {
-    const QSignalBlocker blocker(panels_.eventNumber);
-    panels_.eventNumber->setValue(event);
+    const QSignalBlocker blocker(eventNumber_);
+    eventNumber_.setValue(event);
 }
 
 void EventController::showEvent(DatasetEntry& dataset, int event) {
@@ -147,7 +175,7 @@ void EventController::showEvent(DatasetEntry& dataset, int event) {
 }
 
 void EventController::showPicture(DatasetEntry& dataset, int event) {
-    ImageViewer* viewer = panels_.event->imageViewer();
+    ImageViewer* viewer = panel_.imageViewer();
     VQDReader& reader = *dataset.reader;
     const auto index = static_cast<std::size_t>(event);
     int width = 0;
@@ -172,7 +200,7 @@ void EventController::showPicture(DatasetEntry& dataset, int event) {
 }
 
 void EventController::showTraces(DatasetEntry& dataset, int event) {
-    TracePlot* plot = panels_.event->tracePlot();
+    TracePlot* plot = panel_.tracePlot();
     VQDReader& reader = *dataset.reader;
     if (!reader.hasTraces() || !plot->hasChannels()) {
         plot->clearTraces();
@@ -202,7 +230,7 @@ void EventController::showValues(DatasetEntry& dataset, int event) {
         }
         values.push_back(row);
     }
-    panels_.event->setValues(values);
+    panel_.setValues(values);
 }
 
 } // namespace Tessaly

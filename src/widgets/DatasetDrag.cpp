@@ -1,4 +1,4 @@
-#include "ui/DatasetDrag.h"
+#include "widgets/DatasetDrag.h"
 
 #include <QAbstractItemView>
 #include <QMimeData>

@@ -1,4 +1,4 @@
-#include "ui/DatasetLoader.h"
+#include "ui/datasets/DatasetLoader.h"
 
 #include "core/DatasetEntry.h"
 #include "io/VQDReader.h"
@@ -31,6 +31,7 @@ void cacheColumns(const std::shared_ptr<VQDReader>& reader, const std::stop_toke
 
 DatasetLoader::DatasetLoader(Session& session, QWidget* window) : QObject(window), session_(session), window_(window) {
     connect(&preloadWatcher_, &QFutureWatcher<void>::finished, this, &DatasetLoader::onFeaturesLoaded);
+    connect(&session_.notices(), &SessionNotices::datasetRemoved, this, [this](int id) { queue_.remove(id); });
 }
 
 DatasetLoader::~DatasetLoader() {
@@ -39,7 +40,7 @@ DatasetLoader::~DatasetLoader() {
 
 void DatasetLoader::open(const QString& path) {
     if (const DatasetEntry* existing = session_.findByPath(path.toStdString())) {
-        emit currentRowRequested(session_.rowOf(existing->id));
+        session_.setActive(existing->id);
         return;
     }
     if (queue_.isRunning()) {
@@ -63,21 +64,20 @@ void DatasetLoader::open(const QString& path) {
     case OpenOutcome::Opened:
         break;
     }
-    const int row = session_.append(std::move(entry));
-    emit datasetAppended(row);
-    startPreload(row);
-    emit currentRowRequested(row);
+    session_.inheritPeerSettings(*entry);
+    const int id = session_.append(std::move(entry)).id;
+    startPreload(id);
+    session_.setActive(id);
 }
 
-void DatasetLoader::startPreload(int row) {
-    if (!queue_.startOrQueue(row)) {
+void DatasetLoader::startPreload(int id) {
+    if (!queue_.startOrQueue(id)) {
         return;
     }
-    const DatasetEntry& entry = *session_.datasetAt(row);
-    emit preloadStarted(entry.displayName);
+    emit preloadStarted(id);
     preloadStop_ = std::stop_source();
     // The task shares the reader, so that neither a cleared session nor the end of the window leaves it dangling.
-    preloadWatcher_.setFuture(QtConcurrent::run(cacheColumns, entry.reader, preloadStop_.get_token()));
+    preloadWatcher_.setFuture(QtConcurrent::run(cacheColumns, session_.findById(id)->reader, preloadStop_.get_token()));
 }
 
 void DatasetLoader::onFeaturesLoaded() {
@@ -86,32 +86,36 @@ void DatasetLoader::onFeaturesLoaded() {
     }
     // Posted first: the queue goes on even if showing the dataset fails.
     QTimer::singleShot(0, this, &DatasetLoader::startNext);
-    const int row = queue_.finish();
-    if (DatasetEntry* entry = session_.datasetAt(row)) {
-        entry->featuresLoaded = true;
-        emit preloadFinished(row);
-    }
+    const int id = queue_.finish();
+    emit preloadEnded();
+    session_.setReady(id);
 }
 
 void DatasetLoader::startNext() {
-    bool wasOpen = true;
-    while (wasOpen) { // a path that is open by now starts no preload whose end would call the next one
+    // A path that is open by now, or that can't be opened, starts no preload whose end would call the next one.
+    while (!queue_.isRunning()) {
         const LoadingQueue::Step next = queue_.takeNext();
-        wasOpen = next.kind == LoadingQueue::Step::Kind::Open && session_.findByPath(next.path.toStdString());
+        if (next.kind == LoadingQueue::Step::Kind::Nothing) {
+            return;
+        }
         if (next.kind == LoadingQueue::Step::Kind::Preload) {
-            startPreload(next.row);
-        } else if (next.kind == LoadingQueue::Step::Kind::Open) {
+            startPreload(next.id);
+        } else {
             open(next.path);
         }
     }
 }
 
 void DatasetLoader::stop() {
-    if (queue_.isRunning()) {
+    const bool ran = queue_.isRunning();
+    if (ran) {
         preloadStop_.request_stop();
         preloadWatcher_.waitForFinished();
     }
     queue_.clear();
+    if (ran) {
+        emit preloadEnded();
+    }
 }
 
 } // namespace Tessaly

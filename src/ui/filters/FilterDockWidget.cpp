@@ -1,4 +1,4 @@
-#include "ui/FilterDockWidget.h"
+#include "ui/filters/FilterDockWidget.h"
 
 #include "core/DatasetEntry.h"
 

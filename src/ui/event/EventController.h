@@ -4,11 +4,14 @@
 
 #include <QObject>
 
+class QSpinBox;
+
 namespace Tessaly {
 
-struct DatasetEntry;
-struct MainPanels;
+class EventPanel;
+class ScatterPlot;
 class Session;
+struct DatasetEntry;
 
 /// Which event is looked at: carries a choice in the plot or the spin box to picture, traces and table. The plot speaks
 /// in plot indices, everything else in event indices.
@@ -16,22 +19,24 @@ class EventController : public QObject {
     Q_OBJECT
 
 public:
-    EventController(Session& session, const MainPanels& panels, QObject* parent = nullptr);
-
-    /// Prepares the controls for a dataset that is about to be shown.
-    void setDataset(DatasetEntry& dataset);
-    /// Nothing to show; with or without a dataset. The spin box keeps its range but can't be used.
-    void clear();
-    /// Clears and takes the spin box back to its empty range.
-    void reset();
+    EventController(Session& session, ScatterPlot& plot, EventPanel& panel, QSpinBox& eventNumber, QObject* parent);
 
     /// Places the selection anew after a refresh of the plot. An event that has dropped out gives way to the first
     /// plotted one.
     void placeSelection(const PlotFrame& frame);
     /// Shows the dataset's current event, which need not be plotted.
     void showCurrentEvent();
+    /// Takes over a number that is still being typed.
+    void finishTyping();
 
 private:
+    void onActiveChanged();
+    /// Prepares the controls for a dataset that is about to be shown.
+    void setDataset(DatasetEntry& dataset);
+    /// Nothing to show; with or without a dataset. The spin box keeps its range but can't be used.
+    void clear();
+    /// Clears and takes the spin box back to its empty range.
+    void reset();
     void onPointClicked(int plotIndex);
     void onEventNumberChanged(int event);
     void onMaskToggled();
@@ -43,7 +48,9 @@ private:
     void showValues(DatasetEntry& dataset, int event);
 
     Session& session_;
-    const MainPanels& panels_;
+    ScatterPlot& plot_;
+    EventPanel& panel_;
+    QSpinBox& eventNumber_;
     /// Of the last refresh, if that was one of the active dataset; owned by the plot controller.
     const PlotFrame* frame_ = nullptr;
 };

@@ -1,4 +1,4 @@
-#include "ui/EventPanel.h"
+#include "ui/event/EventPanel.h"
 
 #include "plot/ImageViewer.h"
 #include "plot/TracePlot.h"

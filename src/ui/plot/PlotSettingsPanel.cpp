@@ -1,4 +1,4 @@
-#include "ui/PlotSettingsPanel.h"
+#include "ui/plot/PlotSettingsPanel.h"
 
 #include <QAbstractItemView>
 #include <QCheckBox>
@@ -110,6 +110,7 @@ PlotSettingsPanel::PlotSettingsPanel(QWidget* parent) : QGroupBox(tr("Plot Setti
     updateWidths();
     connectControls();
     showIsoelasticControls();
+    reported_ = shown_ = settings();
 }
 
 QComboBox* PlotSettingsPanel::makeFeatureCombo(const QString& name, const QString& accessibleName) {
@@ -303,22 +304,39 @@ void PlotSettingsPanel::updateWidths() {
 
 void PlotSettingsPanel::connectControls() {
     for (const QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
-        connect(combo, &QComboBox::currentIndexChanged, this, [this] {
-            updateFeatureToolTips();
-            emit featuresChanged();
-        });
+        connect(combo, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::updateFeatureToolTips);
     }
-    connect(xScale_, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::xScaleChanged);
-    connect(yScale_, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::yScaleChanged);
-    connect(contourMode_, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::contoursChanged);
-    connect(innerFraction_, &QSpinBox::valueChanged, this, &PlotSettingsPanel::contoursChanged);
-    connect(outerFraction_, &QSpinBox::valueChanged, this, &PlotSettingsPanel::contoursChanged);
+    for (const QComboBox* combo : {xFeature_, yFeature_, colorFeature_, xScale_, yScale_, contourMode_}) {
+        connect(combo, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::onControlChanged);
+    }
+    for (const QSpinBox* box : {innerFraction_, outerFraction_}) {
+        connect(box, &QSpinBox::valueChanged, this, &PlotSettingsPanel::onControlChanged);
+    }
     connect(isoelastics_, &QCheckBox::toggled, this, [this] {
         showIsoelasticControls();
         emit isoelasticsChanged();
     });
     connect(isoelasticLabels_, &QCheckBox::toggled, this, &PlotSettingsPanel::isoelasticsChanged);
     connect(applyToAll_, &QPushButton::clicked, this, &PlotSettingsPanel::applyToAllRequested);
+}
+
+void PlotSettingsPanel::onControlChanged() {
+    const PlotSettings now = settings();
+    const auto adopt = [&](auto PlotSettings::*field) {
+        if (now.*field != shown_.*field) {
+            reported_.*field = now.*field;
+        }
+    };
+    adopt(&PlotSettings::xFeatureName);
+    adopt(&PlotSettings::yFeatureName);
+    adopt(&PlotSettings::colorFeatureName);
+    adopt(&PlotSettings::scaleXMode);
+    adopt(&PlotSettings::scaleYMode);
+    adopt(&PlotSettings::contourMode);
+    adopt(&PlotSettings::contourFraction1);
+    adopt(&PlotSettings::contourFraction2);
+    shown_ = now;
+    emit settingsChanged(reported_);
 }
 
 void PlotSettingsPanel::setFeatures(const std::vector<FeatureItem>& features) {
@@ -340,6 +358,7 @@ void PlotSettingsPanel::setFeatures(const std::vector<FeatureItem>& features) {
     selectKey(yFeature_, "deform");
     colorFeature_->setCurrentIndex(0);
     updateFeatureToolTips();
+    shown_ = settings();
 }
 
 void PlotSettingsPanel::clearFeatures() {
@@ -348,6 +367,7 @@ void PlotSettingsPanel::clearFeatures() {
         combo->clear();
     }
     updateFeatureToolTips();
+    shown_ = settings();
 }
 
 void PlotSettingsPanel::updateFeatureToolTips() {
@@ -362,24 +382,26 @@ void PlotSettingsPanel::setSettings(const PlotSettings& settings) {
                                        QSignalBlocker(colorFeature_),  QSignalBlocker(xScale_),
                                        QSignalBlocker(yScale_),        QSignalBlocker(contourMode_),
                                        QSignalBlocker(innerFraction_), QSignalBlocker(outerFraction_)};
-    selectKey(xFeature_, settings.xFeature);
-    selectKey(yFeature_, settings.yFeature);
-    selectKey(colorFeature_, settings.colorFeature);
-    setChoice(xScale_, settings.scaleX);
-    setChoice(yScale_, settings.scaleY);
+    selectKey(xFeature_, settings.xFeatureName);
+    selectKey(yFeature_, settings.yFeatureName);
+    selectKey(colorFeature_, settings.colorFeatureName);
+    setChoice(xScale_, settings.scaleXMode);
+    setChoice(yScale_, settings.scaleYMode);
     setChoice(contourMode_, settings.contourMode);
     setPercent(innerFraction_, settings.contourFraction1);
     setPercent(outerFraction_, settings.contourFraction2);
     updateFeatureToolTips();
+    reported_ = settings;
+    shown_ = this->settings();
 }
 
 PlotSettings PlotSettingsPanel::settings() const {
     PlotSettings settings;
-    settings.xFeature = keyOf(xFeature_);
-    settings.yFeature = keyOf(yFeature_);
-    settings.colorFeature = keyOf(colorFeature_);
-    settings.scaleX = xScale_->currentIndex();
-    settings.scaleY = yScale_->currentIndex();
+    settings.xFeatureName = keyOf(xFeature_);
+    settings.yFeatureName = keyOf(yFeature_);
+    settings.colorFeatureName = keyOf(colorFeature_);
+    settings.scaleXMode = xScale_->currentIndex();
+    settings.scaleYMode = yScale_->currentIndex();
     settings.contourMode = contourMode_->currentIndex();
     settings.contourFraction1 = innerFraction_->value() / 100.0;
     settings.contourFraction2 = outerFraction_->value() / 100.0;

@@ -1,9 +1,9 @@
-#include "ui/DatasetsPanel.h"
+#include "ui/datasets/DatasetsPanel.h"
 
 #include "session/DatasetFolderTree.h"
-#include "ui/DatasetListWidget.h"
-#include "ui/DatasetTreeWidget.h"
-#include "ui/HtmlItemDelegate.h"
+#include "ui/datasets/DatasetListWidget.h"
+#include "ui/datasets/DatasetTreeWidget.h"
+#include "widgets/HtmlItemDelegate.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -111,12 +111,15 @@ void DatasetsPanel::buildViews() {
             emit datasetChosen(id);
         }
     });
-    connect(list_, &DatasetListWidget::internalReorderRequested, this, &DatasetsPanel::reorderRequested);
+    connect(list_, &DatasetListWidget::internalReorderRequested, this, [this](int fromRow, int toRow) {
+        if (fromRow < static_cast<int>(rows_.size())) {
+            emit reorderRequested(rows_[static_cast<std::size_t>(fromRow)].id, toRow);
+        }
+    });
     connect(tree_, &DatasetTreeWidget::internalReorderRequested, this, [this](int sourceId, int targetId, bool after) {
-        const int fromRow = rowOf(sourceId);
         const int targetRow = rowOf(targetId);
-        if (fromRow >= 0 && targetRow >= 0) {
-            emit reorderRequested(fromRow, targetRow + (after ? 1 : 0));
+        if (targetRow >= 0) {
+            emit reorderRequested(sourceId, targetRow + (after ? 1 : 0));
         }
     });
     connect(list_, &QWidget::customContextMenuRequested, this, &DatasetsPanel::showListMenu);
@@ -250,23 +253,29 @@ void DatasetsPanel::showTreeMenu(const QPoint& position) {
 }
 
 void DatasetsPanel::showContextMenu(int id, const QPoint& globalPosition) {
-    // A dataset that finishes loading may become current while the menu is open.
-    const auto request = [this, id](void (DatasetsPanel::*signal)()) {
-        if (rowOf(id) < 0) {
-            return;
-        }
-        if (id != currentListId()) {
-            emit datasetChosen(id);
-        }
-        (this->*signal)();
-    };
     auto* menu = new QMenu(this);
     connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
     menu->setObjectName(QStringLiteral("datasetMenu"));
-    menu->addAction(tr("Duplicate Dataset"), this, [request] { request(&DatasetsPanel::duplicateRequested); })
-        ->setObjectName(QStringLiteral("duplicateDatasetAction"));
-    menu->addAction(tr("Remove Dataset"), this, [request] { request(&DatasetsPanel::removeRequested); })
-        ->setObjectName(QStringLiteral("removeDatasetAction"));
+    const auto addRequest = [&](const QString& text, const char* name, void (DatasetsPanel::*signal)(int)) {
+        QAction* action = menu->addAction(text);
+        action->setObjectName(QLatin1String(name));
+        // Queued: a dialog that the request brings up must not run while the menu is still at work beneath it. Another
+        // dataset may have become current while the menu was open.
+        connect(
+            action, &QAction::triggered, this,
+            [this, id, signal] {
+                if (rowOf(id) < 0) {
+                    return;
+                }
+                if (id != currentListId()) {
+                    emit datasetChosen(id);
+                }
+                emit(this->*signal)(id);
+            },
+            Qt::QueuedConnection);
+    };
+    addRequest(tr("Duplicate Dataset"), "duplicateDatasetAction", &DatasetsPanel::duplicateRequested);
+    addRequest(tr("Remove Dataset"), "removeDatasetAction", &DatasetsPanel::removeRequested);
     menu->popup(globalPosition);
 }
 

@@ -1,4 +1,4 @@
-#include "ui/StatisticsDockWidget.h"
+#include "ui/plot/StatisticsDockWidget.h"
 
 #include "stats/DistributionStats.h"
 

@@ -1,6 +1,6 @@
-#include "ui/DatasetListWidget.h"
+#include "ui/datasets/DatasetListWidget.h"
 
-#include "ui/DatasetDrag.h"
+#include "widgets/DatasetDrag.h"
 
 #include <QDragEnterEvent>
 #include <QDropEvent>

@@ -50,10 +50,10 @@ public:
 signals:
     /// The user has chosen a dataset in list or tree.
     void datasetChosen(int id);
-    void duplicateRequested();
-    void removeRequested();
-    /// The user has dragged a row: take it out and put it in before what stands at toRow.
-    void reorderRequested(int fromRow, int toRow);
+    void duplicateRequested(int id);
+    void removeRequested(int id);
+    /// The user has dragged a row: take the dataset out and put it in before what stands at toRow.
+    void reorderRequested(int id, int toRow);
 
 private:
     QWidget* buildModeRow();

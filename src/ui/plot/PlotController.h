@@ -1,0 +1,87 @@
+#pragma once
+
+#include "core/PlotSettings.h"
+#include "session/PlotFrame.h"
+
+#include <QObject>
+
+#include <string>
+
+class QWidget;
+
+namespace Tessaly {
+
+class CalculationsDockWidget;
+class EModulus;
+class PlotSettingsPanel;
+class ScatterPlot;
+class Session;
+struct DatasetEntry;
+
+/// The way from the session to the plot and its controls. Every change of features, filter, colour or scale ends in
+/// refresh(). What else follows the plot (status, counts, statistics, selection) listens to its signals.
+class PlotController : public QObject {
+    Q_OBJECT
+
+public:
+    /// @param conditions  where the parameters of isoelastic lines come from;  @param window  parent of message boxes
+    PlotController(Session& session, EModulus& emodulus, ScatterPlot& plot, PlotSettingsPanel& controls,
+                   const CalculationsDockWidget& conditions, QWidget* window);
+
+    /// What the plot shows of the active dataset; empty until it is plotted.
+    const PlotFrame& frame() const { return frame_; }
+
+    /// The pipeline: session in, finished vectors out, plot redrawn.
+    void refresh();
+    /// After features were added: offers them and refreshes.
+    void refreshFeaturesAndPlot();
+    /// While a preload runs, another choice of features is put off until it has ended.
+    void setPreloadRunning(bool running);
+
+signals:
+    /// frame() is another one, perhaps an empty one.
+    void frameChanged();
+    /// A refresh has drawn frame().
+    void plotted();
+    /// Nothing is plotted any more.
+    void cleared();
+    /// The active dataset is shown, as far as it can be plotted.
+    void datasetShown();
+
+private:
+    void onActiveChanged();
+    void onSettingsChanged(const PlotSettings& settings);
+    /// Fills controls and plot for the active dataset.
+    void showDataset(DatasetEntry& dataset);
+    /// Shows that the active dataset is still loading, and nothing of it.
+    void showLoading(const DatasetEntry& dataset);
+    void showNothing();
+    /// The active dataset if its file is open, else null.
+    DatasetEntry* openActive() const;
+    /// Takes everything off the plot and forgets what it showed.
+    void clearPlot();
+    void setAxisScales(const PlotSettings& settings);
+    void offerFeatures(DatasetEntry& dataset);
+    void draw(const PlotSettings& settings);
+    void resetZoomIfNew(const PlotSettings& settings, const DatasetEntry& dataset);
+    void updatePolygonOverlays(const PlotSettings& settings);
+    void updateContours();
+    void updateIsoelastics();
+    void updateApplyButton();
+    void applyPlotSettingsToAll();
+
+    Session& session_;
+    EModulus& emodulus_;
+    ScatterPlot& plot_;
+    PlotSettingsPanel& controls_;
+    const CalculationsDockWidget& conditions_;
+    QWidget* window_;
+    PlotFrame frame_;
+    std::string lastXFeature_;
+    std::string lastYFeature_;
+    int lastDatasetId_ = -1;
+    bool preloadRunning_ = false;
+    bool refreshPending_ = false;
+};
+
+} // namespace Tessaly
