@@ -12,6 +12,14 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 
+#ifdef __SANITIZE_ADDRESS__
+/// What the sanitizer finds is a crash here, not a refused file.
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options() {
+    return "abort_on_error=1";
+}
+#endif
+
 namespace {
 
 /// A sound file takes a hundredth of this; a loop without end is stopped by it, however slow the disk is.
