@@ -1,5 +1,5 @@
-#include "calc/EModulus.h"
-#include "calc/EModulusLookup.h"
+#include "calc/emodulus/EModulus.h"
+#include "calc/emodulus/Lookup.h"
 #include "core/VectorState.h"
 #include "io/VQDReader.h"
 

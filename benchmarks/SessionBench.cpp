@@ -1,5 +1,5 @@
-#include "calc/Contours.h"
-#include "calc/Density.h"
+#include "calc/density/Contours.h"
+#include "calc/density/Density.h"
 #include "core/EventFilter.h"
 #include "io/VQDReader.h"
 #include "session/PlotFrame.h"

@@ -1,4 +1,4 @@
-#include "ComputedColumns.h"
+#include "calc/ComputedColumns.h"
 
 #include "io/VQDReader.h"
 

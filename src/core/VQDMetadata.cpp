@@ -1,4 +1,4 @@
-#include "VQDMetadata.h"
+#include "core/VQDMetadata.h"
 
 namespace Tessaly {
 

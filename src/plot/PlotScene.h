@@ -1,7 +1,7 @@
 #pragma once
 
-#include "calc/Contours.h"
-#include "calc/EModulus.h"
+#include "calc/density/Contours.h"
+#include "calc/emodulus/EModulus.h"
 
 #include <QPolygonF>
 #include <QString>

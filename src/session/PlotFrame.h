@@ -1,6 +1,6 @@
 #pragma once
 
-#include "calc/Contours.h"
+#include "calc/density/Contours.h"
 #include "core/PlotSettings.h"
 
 #include <QString>

@@ -1,4 +1,4 @@
-#include "DistributionStats.h"
+#include "stats/DistributionStats.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "calc/Contours.h"
+#include "calc/density/Contours.h"
 
 #include "core/ScaleMath.h"
 

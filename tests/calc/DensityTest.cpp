@@ -1,4 +1,4 @@
-#include "calc/Density.h"
+#include "calc/density/Density.h"
 
 #include "support/PlainDensity.h"
 

@@ -1,7 +1,6 @@
-#include "calc/EModulusMesh.h"
-
-#include "calc/EModulusLookup.h"
 #include "calc/SyntheticLut.h"
+#include "calc/emodulus/Lookup.h"
+#include "calc/emodulus/Mesh.h"
 
 #include <gtest/gtest.h>
 

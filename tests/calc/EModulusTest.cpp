@@ -1,8 +1,8 @@
-#include "calc/EModulus.h"
+#include "calc/emodulus/EModulus.h"
 
-#include "calc/EModulusLut.h"
-#include "calc/EModulusMesh.h"
 #include "calc/SyntheticLut.h"
+#include "calc/emodulus/Lut.h"
+#include "calc/emodulus/Mesh.h"
 #include "io/VQDReader.h"
 #include "support/TemporaryFolder.h"
 

@@ -1,7 +1,7 @@
 #include "plot/ScatterPlot.h"
 
-#include "calc/Contours.h"
-#include "calc/EModulus.h"
+#include "calc/density/Contours.h"
+#include "calc/emodulus/EModulus.h"
 #include "core/ScaleMath.h"
 #include "plot/ColorMaps.h"
 #include "plot/PlainDotCurve.h"

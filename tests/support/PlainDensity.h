@@ -1,6 +1,6 @@
 #pragma once
 
-#include "calc/Density.h"
+#include "calc/density/Density.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 #include "FeatureTable.h"
 #include "TraceMaker.h"
 
-#include "calc/EModulus.h"
+#include "calc/emodulus/EModulus.h"
 #include "io/VQDReader.h"
 #include "support/TemporaryFolder.h"
 

@@ -1,6 +1,6 @@
 #include "DemoSet.h"
 
-#include "calc/EModulus.h"
+#include "calc/emodulus/EModulus.h"
 #include "io/VQDReader.h"
 
 #include <QCommandLineParser>

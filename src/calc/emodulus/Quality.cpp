@@ -1,9 +1,9 @@
 #include "calc/emodulus/Quality.h"
 
-#include "calc/EModulus.h"
-#include "calc/EModulusLookup.h"
-#include "calc/EModulusTable.h"
-#include "calc/OrderStatistics.h"
+#include "calc/density/OrderStatistics.h"
+#include "calc/emodulus/EModulus.h"
+#include "calc/emodulus/Lookup.h"
+#include "calc/emodulus/Table.h"
 #include "core/VectorState.h"
 #include "io/VQDReader.h"
 

@@ -1,6 +1,6 @@
 #include "ui/plot/PlotController.h"
 
-#include "calc/EModulus.h"
+#include "calc/emodulus/EModulus.h"
 #include "core/DatasetEntry.h"
 #include "io/VQDReader.h"
 #include "plot/ScatterPlot.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "calc/AxisRange.h"
+#include "calc/density/AxisRange.h"
 
 #include <span>
 

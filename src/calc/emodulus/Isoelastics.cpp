@@ -1,5 +1,5 @@
-#include "calc/EModulus.h"
-#include "calc/EModulusTable.h"
+#include "calc/emodulus/EModulus.h"
+#include "calc/emodulus/Table.h"
 
 #include <array>
 #include <cmath>

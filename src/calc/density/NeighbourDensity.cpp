@@ -1,6 +1,6 @@
-#include "calc/NeighbourDensity.h"
+#include "calc/density/NeighbourDensity.h"
 
-#include "calc/AxisRange.h"
+#include "calc/density/AxisRange.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "calc/EModulus.h"
-#include "calc/EModulusLookup.h"
+#include "calc/emodulus/EModulus.h"
+#include "calc/emodulus/Lookup.h"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
-#include "EModulusLut.h"
+#include "calc/emodulus/Lut.h"
 
-#include "calc/EModulus.h"
+#include "calc/emodulus/EModulus.h"
 
 #include <QFile>
 #include <QFileInfo>

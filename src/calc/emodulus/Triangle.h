@@ -1,6 +1,6 @@
 #pragma once
 
-#include "calc/EModulus.h"
+#include "calc/emodulus/EModulus.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "EModulusLookup.h"
+#include "calc/emodulus/Lookup.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
-#include "calc/Contours.h"
+#include "calc/density/Contours.h"
 
-#include "calc/OrderStatistics.h"
+#include "calc/density/OrderStatistics.h"
 #include "core/ScaleMath.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "calc/AxisRange.h"
+#include "calc/density/AxisRange.h"
 
 #include <array>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "calc/EModulusTriangle.h"
+#include "calc/emodulus/Triangle.h"
 
 #include <cstdint>
 #include <limits>

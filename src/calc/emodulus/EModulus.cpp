@@ -1,8 +1,8 @@
-#include "EModulus.h"
+#include "calc/emodulus/EModulus.h"
 
-#include "calc/EModulusLut.h"
-#include "calc/EModulusMesh.h"
-#include "calc/EModulusTable.h"
+#include "calc/emodulus/Lut.h"
+#include "calc/emodulus/Mesh.h"
+#include "calc/emodulus/Table.h"
 #include "core/VectorState.h"
 #include "io/VQDReader.h"
 

@@ -1,4 +1,4 @@
-#include "calc/EModulus.h"
+#include "calc/emodulus/EModulus.h"
 #include "core/VQDMetadata.h"
 
 #include <QString>

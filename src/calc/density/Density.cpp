@@ -1,9 +1,9 @@
-#include "calc/Density.h"
+#include "calc/density/Density.h"
 
-#include "calc/AxisRange.h"
-#include "calc/GridSize.h"
-#include "calc/NeighbourDensity.h"
-#include "calc/OrderStatistics.h"
+#include "calc/density/AxisRange.h"
+#include "calc/density/GridSize.h"
+#include "calc/density/NeighbourDensity.h"
+#include "calc/density/OrderStatistics.h"
 #include "core/PlotSettings.h"
 
 #include <algorithm>

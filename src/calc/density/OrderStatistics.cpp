@@ -1,6 +1,6 @@
-#include "calc/OrderStatistics.h"
+#include "calc/density/OrderStatistics.h"
 
-#include "calc/AxisRange.h"
+#include "calc/density/AxisRange.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "calc/GridSize.h"
+#include "calc/density/GridSize.h"
 
 #include <algorithm>
 #include <bit>

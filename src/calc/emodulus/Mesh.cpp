@@ -1,7 +1,7 @@
-#include "EModulusMesh.h"
+#include "calc/emodulus/Mesh.h"
 
-#include "calc/EModulus.h"
-#include "calc/EModulusTriangle.h"
+#include "calc/emodulus/EModulus.h"
+#include "calc/emodulus/Triangle.h"
 
 #include <algorithm>
 #include <cstddef>
