@@ -1,6 +1,7 @@
 #include "plot/ImageViewer.h"
 
 #include "plot/WrappingRow.h"
+#include "widgets/FocusEdge.h"
 
 #include <QCheckBox>
 #include <QContextMenuEvent>
@@ -8,9 +9,11 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QSaveFile>
 #include <QScrollArea>
+#include <QScrollBar>
 
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
@@ -85,14 +88,21 @@ QPixmap pixmapOf(const cv::Mat& image) {
 /// Encodes in memory and writes in one go, so that a failure leaves no half image and an older file whole.
 /// @return the reason of a failure, or nothing
 QString encodeToFile(const cv::Mat& image, const QString& fileName) {
+    const QString suffix = QFileInfo(fileName).suffix();
+    if (suffix.isEmpty()) {
+        return ImageViewer::tr("The file name has no suffix that tells the format, such as .png or .jpg.");
+    }
     std::vector<uchar> bytes;
     try {
-        const QString suffix = QLatin1Char('.') + QFileInfo(fileName).suffix();
-        if (!cv::imencode(suffix.toStdString(), image, bytes)) {
+        const std::string pattern = '.' + suffix.toStdString();
+        if (!cv::haveImageWriter("image" + pattern)) {
+            return ImageViewer::tr("Images can't be written as \".%1\". Please use .png or .jpg.").arg(suffix);
+        }
+        if (!cv::imencode(pattern, image, bytes)) {
             return ImageViewer::tr("The image could not be encoded.");
         }
     } catch (const cv::Exception& exception) {
-        return QString::fromUtf8(exception.what());
+        return QString::fromStdString(exception.err); // what() would tell a place in the library's source
     }
     QSaveFile file(fileName);
     const auto size = static_cast<qint64>(bytes.size());
@@ -137,6 +147,8 @@ void ImageViewer::buildLayout() {
     scrollArea_->setAlignment(Qt::AlignCenter);
     scrollArea_->setWidget(imageLabel_);
     scrollArea_->setMinimumHeight(80);
+    scrollArea_->viewport()->installEventFilter(this);
+    new FocusEdge(scrollArea_);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 4, 4, 4);
@@ -239,8 +251,18 @@ void ImageViewer::setMaskControlEnabled(bool enabled) {
 }
 
 void ImageViewer::zoomTo(double factor) {
+    // What is seen in the middle stays there.
+    const auto middle = [this] { return QPointF(scrollArea_->viewport()->rect().center()); };
+    const QPointF origin = imageLabel_->mapFrom(scrollArea_->viewport(), QPoint());
+    const QPointF kept = (origin + middle()) / zoomFactor_;
     zoomFactor_ = std::clamp(factor, SmallestZoom, LargestZoom);
     updateDisplay();
+    scrollTo(kept * zoomFactor_ - middle());
+}
+
+void ImageViewer::scrollTo(const QPointF& corner) {
+    scrollArea_->horizontalScrollBar()->setValue(qRound(corner.x()));
+    scrollArea_->verticalScrollBar()->setValue(qRound(corner.y()));
 }
 
 void ImageViewer::zoomIn() {
@@ -284,6 +306,43 @@ void ImageViewer::updateDisplay() {
     const QPixmap pixmap = pixmapOf(scaled(image, zoomFactor_));
     imageLabel_->setPixmap(pixmap);
     imageLabel_->resize(pixmap.size());
+    if (!dragging_) {
+        showDragCursor();
+    }
+}
+
+void ImageViewer::showDragCursor() {
+    const QSize image = imageLabel_->size();
+    const QSize room = scrollArea_->maximumViewportSize();
+    const bool movable = hasImage() && (image.width() > room.width() || image.height() > room.height());
+    scrollArea_->viewport()->setCursor(movable ? Qt::OpenHandCursor : Qt::ArrowCursor);
+}
+
+bool ImageViewer::eventFilter(QObject* object, QEvent* event) {
+    if (object != scrollArea_->viewport()) {
+        return QWidget::eventFilter(object, event);
+    }
+    const auto* mouse = dynamic_cast<QMouseEvent*>(event);
+    if (mouse && event->type() == QEvent::MouseButtonPress && mouse->button() == Qt::LeftButton && hasImage()) {
+        dragging_ = true;
+        dragFrom_ = mouse->globalPosition() +
+                    QPointF(scrollArea_->horizontalScrollBar()->value(), scrollArea_->verticalScrollBar()->value());
+        scrollArea_->viewport()->setCursor(Qt::ClosedHandCursor);
+        return true;
+    }
+    if (mouse && event->type() == QEvent::MouseMove && dragging_) {
+        scrollTo(dragFrom_ - mouse->globalPosition());
+        return true;
+    }
+    if (mouse && event->type() == QEvent::MouseButtonRelease && mouse->button() == Qt::LeftButton && dragging_) {
+        dragging_ = false;
+        showDragCursor();
+        return true;
+    }
+    if (event->type() == QEvent::Resize && !dragging_) {
+        showDragCursor();
+    }
+    return QWidget::eventFilter(object, event);
 }
 
 bool ImageViewer::hasImage() const {
@@ -297,6 +356,8 @@ QString ImageViewer::writeImage(const QString& fileName) {
     QString failure = encodeToFile(images_->current, fileName);
     if (failure.isEmpty()) {
         emit imageSaved(fileName);
+    } else {
+        qWarning("ImageViewer: %s not written: %s", qPrintable(fileName), qPrintable(failure));
     }
     return failure;
 }

@@ -46,6 +46,7 @@ public:
     double zoomFactor() const { return zoomFactor_; }
 
 public slots:
+    /// Zoom by a step; the middle of what is seen stays in the middle.
     void zoomIn();
     void zoomOut();
     /// Zooms so that the whole image is visible, now and for each image to come, until another zoom is asked for.
@@ -61,6 +62,8 @@ signals:
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
+    /// Of the image area: dragging moves the image.
+    bool eventFilter(QObject* object, QEvent* event) override;
 
 private slots:
     void saveImage();
@@ -72,7 +75,10 @@ private:
     QWidget* buildControls();
     void showImages(const QString& info);
     void zoomTo(double factor);
+    /// Brings a place of the scaled image into the upper left corner, as far as it goes.
+    void scrollTo(const QPointF& corner);
     void updateDisplay();
+    void showDragCursor();
 
     std::unique_ptr<Images> images_;
     QScrollArea* scrollArea_ = nullptr;
@@ -83,6 +89,8 @@ private:
     double zoomFactor_ = 1.0;
     bool fitMode_ = true;
     bool autoContrast_ = false;
+    bool dragging_ = false;
+    QPointF dragFrom_; ///< where the mouse took hold, on the scaled image
 };
 
 } // namespace Tessaly

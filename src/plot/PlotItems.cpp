@@ -3,7 +3,9 @@
 #include "calc/density/Contours.h"
 #include "calc/emodulus/EModulus.h"
 #include "core/ScaleMath.h"
+#include "plot/AxisTicks.h"
 #include "plot/ColorMaps.h"
+#include "plot/IsoelasticLabel.h"
 #include "plot/PlainDotCurve.h"
 #include "plot/PlotPoints.h"
 #include "plot/PseudoLogScaleEngine.h"
@@ -58,19 +60,15 @@ PlainDotCurve* addDots(QwtPlot& plot, PlainDotCurve::Role role, const QColor& fi
     return dots;
 }
 
-QwtPlotMarker* addModulus(QwtPlot& plot, const IsoelasticLine& line) {
+IsoelasticLabel* addModulus(QwtPlot& plot, const IsoelasticLine& line, const IsoelasticLabel* previous) {
     static constexpr int LabelPointSize = 8;
     QwtText text(modulusText(line.value));
     QFont font = plot.font();
     font.setPointSize(LabelPointSize);
     text.setFont(font);
     text.setColor(QColor(150, 150, 150));
-    auto* label = new QwtPlotMarker;
-    label->setItemAttribute(QwtPlotItem::Legend, false);
-    label->setItemAttribute(QwtPlotItem::AutoScale, false);
-    label->setValue(line.points.back().first, line.points.back().second);
+    auto* label = new IsoelasticLabel(polygonOf(line.points), previous);
     label->setLabel(text);
-    label->setLabelAlignment(Qt::AlignLeft | Qt::AlignBottom);
     label->setZ(IsoLabelZ);
     label->attach(&plot);
     return label;
@@ -92,13 +90,13 @@ void setScaleMode(QwtPlot& plot, int axis, int mode) {
     static constexpr uint Base = 10;
     switch (mode) {
     case ScaleMode::Log:
-        plot.setAxisScaleEngine(axis, new QwtLogScaleEngine(Base));
+        plot.setAxisScaleEngine(axis, new LogScaleEngine(Base));
         break;
     case ScaleMode::PseudoLog:
         plot.setAxisScaleEngine(axis, new PseudoLogScaleEngine);
         break;
     default:
-        plot.setAxisScaleEngine(axis, new QwtLinearScaleEngine(Base));
+        plot.setAxisScaleEngine(axis, new LinearScaleEngine(Base));
         break;
     }
     plot.setAxisAutoScale(axis, true);
@@ -174,6 +172,7 @@ std::vector<QwtPlotCurve*> addContours(QwtPlot& plot, const std::vector<ContourL
 
 IsoelasticItems addIsoelastics(QwtPlot& plot, const std::vector<IsoelasticLine>& lines, bool withLabels) {
     IsoelasticItems items;
+    const IsoelasticLabel* previous = nullptr;
     for (const IsoelasticLine& line : lines) {
         if (line.points.size() < 2) {
             continue;
@@ -182,7 +181,9 @@ IsoelasticItems addIsoelastics(QwtPlot& plot, const std::vector<IsoelasticLine>&
         curve->setItemAttribute(QwtPlotItem::AutoScale, false);
         items.lines.push_back(curve);
         if (withLabels) {
-            items.labels.push_back(addModulus(plot, line));
+            IsoelasticLabel* label = addModulus(plot, line, previous);
+            items.labels.push_back(label);
+            previous = label;
         }
     }
     return items;

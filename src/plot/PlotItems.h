@@ -66,7 +66,7 @@ struct IsoelasticItems {
 };
 
 /// Isoelastic lines of two points or more, in plot coordinates. They don't take part in auto scaling.
-/// @param withLabels  a text with the modulus at the last point of each line
+/// @param withLabels  a text with the modulus at the last point of each line, or further back where that isn't free
 IsoelasticItems addIsoelastics(QwtPlot& plot, const std::vector<IsoelasticLine>& lines, bool withLabels);
 
 /// A modulus in kPa as the labels say it: two decimals below 1, else one.

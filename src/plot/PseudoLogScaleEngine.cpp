@@ -1,5 +1,6 @@
 #include "plot/PseudoLogScaleEngine.h"
 
+#include "plot/AxisTicks.h"
 #include "plot/PseudoLogTransform.h"
 
 #include <QtGlobal>
@@ -101,7 +102,7 @@ QwtScaleDiv PseudoLogScaleEngine::divideScale(double x1, double x2, int maxMajor
                 }
             }
         }
-        division = QwtScaleDiv(interval, ticks);
+        division = withTwoMajorTicks(QwtScaleDiv(interval, ticks), linearThreshold_, maxMajorSteps);
     }
     if (x1 > x2) {
         division.invert();

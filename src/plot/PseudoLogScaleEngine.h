@@ -8,7 +8,8 @@ namespace Tessaly {
 
 /// Ticks of a pseudo-logarithmic axis: major ticks at the decades from the linear threshold outwards and at zero, and
 /// at both bounds where they are whole steps. On the negative side the walk towards zero starts a decade nearer to it
-/// than the one in which the lower bound lies: -5000 is followed by -100.
+/// than the one in which the lower bound lies: -5000 is followed by -100. Where fewer than two of these lie in the
+/// interval, round values fill in (roundTicks()).
 class PseudoLogScaleEngine : public QwtScaleEngine {
 public:
     /// @param linearThreshold  where the logarithmic pieces begin, in data units

@@ -1,6 +1,9 @@
 #include "plot/ScatterPlot.h"
 
+#include "core/ScaleMath.h"
+#include "plot/AxisScaleDraw.h"
 #include "plot/ColorMaps.h"
+#include "plot/NearestPoint.h"
 #include "plot/PlainDotCurve.h"
 #include "plot/PlotItems.h"
 #include "plot/PlotNavigator.h"
@@ -10,6 +13,7 @@
 #include "plot/PseudoLogScaleEngine.h"
 #include "plot/RoundSpectroCurve.h"
 #include "plot/ScatterPlotPicker.h"
+#include "widgets/FocusEdge.h"
 
 #include <QEvent>
 #include <qwt_color_map.h>
@@ -37,8 +41,6 @@ constexpr int MaxMajorSteps = 8; // what the library asks for by itself
 constexpr int AxisX = QwtAxis::XBottom;
 constexpr int AxisY = QwtAxis::YLeft;
 constexpr int AxisColor = QwtAxis::YRight;
-/// Square of 5 % of the canvas.
-constexpr double PickDistance2 = 0.0025000000000000005;
 
 } // namespace
 
@@ -51,6 +53,10 @@ ScatterPlot::~ScatterPlot() = default;
 void ScatterPlot::setupPlot() {
     setObjectName("scatterPlot");
     setAccessibleName(tr("Scatter Plot"));
+    setUpAxisNumbers(*this);
+    for (const int axis : {AxisX, AxisY}) {
+        setScaleMode(*this, axis, ScaleMode::Linear);
+    }
     setupTexts();
     setCanvasBackground(Qt::white);
     setAxisVisible(AxisColor, false);
@@ -79,6 +85,7 @@ void ScatterPlot::setupPlot() {
     canvas()->installEventFilter(this);
     canvas()->setFocusPolicy(Qt::StrongFocus);
     canvas()->setMouseTracking(true);
+    new FocusEdge(canvas());
 }
 
 void ScatterPlot::setupTexts() {
@@ -357,24 +364,10 @@ int ScatterPlot::findNearestPoint(const QPointF& dataPos) const {
     if (!(width > 0.0) || !(height > 0.0)) {
         return -1;
     }
-    const double cx = xMap.transform(dataPos.x());
-    const double cy = yMap.transform(dataPos.y());
-    const AxisPixels xPixels(xMap);
-    const AxisPixels yPixels(yMap);
-    const double* xs = points_->axisX(xMap.transformation());
-    const double* ys = points_->axisY(yMap.transformation());
-    int nearest = -1;
-    double smallest = PickDistance2;
-    for (std::size_t i = 0; i < points_->size(); ++i) {
-        const double dx = (xPixels.pixel(xs[i]) - cx) / width;
-        const double dy = (yPixels.pixel(ys[i]) - cy) / height;
-        const double distance2 = dx * dx + dy * dy;
-        if (distance2 < smallest) {
-            smallest = distance2;
-            nearest = static_cast<int>(i);
-        }
-    }
-    return nearest;
+    const QPointF place(xMap.transform(dataPos.x()), yMap.transform(dataPos.y()));
+    const std::size_t count = points_->size();
+    return nearestPoint({points_->axisX(xMap.transformation()), count}, {points_->axisY(yMap.transformation()), count},
+                        AxisPixels(xMap), AxisPixels(yMap), place, QSizeF(width, height));
 }
 
 QPointF ScatterPlot::toData(const QPointF& canvasPos) const {

@@ -1,9 +1,12 @@
 #include "plot/TracePlot.h"
 
+#include "plot/AxisScaleDraw.h"
+#include "plot/AxisTicks.h"
+#include "plot/PlotItems.h"
 #include "plot/PseudoLogScaleEngine.h"
 
 #include <qwt_plot_curve.h>
-#include <qwt_plot_grid.h>
+#include <qwt_plot_legenditem.h>
 #include <qwt_scale_widget.h>
 #include <qwt_text.h>
 
@@ -25,6 +28,30 @@ void setUpAxis(QwtPlot& plot, int axis, const QString& title) {
     font.setPointSize(8);
     text.setFont(font);
     plot.setAxisTitle(axis, text);
+}
+
+/// The names of the channels over the upper right corner, where traces rarely reach; curves shine through.
+void addLegend(QwtPlot& plot) {
+    auto* legend = new QwtPlotLegendItem;
+    QFont font = plot.font();
+    font.setPointSize(7);
+    legend->setFont(font);
+    legend->setMaxColumns(1);
+    legend->setAlignmentInCanvas(Qt::AlignRight | Qt::AlignTop);
+    legend->setOffsetInCanvas(Qt::Vertical | Qt::Horizontal, 2);
+    legend->setMargin(0);
+    legend->setSpacing(2);
+    legend->setItemMargin(1);
+    legend->setItemSpacing(3);
+    legend->setBackgroundBrush(QColor(255, 255, 255, 150));
+    legend->setBorderPen(Qt::NoPen);
+    legend->attach(&plot);
+}
+
+/// Shows a curve with its name in the legend, or neither.
+void showCurve(QwtPlotCurve& curve, bool shown) {
+    curve.setItemAttribute(QwtPlotItem::Legend, shown);
+    curve.setVisible(shown);
 }
 
 QVector<QPointF> curvePoints(const std::vector<float>& samples, double step, double offset) {
@@ -101,9 +128,9 @@ TracePlot::TracePlot(QWidget* parent) : QwtPlot(parent) {
     setAxisScale(yLeft, LowestValue, HighestValue);
     setAxisAutoScale(xBottom);
 
-    auto* grid = new QwtPlotGrid;
-    grid->setPen(Qt::gray, 0.0, Qt::DotLine);
-    grid->attach(this);
+    setUpAxisNumbers(*this);
+    addGrid(*this);
+    addLegend(*this);
 }
 
 TracePlot::~TracePlot() = default;
@@ -139,8 +166,10 @@ void TracePlot::setupChannels(const std::map<int, QString>& channelNames, const 
         auto* curve = new QwtPlotCurve(title.arg(QString::number(number), name));
         curve->setPen(channel.color, 2.0, Qt::SolidLine);
         curve->setRenderHint(QwtPlotItem::RenderAntialiased);
+        curve->setLegendAttribute(QwtPlotCurve::LegendShowLine);
+        curve->setLegendIconSize(QSize(10, 8));
         curve->attach(this);
-        curve->setVisible(false);
+        showCurve(*curve, false);
         curves_.push_back(curve);
         channels_.push_back(channel);
     }
@@ -152,12 +181,15 @@ void TracePlot::setTraces(const std::map<std::string, std::vector<float>>& trace
         clearTraces();
         return;
     }
+    for (QwtPlotCurve* curve : curves_) {
+        showCurve(*curve, false); // so that the legend takes them in order
+    }
     const double step = sampleRate_ > 0.0 ? 1e6 / sampleRate_ : 1.0;
     for (std::size_t i = 0; i < channels_.size(); ++i) {
         const auto trace = traces.find(channels_[i].traceName);
         const bool shown = trace != traces.end() && !trace->second.empty();
         curves_[i]->setSamples(shown ? curvePoints(trace->second, step, channels_[i].offset) : QVector<QPointF>());
-        curves_[i]->setVisible(shown);
+        showCurve(*curves_[i], shown);
     }
     setAxisAutoScale(xBottom);
     setAxisScale(yLeft, LowestValue, HighestValue);
@@ -167,7 +199,7 @@ void TracePlot::setTraces(const std::map<std::string, std::vector<float>>& trace
 void TracePlot::clearTraces() {
     for (QwtPlotCurve* curve : curves_) {
         curve->setSamples(QVector<QPointF>());
-        curve->setVisible(false);
+        showCurve(*curve, false);
     }
     replot();
 }

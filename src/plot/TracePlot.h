@@ -26,7 +26,8 @@ QColor wavelengthColor(int wavelength);
 /// The wavelength that begins a channel's text ("525/50" or "525"), or 0 if the text begins with no number.
 int channelWavelength(const QString& channelName);
 
-/// The fluorescence time traces of one event, a curve for each channel in the colour of its wavelength.
+/// The fluorescence time traces of one event, a curve for each channel in the colour of its wavelength. A legend
+/// over the canvas names those that are shown.
 class TracePlot : public QwtPlot {
     Q_OBJECT
 

@@ -8,6 +8,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -118,6 +119,61 @@ TEST_F(ImageViewerTest, ZoomsBySteppingWithinItsLimits) {
     EXPECT_DOUBLE_EQ(viewer.zoomFactor(), 1.0);
 }
 
+TEST_F(ImageViewerTest, ZoomingKeepsTheMiddle) {
+    auto* area = child<QScrollArea>("imageScrollArea");
+    viewer.actualSize();
+    viewer.setImage(Bytes(2000 * 1500, 1), 2000, 1500, "");
+    area->horizontalScrollBar()->setValue(1200);
+    area->verticalScrollBar()->setValue(300);
+    const auto middle = [&] {
+        const QPointF corner(area->horizontalScrollBar()->value(), area->verticalScrollBar()->value());
+        return (corner + QPointF(area->viewport()->rect().center())) / viewer.zoomFactor();
+    };
+    const QPointF before = middle();
+    for (const char* button : {"zoomInButton", "zoomInButton", "zoomOutButton", "actualSizeButton", "zoomOutButton"}) {
+        QTest::mouseClick(child<QPushButton>(button), Qt::LeftButton);
+        EXPECT_NEAR(middle().x(), before.x(), 2.5) << button;
+        EXPECT_NEAR(middle().y(), before.y(), 2.5) << button;
+    }
+}
+
+TEST_F(ImageViewerTest, TheImageFollowsTheMouse) {
+    auto* area = child<QScrollArea>("imageScrollArea");
+    viewer.actualSize();
+    viewer.setImage(Bytes(2000 * 1500, 1), 2000, 1500, "");
+    EXPECT_EQ(area->viewport()->cursor().shape(), Qt::OpenHandCursor);
+    area->horizontalScrollBar()->setValue(500);
+    area->verticalScrollBar()->setValue(400);
+    QWidget* viewport = area->viewport();
+    QTest::mousePress(viewport, Qt::LeftButton, {}, {100, 100});
+    EXPECT_EQ(viewport->cursor().shape(), Qt::ClosedHandCursor);
+    QTest::mouseMove(viewport, {80, 130});
+    EXPECT_EQ(QPoint(area->horizontalScrollBar()->value(), area->verticalScrollBar()->value()), QPoint(520, 370));
+    QTest::mouseMove(viewport, {110, 90});
+    QTest::mouseRelease(viewport, Qt::LeftButton, {}, {110, 90});
+    EXPECT_EQ(QPoint(area->horizontalScrollBar()->value(), area->verticalScrollBar()->value()), QPoint(490, 410));
+    EXPECT_EQ(viewport->cursor().shape(), Qt::OpenHandCursor);
+    QTest::mouseMove(viewport, {10, 10}); // let go
+    EXPECT_EQ(area->horizontalScrollBar()->value(), 490);
+    viewer.setImage(Bytes(4, 1), 2, 2, "");
+    EXPECT_EQ(viewport->cursor().shape(), Qt::ArrowCursor);
+}
+
+TEST_F(ImageViewerTest, TheImageAreaShowsItsFocus) {
+    auto* area = child<QScrollArea>("imageScrollArea");
+    QWidget* edge = area->findChild<QWidget*>("focusEdge", Qt::FindDirectChildrenOnly);
+    viewer.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&viewer));
+    child<QPushButton>("fitButton")->setFocus();
+    EXPECT_FALSE(edge->isVisible());
+    QTest::mouseClick(area->viewport(), Qt::LeftButton);
+    EXPECT_TRUE(area->hasFocus());
+    EXPECT_TRUE(edge->isVisible());
+    EXPECT_EQ(edge->geometry(), area->rect());
+    QTest::keyClick(area, Qt::Key_Tab);
+    EXPECT_FALSE(edge->isVisible());
+}
+
 TEST_F(ImageViewerTest, FitsEachNewImageUntilTheUserZooms) {
     const auto fitted = [&](double columns, double rows) {
         return std::min(viewport().width() / columns, viewport().height() / rows);
@@ -173,9 +229,14 @@ TEST_F(ImageViewerTest, TellsWhyWritingFailedAndLeavesNoFile) {
     EXPECT_FALSE(viewer.writeImage(folder.filePath("image.png")).isEmpty());
     viewer.setImage(Bytes(4, 1), 2, 2, "");
     EXPECT_TRUE(viewer.hasImage());
-    for (const char* name : {"image.unknown", "missing folder/image.png"}) {
-        EXPECT_FALSE(viewer.writeImage(folder.filePath(name)).isEmpty()) << name;
+    for (const char* name : {"image.unknown", "image", "missing folder/image.png"}) {
+        const QString failure = viewer.writeImage(folder.filePath(name));
+        EXPECT_FALSE(failure.isEmpty()) << name;
+        // A sentence for people, not a place in a library's source.
+        EXPECT_FALSE(failure.contains(".cpp") || failure.contains("OpenCV")) << failure.toStdString();
     }
+    EXPECT_TRUE(viewer.writeImage(folder.filePath("image")).contains("no suffix"));
+    EXPECT_TRUE(viewer.writeImage(folder.filePath("image.unknown")).contains("\".unknown\""));
     EXPECT_EQ(saved.count(), 0);
     EXPECT_TRUE(QDir(folder.path()).isEmpty());
 }

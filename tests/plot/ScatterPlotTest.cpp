@@ -4,6 +4,7 @@
 #include "calc/emodulus/EModulus.h"
 #include "core/ScaleMath.h"
 #include "plot/ColorMaps.h"
+#include "plot/IsoelasticLabel.h"
 #include "plot/PlainDotCurve.h"
 #include "plot/PlotPoints.h"
 #include "plot/PlotScene.h"
@@ -12,9 +13,11 @@
 #include <QApplication>
 #include <QImage>
 #include <QPen>
+#include <QTest>
 #include <qwt_color_map.h>
 #include <qwt_plot_shapeitem.h>
 #include <qwt_scale_div.h>
+#include <qwt_scale_map.h>
 #include <qwt_scale_widget.h>
 
 #include <gtest/gtest.h>
@@ -297,6 +300,66 @@ TEST_F(ScatterPlotTest, IsoelasticsCarryTheirModuli) {
     plot.setIsoelastics({isoLine(0.95, 2)}, false);
     EXPECT_EQ(plot.isoLineCount(), 1);
     EXPECT_TRUE(plot.isoLabelTexts().isEmpty());
+}
+
+TEST_F(ScatterPlotTest, IsoelasticLabelsGiveWayAlongTheirLines) {
+    show({0, 100}, {0, 100});
+    fixAxes(0, 100);
+    const auto line = [](double value, std::vector<std::pair<double, double>> points) {
+        IsoelasticLine result;
+        result.value = value;
+        result.points = std::move(points);
+        return result;
+    };
+    plot.setIsoelastics({line(1, {{0, 0}, {80, 80}}),        // free at its end
+                         line(2, {{0, 100}, {80, 80.5}}),    // ends in the same place
+                         line(3, {{80, 20}, {80, 80.2}}),    // and this one
+                         line(4, {{10, 50}, {500, 50}}),     // leaves to the right
+                         line(5, {{50, 40}, {50, -700}}),    // leaves at the bottom
+                         line(6, {{30, 30}, {0.5, 30}}),     // would be cut at the left
+                         line(7, {{200, 200}, {300, 300}})}, // never seen
+                        true);
+    const QwtScaleMap xMap = plot.canvasMap(X);
+    const QwtScaleMap yMap = plot.canvasMap(Y);
+    const QRectF canvas = plot.canvas()->contentsRect();
+    std::vector<QRectF> rects;
+    for (const QwtPlotItem* item : plot.itemList(QwtPlotItem::Rtti_PlotMarker)) {
+        rects.push_back(dynamic_cast<const IsoelasticLabel*>(item)->placedRect(plot.font(), xMap, yMap, canvas));
+    }
+    ASSERT_EQ(rects.size(), 7U);
+    // The text's upper right corner keeps its distance of 2.5 pixels each way from a point of the line.
+    const auto anchor = [&](std::size_t i) { return plot.toData(rects[i].topRight() + QPointF(2.5, -2.5)); };
+    EXPECT_NEAR(anchor(0).x(), 80, 1e-9);
+    EXPECT_NEAR(anchor(0).y(), 80, 1e-9);
+    EXPECT_NEAR(anchor(1).y(), 100 - 19.5 * anchor(1).x() / 80, 1e-6);
+    EXPECT_LT(anchor(1).x(), 80);
+    EXPECT_NEAR(anchor(2).x(), 80, 1e-6);
+    EXPECT_LT(anchor(2).y(), 80);
+    EXPECT_NEAR(anchor(3).y(), 50, 1e-6);
+    EXPECT_GT(anchor(3).x(), 90); // the next place, not any
+    EXPECT_NEAR(anchor(4).x(), 50, 1e-6);
+    EXPECT_LT(anchor(4).y(), 15);
+    EXPECT_NEAR(anchor(5).y(), 30, 1e-6);
+    EXPECT_TRUE(rects[6].isEmpty());
+    for (std::size_t i = 0; i < 6; ++i) {
+        EXPECT_TRUE(canvas.contains(rects[i])) << i;
+        for (std::size_t j = 0; j < i; ++j) {
+            EXPECT_FALSE(rects[i].intersects(rects[j])) << i << " and " << j;
+        }
+    }
+}
+
+TEST_F(ScatterPlotTest, TheCanvasShowsItsFocus) {
+    QWidget* edge = plot.canvas()->findChild<QWidget*>("focusEdge");
+    plot.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&plot));
+    QTest::mouseClick(plot.canvas(), Qt::LeftButton, {}, {30, 30});
+    EXPECT_TRUE(edge->isVisible());
+    EXPECT_EQ(edge->geometry(), plot.canvas()->rect());
+    const QImage focused = plot.grab().toImage();
+    plot.canvas()->clearFocus();
+    EXPECT_FALSE(edge->isVisible());
+    EXPECT_NE(plot.grab().toImage(), focused);
 }
 
 TEST_F(ScatterPlotTest, OverlaysAreKeptById) {

@@ -1,13 +1,17 @@
 #include "plot/TracePlot.h"
 
+#include <QApplication>
+#include <QImage>
 #include <QPen>
 #include <qwt_plot_curve.h>
+#include <qwt_plot_legenditem.h>
 #include <qwt_scale_div.h>
 #include <qwt_text.h>
 
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <map>
 
 namespace Tessaly {
 namespace {
@@ -97,6 +101,45 @@ TEST(TracePlotTest, TracesAreDrawnAgainstTimeWithTheirOffset) {
             EXPECT_FALSE(curve->isVisible());
         }
     }
+}
+
+TEST(TracePlotTest, ALegendOverTheCanvasNamesTheShownChannels) {
+    TracePlot plot;
+    plot.resize(300, 200);
+    plot.setupChannels({{1, "525/50"}, {2, "593/46"}, {3, "700/75"}}, {}, 1e6, {}, false);
+    plot.show();
+    QApplication::processEvents();
+    const QSize canvas = plot.canvas()->size();
+    const QImage empty = plot.canvas()->grab().toImage();
+    const std::vector<float> low(400, -1.0F);
+    plot.setTraces({{"fl1_median", low}, {"fl3_median", low}});
+    QApplication::processEvents();
+
+    const QwtPlotItemList legends = plot.itemList(QwtPlotItem::Rtti_PlotLegend);
+    ASSERT_EQ(legends.size(), 1);
+    const auto* legend = static_cast<const QwtPlotLegendItem*>(legends[0]);
+    const auto namesByHeight = [&] {
+        std::map<double, QString> names;
+        for (const QwtPlotItem* item : legend->plotItems()) {
+            names[legend->legendGeometries(item).value(0).top()] = item->title().text();
+        }
+        QStringList sorted;
+        for (const auto& [height, name] : names) {
+            sorted << name;
+        }
+        return sorted;
+    };
+    EXPECT_EQ(namesByHeight(), (QStringList{"FL1 (525/50)", "FL3 (700/75)"}));
+    EXPECT_EQ(plot.canvas()->size(), canvas); // it takes no room
+    const QRect corner(canvas.width() / 2, 2, canvas.width() / 2 - 4, 20);
+    EXPECT_NE(plot.canvas()->grab().toImage().copy(corner), empty.copy(corner));
+
+    // A channel that appears later takes its place.
+    plot.setTraces({{"fl1_median", low}, {"fl2_median", low}, {"fl3_median", low}});
+    plot.canvas()->grab();
+    EXPECT_EQ(namesByHeight(), (QStringList{"FL1 (525/50)", "FL2 (593/46)", "FL3 (700/75)"}));
+    plot.clearTraces();
+    EXPECT_TRUE(legend->plotItems().isEmpty());
 }
 
 } // namespace
