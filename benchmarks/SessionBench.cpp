@@ -4,6 +4,8 @@
 #include "io/VQDReader.h"
 #include "session/PlotFrame.h"
 #include "session/Session.h"
+#include "session/filters/FilterPropagation.h"
+#include "session/filters/PeerMarks.h"
 
 #include <QTemporaryDir>
 
@@ -155,7 +157,62 @@ void kernelsAlone(benchmark::State& state) {
     state.counters["events"] = static_cast<double>(eventCount);
 }
 
+/// The workload's dataset, active among 200 that share its columns; their rules are copies of one another.
+struct ManyDatasets {
+    Session session;
+
+    ManyDatasets() {
+        const Workload& work = workload();
+        EventFilter linked;
+        for (FilterRule rule : work.filter.rules()) {
+            rule.propagationId = "{00000000-0000-0000-0000-00000000000" + std::to_string(linked.ruleCount()) + "}";
+            linked.addRule(rule);
+        }
+        for (int i = 0; i < 200; ++i) {
+            auto entry = session.newEntry();
+            entry->reader = work.dataset->reader;
+            entry->filter = linked;
+            session.append(std::move(entry));
+        }
+        session.setActive(session.datasetAt(0)->id);
+    }
+
+    /// What a refresh computes: the picture of the active dataset, and where its peers differ.
+    void refresh() const {
+        const Workload& work = workload();
+        const auto frame = buildPlotFrame(session, *session.active(), work.settings);
+        benchmark::DoNotOptimize(frame);
+        benchmark::DoNotOptimize(contoursOf(*frame, work.settings));
+        benchmark::DoNotOptimize(peerMarks(session));
+    }
+};
+
+ManyDatasets& manyDatasets() {
+    static ManyDatasets made;
+    return made;
+}
+
+/// A changed polygon goes to all datasets, the active one is shown anew.
+void ruleToAll(benchmark::State& state) {
+    ManyDatasets& many = manyDatasets();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(applyRuleToAll(many.session, 3));
+        many.refresh();
+    }
+    state.counters["events"] = static_cast<double>(eventCount);
+}
+
+void refreshAlone(benchmark::State& state) {
+    const ManyDatasets& many = manyDatasets();
+    for (auto _ : state) {
+        many.refresh();
+    }
+    state.counters["events"] = static_cast<double>(eventCount);
+}
+
 BENCHMARK(filterChange)->Name("filter_change_to_picture")->Unit(benchmark::kMillisecond);
 BENCHMARK(kernelsAlone)->Name("filter_change_to_picture/baseline")->Unit(benchmark::kMillisecond);
+BENCHMARK(ruleToAll)->Name("rule_to_200_datasets")->Unit(benchmark::kMillisecond);
+BENCHMARK(refreshAlone)->Name("rule_to_200_datasets/baseline")->Unit(benchmark::kMillisecond);
 
 } // namespace

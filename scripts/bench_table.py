@@ -21,6 +21,7 @@ RATIO_BARS = {
     "find_nearest": 1.6,
     "find_nearest_log": 2.0,
     "filter_change_to_picture": 1.3,
+    "rule_to_200_datasets": 1.2,
     "click_to_event": 2.0,
     "emodulus_compute": 16.0,
     "emodulus_lookup": 0.5,

@@ -150,19 +150,40 @@ FilterGroup* Session::findFilterGroup(int id) const {
 }
 
 int Session::addFilterGroup(const std::string& name) {
-    auto group = std::make_unique<FilterGroup>();
-    group->id = nextGroupId_++;
-    group->name =
-        name.empty()
-            ? QCoreApplication::translate("Tessaly::Session", "Filter group %1").arg(nextGroupId_).toStdString()
-            : name;
-    const int id = group->id;
-    for (const auto& dataset : datasets_) {
-        dataset->groupEnabled[id] = false;
+    FilterGroup group;
+    group.name = name;
+    addFilterGroups({std::move(group)});
+    return filterGroups_.back()->id;
+}
+
+void Session::addFilterGroups(std::vector<FilterGroup> groups) {
+    for (FilterGroup& added : groups) {
+        added.id = nextGroupId_++;
+        if (added.name.empty()) {
+            const QString name = QCoreApplication::translate("Tessaly::Session", "Filter group %1");
+            added.name = name.arg(nextGroupId_).toStdString();
+        }
+        for (FilterRule& rule : added.rules) {
+            rule.propagationId.clear();
+        }
+        for (const auto& dataset : datasets_) {
+            dataset->groupEnabled[added.id] = false;
+        }
+        filterGroups_.push_back(std::make_unique<FilterGroup>(std::move(added)));
     }
-    filterGroups_.push_back(std::move(group));
     emit notices_.groupsChanged();
-    return id;
+}
+
+bool Session::removeFilterGroup(int id) {
+    if (std::erase_if(filterGroups_, [id](const auto& group) { return group->id == id; }) == 0) {
+        return false;
+    }
+    for (const auto& dataset : datasets_) {
+        dataset->groupEnabled.erase(id);
+    }
+    emit notices_.groupsChanged();
+    emit notices_.eventsChanged();
+    return true;
 }
 
 void Session::addRuleToGroup(int groupId, const FilterRule& rule) {
@@ -170,6 +191,7 @@ void Session::addRuleToGroup(int groupId, const FilterRule& rule) {
         group->rules.push_back(rule);
         group->rules.back().propagationId.clear();
         emit notices_.groupsChanged();
+        emit notices_.eventsChanged();
     }
 }
 
@@ -185,6 +207,7 @@ void Session::setGroupEnabled(int datasetId, int groupId, bool on) {
     if (DatasetEntry* dataset = findById(datasetId)) {
         dataset->groupEnabled[groupId] = on;
         emit notices_.groupsChanged();
+        emit notices_.eventsChanged();
     }
 }
 

@@ -63,6 +63,10 @@ public:
     FilterGroup* findFilterGroup(int id) const;
     /// Adds a group that is off for every dataset; an empty name becomes "Filter group N". Returns its id.
     int addFilterGroup(const std::string& name);
+    /// Adds many in one step, with new ids. Their rules lose their links to other datasets' rules.
+    void addFilterGroups(std::vector<FilterGroup> groups);
+    /// Removes a group from the list and from every dataset's switches. False for an unknown id.
+    bool removeFilterGroup(int id);
     /// Appends a copy of the rule, without its link to other datasets' rules.
     void addRuleToGroup(int groupId, const FilterRule& rule);
     bool isGroupEnabled(const DatasetEntry* dataset, int groupId) const;
