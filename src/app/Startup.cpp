@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QLocale>
 
 // The macro has to stand outside of any namespace.
 static void registerResources() {
@@ -24,6 +25,9 @@ void prepareApplication(QApplication& application) {
     application.setApplicationVersion(QStringLiteral(TESSALY_VERSION));
     application.setOrganizationName(QStringLiteral("Tessaly"));
     application.setWindowIcon(QIcon(QStringLiteral(":/Logo_Orvane_rgb_randlos_keinText.png")));
+    // One notation of numbers in the whole program, also on axes and in spin boxes: "0,12" beside "102.036" would be
+    // read as a hundred thousand.
+    QLocale::setDefault(QLocale::c());
     applyTheme(application);
 }
 

@@ -10,6 +10,7 @@
 #include <QDockWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
@@ -66,6 +67,10 @@ MainWindow::MainWindow(QWidget* parent)
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
     resize(1400, 900);
     setAcceptDrops(true);
+    // A file dropped on a field is opened like one dropped beside it, not typed in.
+    for (QLineEdit* field : findChildren<QLineEdit*>()) {
+        field->setAcceptDrops(false);
+    }
 }
 
 MainWindow::~MainWindow() = default;
@@ -178,8 +183,9 @@ void MainWindow::onUnhandledException(const QString& title, const QString& messa
         return;
     }
     exceptionDialogOpen_ = true;
-    QMessageBox box(QMessageBox::Critical, title, tr("An unexpected error occurred:\n\n%1").arg(message),
-                    QMessageBox::NoButton, this);
+    QMessageBox box(QMessageBox::Critical, title, QString(), QMessageBox::NoButton, this);
+    box.setTextFormat(Qt::PlainText);
+    box.setText(tr("An unexpected error occurred:\n\n%1").arg(message));
     box.addButton(tr("Close"), QMessageBox::RejectRole);
     box.exec();
     exceptionDialogOpen_ = false;

@@ -1,9 +1,15 @@
 #include "app/Theme.h"
 
+#include "app/Startup.h"
+
 #include <QApplication>
 #include <QComboBox>
+#include <QDoubleSpinBox>
 #include <QIcon>
 #include <QImage>
+#include <QLocale>
+#include <qwt_scale_draw.h>
+#include <qwt_text.h>
 
 #include <gtest/gtest.h>
 
@@ -30,6 +36,17 @@ TEST(ThemeTest, PaletteAndSheetReachTheWidgets) {
     QComboBox combo;
     combo.resize(120, combo.sizeHint().height());
     EXPECT_EQ(combo.grab().toImage().pixelColor(60, 0), QColor("#c8cbd0"));
+}
+
+TEST(StartupTest, NumbersHaveOneNotationWhateverTheUsersLanguage) {
+    auto* application = qobject_cast<QApplication*>(QCoreApplication::instance());
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    prepareApplication(*application);
+    QDoubleSpinBox box;
+    box.setMaximum(1e6);
+    box.setValue(102036.25);
+    EXPECT_EQ(box.text(), "102036.25");
+    EXPECT_EQ(QwtScaleDraw().label(0.12).text(), "0.12");
 }
 
 } // namespace

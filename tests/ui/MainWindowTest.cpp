@@ -210,6 +210,23 @@ TEST_F(MainWindowTest, LoadsADroppedFolderOneFileAfterTheOther) {
     EXPECT_EQ(panels().datasets->currentRow(), 2);
 }
 
+TEST_F(MainWindowTest, AFileDroppedOnAFieldIsOpened) {
+    openAndWait(sample("first"));
+    for (const QLineEdit* field : window->findChildren<QLineEdit*>()) {
+        EXPECT_FALSE(field->acceptDrops()) << field->parentWidget()->objectName().toStdString();
+    }
+    QMimeData data;
+    const QString path = sample("second");
+    data.setUrls({QUrl::fromLocalFile(path)});
+    data.setText(path);
+    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(panels().rename, &enter);
+    QDropEvent event(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(panels().rename, &event);
+    ASSERT_TRUE(waitUntilLoaded(2));
+    EXPECT_EQ(window->datasets()[0]->displayName, "first");
+}
+
 TEST_F(MainWindowTest, RefusesForeignAndBrokenFiles) {
     SampleFileOptions foreign;
     foreign.instrument = false;

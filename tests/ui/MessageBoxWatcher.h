@@ -16,6 +16,7 @@ public:
     struct Seen {
         QString title;
         QString text;
+        Qt::TextFormat format = Qt::AutoText;
     };
 
     explicit MessageBoxWatcher(QMessageBox::StandardButton answer = QMessageBox::NoButton) : answer_(answer) {
@@ -31,7 +32,7 @@ private:
         if (!box) {
             return;
         }
-        seen_.push_back({box->windowTitle(), box->text()});
+        seen_.push_back({box->windowTitle(), box->text(), box->textFormat()});
         if (QAbstractButton* button = box->button(answer_)) {
             button->click();
         } else {

@@ -107,7 +107,7 @@ void CalculationsDockWidget::setDatasetMetadata(const VQDMetadata* metadata) {
     const double celsius = temperature.value_or(DefaultTemperature);
     medium_->setText(mediumText(*metadata, params.medium));
     viscosityModel_->setText(viscosityModelText(params.viscosityModel));
-    viscosity_->setText(tr("%1 mPa·s").arg(viscosity(params, celsius), 0, 'f', 3));
+    viscosity_->setText(QString::number(viscosity(params, celsius), 'f', 3)); // the caption names the unit
     temperature_->setText(tr("%1 °C").arg(celsius, 0, 'f', 1));
     if (!temperature) {
         temperature_->setToolTip(tr("Assumed: the file names no temperature."));

@@ -4,6 +4,7 @@
 #include "io/VQDReader.h"
 #include "session/DatasetOpening.h"
 #include "session/Session.h"
+#include "widgets/PlainText.h"
 
 #include <QDebug>
 #include <QMessageBox>
@@ -51,7 +52,7 @@ void DatasetLoader::open(const QString& path) {
     switch (openMeasurement(path, *entry)) {
     case OpenOutcome::Unreadable:
         qWarning() << "Failed to open" << path;
-        QMessageBox::critical(window_, tr("Error"), tr("Failed to open: %1").arg(path));
+        showMessage(window_, QMessageBox::Critical, tr("Error"), tr("Failed to open: %1").arg(path));
         return;
     case OpenOutcome::Unsupported:
         qWarning() << "Not a measurement of the instrument:" << path;

@@ -4,6 +4,7 @@
 #include "session/DatasetOpening.h"
 #include "session/Session.h"
 
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QSignalBlocker>
 
@@ -13,12 +14,22 @@ NameController::NameController(Session& session, QLineEdit& field, QObject* pare
     : QObject(parent),
       session_(session),
       field_(field) {
+    field_.installEventFilter(this);
     connect(&field_, &QLineEdit::editingFinished, this, &NameController::onRenameFinished);
     const SessionNotices& news = session_.notices();
     connect(&news, &SessionNotices::activeChanged, this, &NameController::showName);
     connect(&news, &SessionNotices::datasetReady, this, &NameController::showName);
     connect(&news, &SessionNotices::datasetRenamed, this, &NameController::showName);
     showName();
+}
+
+bool NameController::eventFilter(QObject* object, QEvent* event) {
+    if (object == &field_ && event->type() == QEvent::KeyPress &&
+        static_cast<const QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+        showName();
+        return true;
+    }
+    return QObject::eventFilter(object, event);
 }
 
 void NameController::showName() {

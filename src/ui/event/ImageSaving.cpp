@@ -1,6 +1,7 @@
 #include "ui/event/ImageSaving.h"
 
 #include "plot/ImageViewer.h"
+#include "widgets/PlainText.h"
 #include "widgets/SaveFileDialog.h"
 
 #include <QCoreApplication>
@@ -28,10 +29,8 @@ void saveImageOf(ImageViewer& viewer, QWidget* parent) {
     }
     const QString failure = viewer.writeImage(fileName);
     if (!failure.isEmpty()) {
-        QMessageBox box(QMessageBox::Critical, translated("Error"), translated("Failed to save image: %1").arg(failure),
-                        QMessageBox::Ok, parent);
-        box.setTextFormat(Qt::PlainText);
-        box.exec();
+        showMessage(parent, QMessageBox::Critical, translated("Error"),
+                    translated("Failed to save image: %1").arg(failure));
         return;
     }
     QMessageBox::information(parent, translated("Success"), translated("Image saved successfully."));

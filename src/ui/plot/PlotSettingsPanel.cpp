@@ -1,6 +1,7 @@
 #include "ui/plot/PlotSettingsPanel.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QEvent>
@@ -15,6 +16,7 @@
 #include <QSpinBox>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace Tessaly {
@@ -409,8 +411,23 @@ PlotSettings PlotSettingsPanel::settings() const {
 }
 
 void PlotSettingsPanel::setFeaturesEnabled(bool on) {
-    for (QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
+    const std::array combos{xFeature_, yFeature_, colorFeature_};
+    const auto focused = std::ranges::find_if(combos, [](const QComboBox* combo) { return combo->hasFocus(); });
+    if (!on && focused != combos.end()) {
+        focusOwner_ = *focused;
+    }
+    for (QComboBox* combo : combos) {
         combo->setEnabled(on);
+    }
+    // Switching a control off hands its focus to another one; it comes back unless the user went elsewhere meanwhile.
+    if (!on && focused != combos.end()) {
+        focusHeir_ = QApplication::focusWidget();
+    }
+    if (on && focusOwner_) {
+        if (QApplication::focusWidget() == focusHeir_) {
+            focusOwner_->setFocus();
+        }
+        focusOwner_ = nullptr;
     }
 }
 

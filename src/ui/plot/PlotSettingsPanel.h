@@ -3,6 +3,7 @@
 #include "core/PlotSettings.h"
 
 #include <QGroupBox>
+#include <QPointer>
 
 #include <string>
 #include <vector>
@@ -108,8 +109,10 @@ private:
     QFrame* line_ = nullptr;
     Arrangement arrangement_ = Arrangement::Wide;
     bool isoelasticsOffered_ = false;
-    PlotSettings reported_; ///< as set, with the user's changes
-    PlotSettings shown_;    ///< what the controls said last
+    QPointer<QWidget> focusOwner_; ///< had the focus when the feature combos were switched off
+    QPointer<QWidget> focusHeir_;  ///< has got it then
+    PlotSettings reported_;        ///< as set, with the user's changes
+    PlotSettings shown_;           ///< what the controls said last
 };
 
 } // namespace Tessaly
