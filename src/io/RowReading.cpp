@@ -8,6 +8,7 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <future>
 #include <libdeflate.h>
 #include <span>
 #include <type_traits>
@@ -20,8 +21,12 @@ namespace {
 constexpr std::uint64_t mostChunks = 1ULL << 20;
 constexpr std::uint64_t mostChunksAtOnce = 1ULL << 16;
 
+/// Chunks are fetched in batches of about so many stored bytes; two threads are worth it from the lower number on.
+constexpr std::size_t batchBytes = std::size_t{1} << 20;
+constexpr std::size_t smallestSharedBatch = std::size_t{128} << 10;
+
 /// Shuffling stores the first bytes of all elements, then the second bytes, and so on.
-void unshuffle(const std::vector<std::byte>& planes, std::size_t elementSize, std::byte* target) {
+void unshuffle(std::span<const std::byte> planes, std::size_t elementSize, std::byte* target) {
     const auto restore = [&planes, target](auto size) {
         const std::size_t elements = planes.size() / size;
         for (std::size_t i = 0; i < elements; ++i) {
@@ -71,9 +76,9 @@ bool sameSum(std::uint32_t a, std::uint32_t b) {
     return (a >> 16) % 65535 == (b >> 16) % 65535 && (a & 65535) % 65535 == (b & 65535) % 65535;
 }
 
-/// Takes the checksum off the end of a stored chunk. Old writers on machines of this byte order swapped the bytes of
+/// A stored chunk without the checksum at its end. Old writers on machines of this byte order swapped the bytes of
 /// each half, which counts as right too.
-void takeChecksum(std::vector<std::byte>& stored) {
+std::span<const std::byte> withoutChecksum(std::span<const std::byte> stored) {
     if (stored.size() < checksumLength) {
         throw FileError("a chunk is too short for its checksum");
     }
@@ -82,25 +87,29 @@ void takeChecksum(std::vector<std::byte>& stored) {
     if constexpr (std::endian::native == std::endian::big) {
         kept = kept << 24 | (kept & 0xff00) << 8 | (kept >> 8 & 0xff00) | kept >> 24;
     }
-    stored.resize(stored.size() - checksumLength);
-    const std::uint32_t sum = fletcherSum(stored);
+    const std::span<const std::byte> packed = stored.first(stored.size() - checksumLength);
+    const std::uint32_t sum = fletcherSum(packed);
     const std::uint32_t swapped = (kept & 0x00ff00ff) << 8 | (kept >> 8 & 0x00ff00ff);
     if (!sameSum(sum, kept) && !sameSum(sum, swapped)) {
         throw FileError("the checksum of a chunk is wrong");
     }
+    return packed;
 }
 
 } // namespace
 
-struct RowReader::Unpacker {
+/// What one thread needs to unpack chunks.
+struct RowReader::Workspace {
     libdeflate_decompressor* const decompressor = libdeflate_alloc_decompressor();
+    std::vector<std::byte> inflated;
+    std::vector<std::byte> values;
 
-    Unpacker() = default;
-    ~Unpacker() { libdeflate_free_decompressor(decompressor); }
-    Unpacker(const Unpacker&) = delete;
-    Unpacker& operator=(const Unpacker&) = delete;
+    Workspace() = default;
+    ~Workspace() { libdeflate_free_decompressor(decompressor); }
+    Workspace(const Workspace&) = delete;
+    Workspace& operator=(const Workspace&) = delete;
 
-    void inflate(const std::vector<std::byte>& packed, std::vector<std::byte>& target) const {
+    void inflate(std::span<const std::byte> packed, std::span<std::byte> target) const {
         std::size_t length = 0;
         if (decompressor == nullptr ||
             libdeflate_zlib_decompress(decompressor, packed.data(), packed.size(), target.data(), target.size(),
@@ -132,6 +141,7 @@ RowReader::RowReader(std::int64_t dataset, std::int64_t memoryType)
         throw FileError("the chunks don't fit the dataset");
     }
     filtersAccepted_ = acceptFilters(properties.get());
+    converting_ = H5Tequal(fileType_.get(), memoryType_) <= 0;
     rawEdges_ = (options & H5D_CHUNK_DONT_FILTER_PARTIAL_CHUNKS) != 0;
 }
 
@@ -179,55 +189,109 @@ bool RowReader::moveToNextChunk(Position& chunkStart, const Box& wanted) const {
     return false;
 }
 
-bool RowReader::unpackChunk(const Position& chunkStart) {
-    const std::size_t length = chunkElements_ * elementSize_;
+bool RowReader::fetchChunk(const Position& chunkStart) {
     hsize_t size = 0;
     if (H5Dget_chunk_storage_size(dataset_, chunkStart.data(), &size) < 0 || size == 0) {
         return false;
     }
     // Packing never makes data much longer.
-    if (size > 2 * length + 1024) {
+    if (size > 2 * chunkElements_ * elementSize_ + 1024) {
         throw FileError("a chunk is longer than its data can be");
     }
-    stored_.resize(size);
-    std::uint32_t skipped = 0;
-    requireSuccess(H5Dread_chunk(dataset_, H5P_DEFAULT, chunkStart.data(), &skipped, stored_.data()), "H5Dread_chunk");
+    PackedChunk chunk{chunkStart, stored_.size(), size, 0};
+    stored_.resize(stored_.size() + size);
+    requireSuccess(
+        H5Dread_chunk(dataset_, H5P_DEFAULT, chunkStart.data(), &chunk.skipped, stored_.data() + chunk.offset),
+        "H5Dread_chunk");
     if (rawEdges_ && !isWhole(chunkStart)) {
-        skipped = ~0U;
+        chunk.skipped = ~0U;
     }
-    const auto applies = [skipped](int filter) { return filter >= 0 && (skipped >> filter & 1U) == 0; };
-
-    if (applies(checksumFilter_)) {
-        takeChecksum(stored_);
-    }
-    std::vector<std::byte>* bytes = &stored_;
-    if (applies(deflateFilter_)) {
-        if (!unpacker_) {
-            unpacker_ = std::make_unique<Unpacker>();
-        }
-        bytes = &inflated_;
-        bytes->resize(length);
-        unpacker_->inflate(stored_, *bytes);
-    }
-    if (bytes->size() != length) {
-        throw FileError("a chunk isn't of its declared length");
-    }
-    if (applies(shuffleFilter_)) {
-        values_.resize(length);
-        unshuffle(*bytes, elementSize_, values_.data());
-    } else {
-        values_.swap(*bytes);
-    }
+    batch_.push_back(std::move(chunk));
     return true;
 }
 
-void RowReader::convertValues() {
-    if (H5Tequal(fileType_.get(), memoryType_) > 0) {
+void RowReader::unpackBatch(const Box& wanted, std::byte* target) {
+    const auto unpack = [&](std::size_t begin, std::size_t end, std::unique_ptr<Workspace>& workspace) {
+        if (!workspace) {
+            workspace = std::make_unique<Workspace>();
+        }
+        for (std::size_t i = begin; i < end; ++i) {
+            unpackChunk(batch_[i], wanted, target, *workspace);
+        }
+    };
+    // Converting needs the library, which this thread alone may call.
+    const bool shared = !converting_ && batch_.size() > 1 && stored_.size() >= smallestSharedBatch;
+    const std::size_t middle = shared ? batch_.size() / 2 : batch_.size();
+    std::future<void> helper;
+    if (shared) {
+        helper = std::async(std::launch::async, [&] { unpack(middle, batch_.size(), workspaces_[1]); });
+    }
+    unpack(0, middle, workspaces_[0]); // if it throws, the future waits for the helper
+    if (shared) {
+        helper.get();
+    }
+    batch_.clear();
+    stored_.clear();
+}
+
+/// Where a chunk's values can be written at once: it holds whole rows, all of them wanted. Null if they have to be
+/// copied.
+std::byte* RowReader::directTarget(const Position& chunkStart, const Box& wanted, std::byte* target) const {
+    if (converting_ || chunkStart[0] < wanted.begin[0] || chunkStart[0] + chunk_[0] > wanted.end[0] ||
+        !std::equal(chunk_.begin() + 1, chunk_.end(), extent_.begin() + 1)) {
+        return nullptr;
+    }
+    return target + (chunkStart[0] - wanted.begin[0]) * productOf(std::span(extent_).subspan(1)) * elementSize_;
+}
+
+void RowReader::unpackChunk(const PackedChunk& chunk, const Box& wanted, std::byte* target,
+                            Workspace& workspace) const {
+    const std::size_t length = chunkElements_ * elementSize_;
+    const auto applies = [&chunk](int filter) { return filter >= 0 && (chunk.skipped >> filter & 1U) == 0; };
+    std::byte* const direct = directTarget(chunk.start, wanted, target);
+    const auto whereTo = [direct, length](std::vector<std::byte>& buffer) {
+        if (direct == nullptr) {
+            buffer.resize(length);
+        }
+        return std::span(direct != nullptr ? direct : buffer.data(), length);
+    };
+
+    std::span<const std::byte> bytes = std::span(stored_).subspan(chunk.offset, chunk.size);
+    if (applies(checksumFilter_)) {
+        bytes = withoutChecksum(bytes);
+    }
+    if (applies(deflateFilter_)) {
+        std::span<std::byte> inflated;
+        if (applies(shuffleFilter_)) {
+            workspace.inflated.resize(length);
+            inflated = workspace.inflated;
+        } else {
+            inflated = whereTo(workspace.values);
+        }
+        workspace.inflate(bytes, inflated);
+        bytes = inflated;
+    }
+    if (bytes.size() != length) {
+        throw FileError("a chunk isn't of its declared length");
+    }
+    if (applies(shuffleFilter_)) {
+        unshuffle(bytes, elementSize_, whereTo(workspace.values).data());
+    } else if (!applies(deflateFilter_)) {
+        std::memcpy(whereTo(workspace.values).data(), bytes.data(), length);
+    }
+    if (direct == nullptr) {
+        convertValues(workspace.values);
+        copyValues(chunk.start, wanted, 0, workspace.values.data(), target);
+    }
+}
+
+void RowReader::convertValues(std::vector<std::byte>& values) const {
+    if (!converting_) {
         return;
     }
     // Conversion takes place in the same memory.
-    values_.resize(chunkElements_ * std::max(elementSize_, memorySize_));
-    requireSuccess(H5Tconvert(fileType_.get(), memoryType_, chunkElements_, values_.data(), nullptr, H5P_DEFAULT),
+    values.resize(chunkElements_ * std::max(elementSize_, memorySize_));
+    requireSuccess(H5Tconvert(fileType_.get(), memoryType_, chunkElements_, values.data(), nullptr, H5P_DEFAULT),
                    "H5Tconvert");
 }
 
@@ -279,13 +343,13 @@ bool RowReader::readPacked(const Box& wanted, std::byte* target) {
     chunkStart[0] = wanted.begin[0] / chunk_[0] * chunk_[0];
     bool allWritten = true;
     do {
-        if (unpackChunk(chunkStart)) {
-            convertValues();
-            copyValues(chunkStart, wanted, 0, values_.data(), target);
-        } else {
-            allWritten = false; // the chunks behind are looked at nevertheless, before the library reads them
+        // The chunks behind one that isn't there are looked at nevertheless, before the library reads them.
+        allWritten = fetchChunk(chunkStart) && allWritten;
+        if (stored_.size() >= batchBytes) {
+            unpackBatch(wanted, target);
         }
     } while (moveToNextChunk(chunkStart, wanted));
+    unpackBatch(wanted, target);
     return allWritten;
 }
 
