@@ -1,5 +1,7 @@
 #include "app/Log.h"
 
+#include "core/ErrorReport.h"
+
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
@@ -55,6 +57,27 @@ void appendToFile(const QString& path, const QString& line) {
     }
 }
 
+/// @return the handler that was installed before ours
+QtMessageHandler appendLine(QtMsgType type, const QString& message) {
+    // The texts go in at once, so that a "%1" in the message stays as it is.
+    const QString line = QStringLiteral("%1 [%2] %3").arg(currentTime(), levelWord(type), message);
+    LogState& state = logState();
+    const std::lock_guard lock(state.mutex);
+    state.lines.push_back(line);
+    while (state.lines.size() > longestRing) {
+        state.lines.pop_front();
+    }
+    if (!state.filePath.isEmpty()) {
+        appendToFile(state.filePath, line);
+    }
+    return state.previousHandler;
+}
+
+/// Not through the message handlers: the line stands on the standard error stream already.
+void logReportedError(const std::string& line) {
+    appendLine(QtWarningMsg, QString::fromStdString(line));
+}
+
 } // namespace
 
 void initLogging() {
@@ -74,26 +97,12 @@ void initLogging() {
             state.previousHandler = previous;
         }
     }
+    setErrorSink(logReportedError);
     qInfo().noquote() << "Tessaly session started" << currentTime();
 }
 
 void logMessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& message) {
-    // The texts go in at once, so that a "%1" in the message stays as it is.
-    const QString line = QStringLiteral("%1 [%2] %3").arg(currentTime(), levelWord(type), message);
-    LogState& state = logState();
-    QtMessageHandler previous = nullptr;
-    {
-        const std::lock_guard lock(state.mutex);
-        state.lines.push_back(line);
-        while (state.lines.size() > longestRing) {
-            state.lines.pop_front();
-        }
-        if (!state.filePath.isEmpty()) {
-            appendToFile(state.filePath, line);
-        }
-        previous = state.previousHandler;
-    }
-    if (previous) {
+    if (const QtMessageHandler previous = appendLine(type, message)) {
         previous(type, context, message);
     }
 }

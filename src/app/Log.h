@@ -6,8 +6,9 @@
 namespace Tessaly {
 
 /// Brings the log up: keeps the ten newest of the old log files in the working directory, names this run's file, and
-/// installs logMessageHandler(). Called once, first thing in main and before there is an application object, so that
-/// logs follow the working directory and not the executable.
+/// installs logMessageHandler(); failures that lower layers report (core/ErrorReport.h) go to the log from then on,
+/// too, as warnings. Called once, first thing in main and before there is an application object, so that logs follow
+/// the working directory and not the executable.
 void initLogging();
 
 /// Appends one line "time [level] message" to the ring of recent lines and to this run's file, then calls the handler

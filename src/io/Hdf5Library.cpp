@@ -4,7 +4,6 @@
 
 #include <hdf5.h>
 
-#include <iostream>
 #include <limits>
 #include <type_traits>
 
@@ -107,10 +106,6 @@ std::string hdf5VersionProblem() {
 std::uint64_t saturatedProduct(std::uint64_t a, std::uint64_t b) {
     constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
     return b != 0 && a > largest / b ? largest : a * b;
-}
-
-void reportError(const std::string& line) {
-    std::cerr << line + '\n' << std::flush;
 }
 
 } // namespace Tessaly

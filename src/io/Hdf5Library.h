@@ -65,7 +65,4 @@ std::string hdf5VersionProblem();
 /// "a" times "b" without wrapping: too large a product becomes the largest number.
 std::uint64_t saturatedProduct(std::uint64_t a, std::uint64_t b);
 
-/// Writes one line to the standard error stream in one piece.
-void reportError(const std::string& line);
-
 } // namespace Tessaly

@@ -1,5 +1,6 @@
 #include "MetadataReading.h"
 
+#include "core/ErrorReport.h"
 #include "io/Hdf5Library.h"
 #include "io/HeapText.h"
 #include "io/NumberText.h"

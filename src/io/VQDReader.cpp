@@ -1,5 +1,6 @@
 #include "VQDReader.h"
 
+#include "core/ErrorReport.h"
 #include "core/FeatureCatalogue.h"
 #include "io/ColumnReading.h"
 #include "io/DatasetAccess.h"

@@ -1,5 +1,7 @@
 #include "app/Log.h"
 
+#include "io/VQDReader.h"
+
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
@@ -9,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 
 namespace Tessaly {
@@ -131,6 +134,24 @@ TEST_F(LogTest, AFileThatCannotBeOpenedStopsNothing) {
     }
     qWarning("still in the ring");
     EXPECT_TRUE(recentLogText().endsWith("[WARN ] still in the ring\n"));
+}
+
+/// What the reader says on the standard error stream can't be seen by somebody who started the program from a menu.
+TEST_F(LogTest, FailuresOfLowerLayersReachTheLogOnce) {
+    qInstallMessageHandler(countMessages);
+    initLogging();
+    passedOn = 0;
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(VQDReader().open(folder.filePath("100%1.vqd").toStdString()));
+    const std::string shown = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(shown.find("Error opening file: "), 0U);
+    EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 1);
+    EXPECT_EQ(passedOn, 0); // the handler before ours would write it a second time
+    const QString line = QStringLiteral("[WARN ] ") + QString::fromStdString(shown);
+    EXPECT_TRUE(recentLogText().endsWith(line)) << recentLogText().toStdString();
+    QFile file(logs()[0]);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.readAll().endsWith(line.toUtf8()));
 }
 
 } // namespace

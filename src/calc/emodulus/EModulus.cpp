@@ -3,6 +3,7 @@
 #include "calc/emodulus/Lut.h"
 #include "calc/emodulus/Mesh.h"
 #include "calc/emodulus/Table.h"
+#include "core/ErrorReport.h"
 #include "core/VectorState.h"
 #include "io/VQDReader.h"
 
@@ -11,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <iostream>
 #include <limits>
 #include <span>
 
@@ -78,7 +78,7 @@ void EModulus::loadLocked(std::int32_t lutId) {
     const std::string name = lutFileName(lutId);
     const std::string path = findLutFile(directory, name);
     if (path.empty()) {
-        std::cerr << "EModulus: LUT file not found: " << name << " (searched from " << directory << ")" << std::endl;
+        reportError("EModulus: LUT file not found: " + name + " (searched from " + directory + ")");
         return;
     }
     if (auto lut = readLutFile(path)) {
@@ -125,7 +125,7 @@ std::optional<ComputedColumns> EModulus::computeColumns(const EModulusInput& inp
                                                         const std::stop_token& stop) {
     const Table* table = prepared(params.lutId);
     if (table == nullptr) {
-        std::cerr << "EModulus: failed to build LUT triangulation" << std::endl;
+        reportError("EModulus: failed to build LUT triangulation");
         return std::nullopt;
     }
     const std::vector<double>& area = *input.area;
