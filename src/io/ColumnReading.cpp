@@ -2,6 +2,7 @@
 
 #include "io/DatasetAccess.h"
 #include "io/RowReading.h"
+#include "io/StorageCheck.h"
 
 #include <hdf5.h>
 
@@ -97,6 +98,11 @@ std::uint64_t readRowCount(std::int64_t dataset) {
         throw FileError("the dataset declares more events than can be numbered");
     }
     requirePlausible(dataset, extent[0], sizeof(double));
+    if (extent.size() == 1 && extent[0] != 0) {
+        ColumnPlan first = planColumn(dataset);
+        first.count = 1;
+        readColumn(dataset, first);
+    }
     return extent[0];
 }
 

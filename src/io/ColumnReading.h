@@ -6,8 +6,8 @@
 
 namespace Tessaly {
 
-/// Number of events that a feature's dataset declares: its first dimension.
-/// Throws FileError if there is none, or if it is too large to be believed.
+/// Number of events that a feature's dataset declares: its first dimension. The first value of a column is read, too.
+/// Throws FileError if there is no dimension, if it is too large to be believed, or if that value can't be read.
 std::uint64_t readRowCount(std::int64_t dataset);
 
 /// What a column will take, known before it is read.

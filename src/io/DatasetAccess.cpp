@@ -5,19 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <optional>
-#include <span>
 
 namespace Tessaly {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Up to this many bytes are believed without a look at the storage.
-constexpr std::uint64_t unquestionedBytes = 64ULL << 20;
-/// The common compression can't shrink data to less than one part in 1032.
-constexpr std::uint64_t largestCompression = 1100;
 
 /// Refuses external links into anything but regular files: opening a pipe would wait forever.
 herr_t judgeExternalLink(const char* parentFile, const char*, const char* targetFile, const char*, unsigned*, hid_t,
@@ -41,6 +34,10 @@ herr_t judgeExternalLink(const char* parentFile, const char*, const char* target
 Hdf5Id makeAccess(hid_t kind) {
     Hdf5Id list(H5Pcreate(kind), H5Pclose, "H5Pcreate");
     requireSuccess(H5Pset_elink_cb(list.get(), judgeExternalLink, nullptr), "H5Pset_elink_cb");
+    if (kind == H5P_DATASET_ACCESS) {
+        // Data in files of their own lie beside the measurement file, wherever the program was started.
+        requireSuccess(H5Pset_efile_prefix(list.get(), "${ORIGIN}"), "H5Pset_efile_prefix");
+    }
     return list;
 }
 
@@ -55,28 +52,6 @@ herr_t collectLink(hid_t, const char* name, const H5L_info_t* info, void* target
         return 0;
     } catch (...) {
         return -1;
-    }
-}
-
-/// Bytes that a dataset takes in its file, whatever larger number the file states.
-std::uint64_t storedBytes(hid_t dataset) {
-    const Hdf5Id file(H5Iget_file_id(dataset), H5Fclose, "H5Iget_file_id");
-    hsize_t size = 0;
-    requireSuccess(H5Fget_filesize(file.get(), &size), "H5Fget_filesize");
-    return std::min<std::uint64_t>(H5Dget_storage_size(dataset), size);
-}
-
-/// @param asked  bytes of memory that are to be filled
-/// @param unpacked  the same in the width of the file
-/// @param whole  declared size of the whole dataset in bytes, if it isn't stored in chunks
-void requireStorageInFile(hid_t dataset, std::uint64_t asked, std::uint64_t unpacked,
-                          std::optional<std::uint64_t> whole) {
-    // Data that were never written have no storage; they read as the fill value.
-    if (whole && H5Dget_storage_size(dataset) != 0 && storedBytes(dataset) < *whole) {
-        throw FileError("the stored data are smaller than the declared size");
-    }
-    if (asked > unquestionedBytes && !isBackedByStorage(dataset, unpacked)) {
-        throw FileError("the declared size is out of proportion to the stored data");
     }
 }
 
@@ -135,41 +110,6 @@ std::vector<std::uint64_t> datasetExtent(std::int64_t dataset) {
         requireSuccess(H5Sget_simple_extent_dims(space.get(), extent.data(), nullptr), "H5Sget_simple_extent_dims");
     }
     return {extent.begin(), extent.begin() + rank};
-}
-
-void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_t memorySize) {
-    const Hdf5Id type(H5Dget_type(dataset), H5Tclose, "H5Dget_type");
-    const std::uint64_t elementSize = H5Tget_size(type.get());
-    const Hdf5Id properties(H5Dget_create_plist(dataset), H5Pclose, "H5Dget_create_plist");
-    const H5D_layout_t layout = H5Pget_layout(properties.get());
-    if (layout != H5D_COMPACT && layout != H5D_CONTIGUOUS && layout != H5D_CHUNKED) {
-        throw FileError("the data are spread over other datasets");
-    }
-    if (H5Pget_external_count(properties.get()) != 0) {
-        throw FileError("the data lie outside of the file");
-    }
-    std::uint64_t unpacked = saturatedProduct(elements, elementSize);
-    std::uint64_t bytes = std::max(unpacked, saturatedProduct(elements, memorySize));
-    // Compact data lie in the object's header; without any, the library would read from nowhere.
-    if (layout == H5D_COMPACT && bytes != 0 && H5Dget_storage_size(dataset) == 0) {
-        throw FileError("the stored data are missing");
-    }
-    if (layout != H5D_CHUNKED) {
-        return requireStorageInFile(dataset, bytes, unpacked, productOf(datasetExtent(dataset), elementSize));
-    }
-    // The library unpacks whole chunks.
-    std::array<hsize_t, H5S_MAX_RANK> chunk{};
-    const int rank = std::max(H5Pget_chunk(properties.get(), H5S_MAX_RANK, chunk.data()), 0);
-    unpacked = std::max(unpacked, productOf(std::span(chunk).first(static_cast<std::size_t>(rank)), elementSize));
-    bytes = std::max(bytes, unpacked);
-    // Adding up the sizes of many chunks is slow, and little memory is at stake.
-    if (bytes > unquestionedBytes) {
-        requireStorageInFile(dataset, bytes, unpacked, std::nullopt);
-    }
-}
-
-bool isBackedByStorage(std::int64_t dataset, std::uint64_t bytes) {
-    return bytes / largestCompression <= storedBytes(dataset);
 }
 
 } // namespace Tessaly

@@ -40,12 +40,4 @@ std::uint64_t productOf(const Lengths& lengths, std::uint64_t factor = 1) {
 /// Lengths of all dimensions; empty for a scalar or an empty dataspace.
 std::vector<std::uint64_t> datasetExtent(std::int64_t dataset);
 
-/// Throws FileError unless a reading of `elements` elements may be believed and is worth its memory: the data lie in
-/// this file, their storage has the declared size, and what is declared is in a sane proportion to what is stored.
-/// @param memorySize  bytes that the caller will spend on an element
-void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_t memorySize);
-
-/// Whether so many unpacked bytes of a dataset can come from its storage, and are not merely declared.
-bool isBackedByStorage(std::int64_t dataset, std::uint64_t bytes);
-
 } // namespace Tessaly

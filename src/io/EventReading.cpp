@@ -2,6 +2,7 @@
 
 #include "io/DatasetAccess.h"
 #include "io/RowReading.h"
+#include "io/StorageCheck.h"
 
 #include <hdf5.h>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/ErrorReport.h"
+
 #include <cstdint>
 #include <mutex>
 #include <stdexcept>

@@ -1,6 +1,7 @@
 #include "PictureSource.h"
 
 #include "io/DatasetAccess.h"
+#include "io/StorageCheck.h"
 
 #include <hdf5.h>
 

@@ -342,6 +342,8 @@ bool RowReader::readPacked(const Box& wanted, std::byte* target) {
     Position chunkStart(extent_.size(), 0);
     chunkStart[0] = wanted.begin[0] / chunk_[0] * chunk_[0];
     bool allWritten = true;
+    batch_.clear(); // of a reading that failed
+    stored_.clear();
     do {
         // The chunks behind one that isn't there are looked at nevertheless, before the library reads them.
         allWritten = fetchChunk(chunkStart) && allWritten;

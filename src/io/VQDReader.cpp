@@ -142,15 +142,15 @@ void OpenFile::listTraces(Contents& contents) const {
 }
 
 void OpenFile::countEvents(Contents& contents) const {
-    if (contents.featureNames.empty()) {
-        return;
-    }
-    try {
-        if (const std::optional<Hdf5Id> events = eventsGroup()) {
-            contents.eventCount = readRowCount(access.openDataset(events->get(), contents.featureNames.front()).get());
+    for (const std::string& name : contents.featureNames) {
+        try {
+            if (const std::optional<Hdf5Id> events = eventsGroup()) {
+                contents.eventCount = readRowCount(access.openDataset(events->get(), name).get());
+                return;
+            }
+        } catch (const std::exception& error) {
+            reportError("Error determining event count: '" + name + "': " + error.what());
         }
-    } catch (const std::exception& error) {
-        reportError(std::string("Error determining event count: ") + error.what());
     }
 }
 

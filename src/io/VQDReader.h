@@ -55,7 +55,7 @@ public:
     /// Whether the file comes from the maker's instrument. Meaningful only after readMetadata().
     bool isInstrumentData() const;
 
-    /// Length of the first feature in name order; 0 without features.
+    /// Length of the first feature in name order that can be read; 0 without any.
     std::uint64_t eventCount() const;
     /// Names of stored and computed features, ascending bytewise: a copy, which nobody changes.
     std::vector<std::string> featureNames() const;
