@@ -3,6 +3,7 @@
 #include "io/DatasetAccess.h"
 #include "io/Hdf5Library.h"
 #include "io/RowReading.h"
+#include "io/StorageCheck.h"
 #include "io/VQDReader.h"
 
 #include <hdf5.h>
@@ -122,7 +123,7 @@ private:
                 return;
             }
             if (name != "image" && name != "mask") {
-                reader_.getFeature(name);
+                reader_.valueAt(name, 0);
             }
         }
     }
