@@ -5,7 +5,7 @@
 #include "core/FeatureCatalogue.h"
 #include "io/VQDReader.h"
 #include "plot/ScatterPlot.h"
-#include "ui/DatasetsPanel.h"
+#include "ui/datasets/DatasetsPanel.h"
 #include "ui/MainPanels.h"
 #include "ui/MainWindow.h"
 
@@ -115,7 +115,7 @@ void cycles(const std::string& path, int count) {
     const double empty = statusKilobytes("VmRSS");
     for (int i = 0; i < count; ++i) {
         openAndPaint(*window, path);
-        emit window->panels().datasets->removeRequested();
+        emit window->panels().datasets->removeRequested(window->datasets().back()->id);
         QCoreApplication::processEvents();
         print("left", statusKilobytes("VmRSS") - empty);
     }

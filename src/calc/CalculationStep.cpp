@@ -1,6 +1,6 @@
 #include "calc/CalculationStep.h"
 
-#include <iostream>
+#include "core/ErrorReport.h"
 
 namespace Tessaly {
 
@@ -14,7 +14,7 @@ void reportUnreadable(const std::string& engine, const std::string& what, const 
     if (!result.firstProblem.empty()) {
         line += ", the first one: " + result.firstProblem;
     }
-    std::cerr << line + '\n' << std::flush;
+    reportError(line);
 }
 
 } // namespace Tessaly

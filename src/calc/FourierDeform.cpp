@@ -1,13 +1,13 @@
 #include "calc/FourierDeform.h"
 
 #include "calc/RadialSeries.h"
+#include "core/ErrorReport.h"
 #include "io/VQDReader.h"
 
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <cmath>
-#include <iostream>
 #include <stdexcept>
 #include <utility>
 
@@ -193,7 +193,7 @@ FourierResult FourierDeform::analyzeContour(std::span<const OutlinePoint> points
     try {
         return analyze(points, harmonics, resample);
     } catch (const std::exception& error) {
-        std::cerr << std::string("[FCA] ") + error.what() + '\n' << std::flush;
+        reportError(std::string("[FCA] ") + error.what());
     } catch (...) {
         // Told by the values alone.
     }

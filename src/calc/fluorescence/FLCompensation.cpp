@@ -1,10 +1,10 @@
 #include "calc/fluorescence/FLCompensation.h"
 
+#include "core/ErrorReport.h"
 #include "io/VQDReader.h"
 
 #include <algorithm>
 #include <array>
-#include <iostream>
 #include <limits>
 
 namespace Tessaly {
@@ -48,7 +48,7 @@ StepResult compensateCrosstalk(const std::vector<CompensationChannel>& channels,
     }
     const std::optional<SquareMatrix> inverse = inverseOf(matrix);
     if (!inverse) {
-        std::cerr << "FLCompensation: spillover matrix is singular\n" << std::flush;
+        reportError("FLCompensation: spillover matrix is singular");
         return result;
     }
     ComputedColumns columns;
