@@ -4,6 +4,7 @@
 #include "io/VQDReader.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <cmath>
@@ -44,13 +45,35 @@ QStringList withoutEmpty(QStringList parts) {
     return parts;
 }
 
+QString eventsText(const DatasetEntry& entry) {
+    return tr("%1 events").arg(eventCountOf(entry));
+}
+
+QStringList labelDetails(const DatasetEntry& entry) {
+    return withoutEmpty({isReservoir(entry.metadata) ? tr("Reservoir") : QString(), flowRateText(entry.metadata),
+                         runText(entry.metadata), eventsText(entry)});
+}
+
 } // namespace
 
+QString inOneLine(QString name) {
+    static const QRegularExpression lineBreak(QStringLiteral("\\r\\n|[\\n\\v\\f\\r\\x{85}\\x{2028}\\x{2029}]"));
+    return name.replace(lineBreak, QStringLiteral(" "));
+}
+
 QString datasetLabelHtml(const DatasetEntry& entry) {
-    const QStringList details =
-        withoutEmpty({isReservoir(entry.metadata) ? tr("Reservoir") : QString(), flowRateText(entry.metadata),
-                      runText(entry.metadata), tr("%1 events").arg(eventCountOf(entry))});
-    return QStringLiteral("<b>%1</b> (%2)").arg(entry.displayName.toHtmlEscaped(), details.join(", ").toHtmlEscaped());
+    return QStringLiteral("<b>%1</b> (%2)")
+        .arg(inOneLine(entry.displayName).toHtmlEscaped(), labelDetails(entry).join(", ").toHtmlEscaped());
+}
+
+QStringList datasetNarrowLabels(const DatasetEntry& entry) {
+    const QString name = inOneLine(entry.displayName).toHtmlEscaped();
+    QStringList labels;
+    for (const QStringList& details :
+         {labelDetails(entry), withoutEmpty({flowRateText(entry.metadata), eventsText(entry)})}) {
+        labels << QStringLiteral("<b>%1</b><br><small>%2</small>").arg(name, details.join(", ").toHtmlEscaped());
+    }
+    return labels;
 }
 
 QString plotStatusText(const DatasetEntry& entry, std::optional<int> shown) {
@@ -61,12 +84,12 @@ QString plotStatusText(const DatasetEntry& entry, std::optional<int> shown) {
         events = tr("%1/%2 events shown (%3% pass filter)")
                      .arg(QString::number(*shown), QString::number(count), QString::number(percent, 'f', 1));
     } else {
-        events = tr("%1 events").arg(count);
+        events = eventsText(entry);
     }
     const QStringList details =
         withoutEmpty({flowRateText(entry.metadata), isReservoir(entry.metadata) ? tr("Reservoir") : QString(),
                       runText(entry.metadata), events});
-    return tr("Loaded: %1 (%2)").arg(entry.displayName, details.join(", "));
+    return tr("Loaded: %1 (%2)").arg(inOneLine(entry.displayName), details.join(", "));
 }
 
 } // namespace Tessaly

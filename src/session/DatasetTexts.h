@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -8,8 +9,13 @@ namespace Tessaly {
 
 struct DatasetEntry;
 
+/// A name in one line: each line break becomes a blank.
+QString inOneLine(QString name);
+
 /// Rich text of a dataset in lists: name in bold, then reservoir mark, flow rate, run number and event count.
 QString datasetLabelHtml(const DatasetEntry& entry);
+/// The same in two lines for narrow lists: with all details, and with flow rate and event count only.
+QStringList datasetNarrowLabels(const DatasetEntry& entry);
 
 /// Status line of a shown dataset. @param shown  events left by filter and cleaning, nullopt if all are shown
 QString plotStatusText(const DatasetEntry& entry, std::optional<int> shown);

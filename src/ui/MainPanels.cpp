@@ -8,6 +8,7 @@
 #include "ui/filters/FilterDockWidget.h"
 #include "ui/plot/PlotSettingsPanel.h"
 #include "ui/plot/StatisticsDockWidget.h"
+#include "widgets/ElidedLabel.h"
 
 #include <QCoreApplication>
 #include <QDockWidget>
@@ -112,12 +113,9 @@ QLayout* buildEventRow(MainPanels& panels) {
 QWidget* buildCentre(MainPanels& panels) {
     auto* centre = new QWidget;
     auto* layout = new QVBoxLayout(centre);
-    panels.status = new QLabel;
+    panels.status = new ElidedLabel;
     panels.status->setObjectName(QStringLiteral("statusLabel"));
     panels.status->setStyleSheet(QLatin1String(StatusStyle));
-    panels.status->setTextFormat(Qt::PlainText);
-    // A long dataset name must not widen the window.
-    panels.status->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     layout->addWidget(panels.status);
     layout->addLayout(buildRenameRow(panels));
 

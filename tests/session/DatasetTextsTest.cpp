@@ -34,6 +34,14 @@ TEST(DatasetTextsTest, LabelAndStatus) {
         EXPECT_EQ(datasetLabelHtml(entry), "<b>Run</b> (" + shown + "3 events)") << text;
     }
 
+    entry.metadata.setup = {{"flow rate", "0.06"}, {"chip region", "reservoir"}};
+    entry.displayName = QStringLiteral("a\r\nb<\u2028c\nd");
+    EXPECT_TRUE(datasetLabelHtml(entry).startsWith("<b>a b&lt; c d</b> (")) << "line breaks become blanks";
+    EXPECT_TRUE(plotStatusText(entry, 2).startsWith("Loaded: a b< c d ("));
+    EXPECT_EQ(datasetNarrowLabels(entry),
+              QStringList({QStringLiteral("<b>a b&lt; c d</b><br><small>Reservoir, 0.06 µL/s, 3 events</small>"),
+                           QStringLiteral("<b>a b&lt; c d</b><br><small>0.06 µL/s, 3 events</small>")}));
+
     const DatasetEntry withoutFile;
     EXPECT_EQ(plotStatusText(withoutFile, 0), "Loaded:  (0/0 events shown (0.0% pass filter))");
 }

@@ -3,17 +3,20 @@
 #include "ui/datasets/DatasetListWidget.h"
 #include "ui/datasets/DatasetTreeWidget.h"
 #include "widgets/DatasetDrag.h"
+#include "widgets/ToolTips.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QDropEvent>
+#include <QLabel>
 #include <QMenu>
 #include <QMimeData>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTest>
+#include <QTextDocument>
 
 #include <gtest/gtest.h>
 
@@ -132,6 +135,72 @@ TEST_F(DatasetsPanelTest, AClickChoosesByIdAndEmptySpaceChangesNothing) {
     EXPECT_EQ(chosen[2][0].toInt(), 7);
     QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(treeItem(7)->parent()).center());
     EXPECT_EQ(chosen.count(), 3);
+}
+
+TEST_F(DatasetsPanelTest, TheMarkStaysOnTheActiveDataset) {
+    make();
+    panel->setRows(threeRows());
+    panel->setCurrentId(3);
+    auto* list = panel->list();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::ControlModifier,
+                      list->visualItemRect(list->item(1)).center());
+    EXPECT_TRUE(list->item(1)->isSelected());
+    mode()->setCurrentIndex(1);
+    auto* tree = panel->tree();
+    QSignalSpy chosen(panel.get(), &DatasetsPanel::datasetChosen);
+    const QRect row = tree->visualItemRect(treeItem(3));
+    const struct {
+        const char* where;
+        QPoint position;
+        Qt::KeyboardModifiers keys;
+    } clicks[] = {{"folder", tree->visualItemRect(treeItem(3)->parent()).center(), {}},
+                  {"top folder", tree->visualItemRect(tree->topLevelItem(0)).center(), Qt::ControlModifier},
+                  {"empty space", tree->viewport()->rect().bottomLeft() + QPoint(30, -10), {}},
+                  {"the dataset itself", row.center(), Qt::ControlModifier}};
+    for (const auto& click : clicks) {
+        QTest::mouseClick(tree->viewport(), Qt::LeftButton, click.keys, click.position);
+        EXPECT_EQ(tree->selectedItems(), QList{treeItem(3)}) << click.where;
+        EXPECT_FALSE(chosen.count() > 0 && chosen.last() != QVariantList{3}) << click.where;
+    }
+    // One tone from the left edge, under the branch, to the right one.
+    const QImage picture = tree->viewport()->grab().toImage();
+    EXPECT_EQ(picture.pixelColor(2, row.top() + 1), picture.pixelColor(row.right() - 2, row.top() + 1));
+    EXPECT_NE(picture.pixelColor(2, row.top() + 1), picture.pixelColor(2, row.bottom() + 3));
+    // The keys go on from the folder that was clicked.
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, clicks[0].position);
+    QTest::keyClick(tree, Qt::Key_Down);
+    EXPECT_EQ(tree->selectedItems(), QList{treeItem(7)});
+}
+
+TEST_F(DatasetsPanelTest, ToolTipsTellAllAndTakeNamesForText) {
+    make();
+    panel->setRows({{1, "<b>a &lt;b&gt;</b> (2 events)", "/data/<i>x</i>&amp;/a.vqd"}});
+    mode()->setCurrentIndex(1);
+    for (const QString& tip : {panel->list()->item(0)->toolTip(), treeItem(1)->toolTip(0)}) {
+        EXPECT_TRUE(Qt::mightBeRichText(tip));
+        QTextDocument shown;
+        shown.setHtml(tip);
+        EXPECT_EQ(shown.toPlainText(), "a <b> (2 events)\n/data/<i>x</i>&amp;/a.vqd");
+    }
+    EXPECT_EQ(plainToolTip("a < b & c"), "a < b & c");
+    QTextDocument shown;
+    shown.setHtml(plainToolTip("<b>x</b>\n&lt;"));
+    EXPECT_EQ(shown.toPlainText(), "<b>x</b>\n&lt;");
+}
+
+TEST_F(DatasetsPanelTest, SaysHowToGetDatasets) {
+    make();
+    for (int view = 0; view < 2; ++view) {
+        mode()->setCurrentIndex(view);
+        const QWidget* shown = view == 0 ? static_cast<QWidget*>(panel->list()) : panel->tree();
+        const auto* hint = shown->findChild<QLabel*>("emptyHint");
+        panel->setRows({});
+        EXPECT_TRUE(hint->isVisible() && hint->text().contains("File > Open"));
+        panel->resize(300 + view, 410);
+        EXPECT_EQ(hint->size(), hint->parentWidget()->size());
+        panel->setRows(threeRows());
+        EXPECT_FALSE(hint->isVisible());
+    }
 }
 
 TEST_F(DatasetsPanelTest, ShowsFoldersUpToTheDepth) {

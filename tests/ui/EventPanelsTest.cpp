@@ -44,6 +44,33 @@ TEST(MetadataPanelTest, GroupsBySectionInOrder) {
     EXPECT_TRUE(panel.isEmpty());
 }
 
+TEST(MetadataPanelTest, ALongKeyLeavesRoomForTheValues) {
+    VQDMetadata metadata;
+    metadata.setup[std::string(200, 'k')] = "<b>" + std::string(200, 'v');
+    metadata.setup["short"] = "1";
+    MetadataPanel panel;
+    panel.show();
+    const auto* hint = panel.findChild<QLabel*>("emptyHint");
+    EXPECT_TRUE(hint->isVisible());
+    for (const int width : {300, 200, 500}) {
+        panel.resize(width, 300);
+        panel.showMetadata(metadata);
+        const int room = panel.viewport()->width();
+        EXPECT_NEAR(panel.columnWidth(0), room / 2, 2);
+        EXPECT_EQ(panel.columnWidth(0) + panel.columnWidth(1), room) << "nothing scrolls sideways";
+        panel.resize(width - 40, 300);
+        EXPECT_NEAR(panel.columnWidth(0), panel.viewport()->width() / 2, 2);
+    }
+    EXPECT_FALSE(hint->isVisible());
+    const QTreeWidgetItem* item = panel.topLevelItem(0)->child(0);
+    EXPECT_EQ(item->toolTip(0), QString(200, 'k'));
+    EXPECT_TRUE(item->toolTip(1).contains("&lt;b&gt;v")) << "not as markup";
+    // A short key gets what it needs and no more.
+    metadata.setup.erase(std::string(200, 'k'));
+    panel.showMetadata(metadata);
+    EXPECT_LT(panel.columnWidth(0), panel.viewport()->width() / 3);
+}
+
 TEST(StatisticsDockWidgetTest, ListsTheFiguresOfBothAxes) {
     StatisticsDockWidget panel;
     const auto* table = panel.findChild<QTreeWidget*>();

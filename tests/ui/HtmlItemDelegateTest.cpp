@@ -31,6 +31,38 @@ TEST_F(HtmlItemDelegateTest, MarkupTakesNoRoomAndNothingWraps) {
     EXPECT_GT(hint("a &lt; b").width(), hint("a b").width());
 }
 
+TEST_F(HtmlItemDelegateTest, TheNameIsShortenedAndTheDetailsStay) {
+    list.clear();
+    list.addItem("<b>" + QString(60, 'n') + "end</b> (0.04 &lt; 2400 events)");
+    QStyleOptionViewItem option;
+    option.font = list.font();
+    const QModelIndex index = list.model()->index(0, 0);
+    const int whole = delegate.sizeHint(option, index).width();
+    EXPECT_FALSE(delegate.shownText(option, index, whole).contains(QChar(0x2026)));
+    const QString cut = delegate.shownText(option, index, whole - 40);
+    EXPECT_TRUE(cut.startsWith("nnn") && cut.contains(QChar(0x2026)) && cut.endsWith("end (0.04 < 2400 events)"))
+        << qPrintable(cut);
+    // Where hardly anything of the name would be left, the narrow texts come in: the first that fits.
+    list.item(0)->setData(HtmlItemDelegate::NarrowTextsRole,
+                          QStringList{"<b>" + QString(60, 'n') + "end</b><br>0.04, and a lot more, 2400 events",
+                                      "<b>" + QString(60, 'n') + "end</b><br>2400 events"});
+    const QFontMetrics metrics(list.font());
+    const QString middle =
+        delegate.shownText(option, index, metrics.horizontalAdvance("0.04, and a lot more, 2400 events") + 20);
+    EXPECT_TRUE(middle.startsWith("nn") && middle.endsWith("\n0.04, and a lot more, 2400 events"))
+        << qPrintable(middle);
+    const QString narrow = delegate.shownText(option, index, metrics.horizontalAdvance("2400 events") + 20);
+    EXPECT_TRUE(narrow.startsWith("n") && narrow.endsWith("\n2400 events")) << qPrintable(narrow);
+    // A view that doesn't scroll sideways makes its rows as high as that.
+    const int oneLine = list.sizeHintForRow(0);
+    list.setItemDelegate(&delegate);
+    list.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list.resize(100, 200);
+    list.show();
+    EXPECT_GT(list.sizeHintForRow(0), oneLine * 3 / 2);
+    EXPECT_EQ(list.visualItemRect(list.item(0)).width(), list.viewport()->width());
+}
+
 TEST_F(HtmlItemDelegateTest, TextStaysInsideTheMargins) {
     list.clear();
     list.addItem(QString(100, 'M'));

@@ -75,7 +75,8 @@ void DatasetController::clearSession() {
 void DatasetController::showRows() {
     std::vector<DatasetRow> rows;
     for (const auto& dataset : session_.datasets()) {
-        rows.push_back({dataset->id, datasetLabelHtml(*dataset), QString::fromStdString(dataset->filePath)});
+        rows.push_back({dataset->id, datasetLabelHtml(*dataset), QString::fromStdString(dataset->filePath),
+                        datasetNarrowLabels(*dataset)});
     }
     list_.setRows(rows);
     list_.setCurrentId(session_.activeId());
@@ -83,7 +84,7 @@ void DatasetController::showRows() {
 
 void DatasetController::showName(int id) {
     if (const DatasetEntry* dataset = session_.findById(id)) {
-        list_.setRowText(id, datasetLabelHtml(*dataset));
+        list_.setRowText(id, datasetLabelHtml(*dataset), datasetNarrowLabels(*dataset));
     }
 }
 

@@ -15,6 +15,7 @@ DatasetListWidget::DatasetListWidget(QWidget* parent) : QListWidget(parent) {
     setSelectionMode(QAbstractItemView::SingleSelection);
     setAlternatingRowColors(true);
     setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setResizeMode(QListView::Adjust); // rows get higher where the list is narrow
 }
 
 int DatasetListWidget::rowOfId(int id) const {
@@ -24,6 +25,11 @@ int DatasetListWidget::rowOfId(int id) const {
         }
     }
     return -1;
+}
+
+QItemSelectionModel::SelectionFlags DatasetListWidget::selectionCommand(const QModelIndex& index, const QEvent*) const {
+    // The mark stays on the active dataset, also when the Control key is held down.
+    return index.isValid() ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::NoUpdate;
 }
 
 QStringList DatasetListWidget::mimeTypes() const {

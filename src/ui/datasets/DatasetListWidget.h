@@ -20,6 +20,8 @@ signals:
     void internalReorderRequested(int fromRow, int toRow);
 
 protected:
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
+                                                         const QEvent* event = nullptr) const override;
     QStringList mimeTypes() const override;
     QMimeData* mimeData(const QList<QListWidgetItem*>& items) const override;
     void startDrag(Qt::DropActions supportedActions) override;

@@ -6,6 +6,7 @@
 #include <QDropEvent>
 #include <QHeaderView>
 #include <QMimeData>
+#include <QPainter>
 #include <QTimer>
 #include <QTreeWidgetItemIterator>
 
@@ -14,8 +15,7 @@ namespace Tessaly {
 DatasetTreeWidget::DatasetTreeWidget(QWidget* parent) : QTreeWidget(parent) {
     setHeaderHidden(true);
     setColumnCount(1);
-    header()->setStretchLastSection(false);
-    header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    setIndentation(14);
     prepareForDatasetDrags(this);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setAlternatingRowColors(true);
@@ -33,6 +33,30 @@ QTreeWidgetItem* DatasetTreeWidget::itemOfId(int id) const {
         }
     }
     return nullptr;
+}
+
+void DatasetTreeWidget::resizeEvent(QResizeEvent* event) {
+    QTreeWidget::resizeEvent(event);
+    scheduleDelayedItemsLayout(); // rows get higher where the tree is narrow
+}
+
+QItemSelectionModel::SelectionFlags DatasetTreeWidget::selectionCommand(const QModelIndex& index,
+                                                                        const QEvent* event) const {
+    // The mark stays on the active dataset, whatever is clicked and with whatever key held down.
+    if (idOf(itemFromIndex(index)) < 0) {
+        return QItemSelectionModel::NoUpdate;
+    }
+    return QTreeWidget::selectionCommand(index, event) & QItemSelectionModel::NoUpdate
+               ? QItemSelectionModel::NoUpdate
+               : QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows;
+}
+
+void DatasetTreeWidget::drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const {
+    // In one colour with the item itself.
+    if (selectionModel()->isSelected(index)) {
+        painter->fillRect(rect, palette().brush(QPalette::Active, QPalette::Highlight));
+    }
+    QTreeWidget::drawBranches(painter, rect, index);
 }
 
 QStringList DatasetTreeWidget::mimeTypes() const {

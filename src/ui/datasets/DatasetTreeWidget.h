@@ -22,6 +22,10 @@ signals:
     void internalReorderRequested(int sourceId, int targetId, bool after);
 
 protected:
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
+                                                         const QEvent* event = nullptr) const override;
+    void resizeEvent(QResizeEvent* event) override;
+    void drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const override;
     QStringList mimeTypes() const override;
     QMimeData* mimeData(const QList<QTreeWidgetItem*>& items) const override;
     void startDrag(Qt::DropActions supportedActions) override;

@@ -3,7 +3,9 @@
 #include "session/DatasetFolderTree.h"
 #include "ui/datasets/DatasetListWidget.h"
 #include "ui/datasets/DatasetTreeWidget.h"
+#include "widgets/EmptyHint.h"
 #include "widgets/HtmlItemDelegate.h"
+#include "widgets/ToolTips.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -18,6 +20,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <functional>
 
 namespace Tessaly {
 
@@ -31,6 +34,24 @@ constexpr int MaxDepth = 4;
 
 QString plainText(const QString& html) {
     return QTextDocumentFragment::fromHtml(html).toPlainText();
+}
+
+// All of a row: name and details, which the row itself may cut, and where the file is.
+QString toolTipOf(const DatasetRow& row) {
+    return QStringLiteral("%1<br>%2").arg(row.html, row.filePath.toHtmlEscaped());
+}
+
+// List and tree show a row alike.
+void describeRow(const DatasetRow& row, const std::function<void(int role, const QVariant& value)>& set) {
+    set(Qt::DisplayRole, row.html);
+    set(Qt::UserRole, row.id);
+    set(Qt::AccessibleTextRole, plainText(row.html));
+    set(Qt::ToolTipRole, toolTipOf(row));
+    set(HtmlItemDelegate::NarrowTextsRole, row.narrow);
+}
+
+void fillItem(QListWidgetItem* item, const DatasetRow& row) {
+    describeRow(row, [item](int role, const QVariant& value) { item->setData(role, value); });
 }
 
 } // namespace
@@ -96,6 +117,11 @@ void DatasetsPanel::buildViews() {
     tree_->setAccessibleName(tr("Datasets by folder"));
     tree_->setItemDelegate(new HtmlItemDelegate(tree_));
     tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    for (QAbstractItemView* view : std::initializer_list<QAbstractItemView*>{list_, tree_}) {
+        // Rows are shortened to the width of the view, so that flow rate and count stay in sight.
+        view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        new EmptyHint(tr("No datasets yet. Drop .vqd files or folders here, or use File > Open."), view);
+    }
     stack_ = new QStackedWidget;
     stack_->addWidget(list_);
     stack_->addWidget(tree_);
@@ -133,10 +159,8 @@ void DatasetsPanel::setRows(const std::vector<DatasetRow>& rows) {
         const QSignalBlocker blocker(list_);
         list_->clear();
         for (const DatasetRow& row : rows_) {
-            auto* item = new QListWidgetItem(row.html, list_);
-            item->setData(Qt::UserRole, row.id);
-            item->setData(Qt::AccessibleTextRole, plainText(row.html));
-            item->setToolTip(row.filePath);
+            auto* item = new QListWidgetItem(list_);
+            fillItem(item, row);
             item->setFlags(item->flags() & ~Qt::ItemIsDropEnabled);
         }
         list_->setCurrentRow(rowOf(current));
@@ -146,15 +170,16 @@ void DatasetsPanel::setRows(const std::vector<DatasetRow>& rows) {
     }
 }
 
-void DatasetsPanel::setRowText(int id, const QString& html) {
+void DatasetsPanel::setRowText(int id, const QString& html, const QStringList& narrow) {
     const int row = rowOf(id);
     if (row < 0) {
         return;
     }
-    rows_[static_cast<std::size_t>(row)].html = html;
+    DatasetRow& changed = rows_[static_cast<std::size_t>(row)];
+    changed.html = html;
+    changed.narrow = narrow;
     const QSignalBlocker blocker(list_);
-    list_->item(row)->setText(html);
-    list_->item(row)->setData(Qt::AccessibleTextRole, plainText(html));
+    fillItem(list_->item(row), changed);
     if (folderViewActive()) {
         rebuildTree();
     }
@@ -214,15 +239,13 @@ void DatasetsPanel::addNodes(const std::vector<DatasetFolderNode>& nodes, QTreeW
         if (node.datasetIndex < 0) {
             item->setText(0, node.label.toHtmlEscaped());
             item->setData(0, Qt::AccessibleTextRole, node.label);
+            item->setToolTip(0, plainToolTip(node.label));
             item->setFlags(item->flags() & ~(Qt::ItemIsSelectable | Qt::ItemIsDragEnabled));
             addNodes(node.children, item);
             continue;
         }
-        const DatasetRow& row = rows_[static_cast<std::size_t>(node.datasetIndex)];
-        item->setText(0, row.html);
-        item->setData(0, Qt::UserRole, row.id);
-        item->setData(0, Qt::AccessibleTextRole, plainText(row.html));
-        item->setToolTip(0, row.filePath);
+        describeRow(rows_[static_cast<std::size_t>(node.datasetIndex)],
+                    [item](int role, const QVariant& value) { item->setData(0, role, value); });
         item->setFlags((item->flags() | Qt::ItemIsDragEnabled) & ~Qt::ItemIsDropEnabled);
     }
 }

@@ -20,6 +20,7 @@ struct DatasetRow {
     int id = -1;
     QString html;
     QString filePath;
+    QStringList narrow{}; ///< for narrow lists, see HtmlItemDelegate::NarrowTextsRole
 };
 
 /// Content of the "Datasets" dock: the flat list and the folder tree over the same rows. Knows datasets only by id.
@@ -32,8 +33,8 @@ public:
 
     /// Shows these rows in list and tree, keeping the current one by id. Emits nothing.
     void setRows(const std::vector<DatasetRow>& rows);
-    /// Replaces the text of one row.
-    void setRowText(int id, const QString& html);
+    /// Replaces the texts of one row.
+    void setRowText(int id, const QString& html, const QStringList& narrow = {});
     /// Makes a dataset current in list and tree; -1 for none. Emits nothing.
     void setCurrentId(int id);
     /// The list's current row, -1 for none.

@@ -2,6 +2,8 @@
 
 #include "plot/ImageViewer.h"
 #include "plot/TracePlot.h"
+#include "widgets/EmptyHint.h"
+#include "widgets/ToolTips.h"
 
 #include <QHeaderView>
 #include <QSplitter>
@@ -86,6 +88,7 @@ void EventPanel::buildTable() {
     table_->setWordWrap(false);
     // Tab leaves the table instead of walking through hundreds of cells.
     table_->setTabKeyNavigation(false);
+    new EmptyHint(tr("No event yet. Click a point in the plot to see the values of its event."), table_);
 }
 
 void EventPanel::setValues(const std::vector<EventValue>& values) {
@@ -96,7 +99,7 @@ void EventPanel::setValues(const std::vector<EventValue>& values) {
         const EventValue& value = values[static_cast<std::size_t>(row)];
         QTableWidgetItem* label = itemAt(table_, row, 0);
         label->setText(value.label);
-        label->setToolTip(value.key);
+        label->setToolTip(plainToolTip(value.key));
         itemAt(table_, row, 1)->setText(value.value);
     }
     if (otherRows) {

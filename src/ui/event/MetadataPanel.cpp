@@ -1,9 +1,12 @@
 #include "ui/event/MetadataPanel.h"
 
 #include "core/VQDMetadata.h"
+#include "widgets/EmptyHint.h"
+#include "widgets/ToolTips.h"
 
 #include <QHeaderView>
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -54,7 +57,9 @@ void addSection(QTreeWidget* tree, const QString& title, const VQDMetadata::Sect
     for (const auto& [key, value] : entries) {
         const QString text = QString::fromStdString(value);
         auto* item = new QTreeWidgetItem(section, {QString::fromStdString(key), text});
-        item->setToolTip(1, text);
+        // Either column may be too narrow for its text.
+        item->setToolTip(0, plainToolTip(item->text(0)));
+        item->setToolTip(1, plainToolTip(text));
     }
 }
 
@@ -68,6 +73,23 @@ MetadataPanel::MetadataPanel(QWidget* parent) : QTreeWidget(parent) {
     header()->setStretchLastSection(true);
     setStyleSheet(QStringLiteral("QTreeWidget::item { padding: 2px 0; }"));
     setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setIndentation(12);
+    setTextElideMode(Qt::ElideMiddle);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // The stretched section never gets narrower than it was asked to be.
+    header()->resizeSection(1, header()->minimumSectionSize());
+    new EmptyHint(tr("No dataset yet. The settings that its file was measured with will be here."), this);
+}
+
+void MetadataPanel::resizeEvent(QResizeEvent* event) {
+    QTreeWidget::resizeEvent(event);
+    fitColumns();
+}
+
+void MetadataPanel::fitColumns() {
+    // Keys get what they need up to half of the room: both columns stay readable beside a long key.
+    const int half = viewport()->width() / 2;
+    setColumnWidth(0, std::min(std::max(sizeHintForColumn(0), header()->sectionSizeHint(0)), half));
 }
 
 void MetadataPanel::showMetadata(const VQDMetadata& metadata) {
@@ -83,7 +105,7 @@ void MetadataPanel::showMetadata(const VQDMetadata& metadata) {
     }
     addSection(this, tr("Other"), other);
     expandAll();
-    resizeColumnToContents(0);
+    fitColumns();
 }
 
 } // namespace Tessaly

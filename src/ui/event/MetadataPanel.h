@@ -15,6 +15,12 @@ public:
 
     bool isEmpty() const { return topLevelItemCount() == 0; }
     void showMetadata(const VQDMetadata& metadata);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void fitColumns();
 };
 
 } // namespace Tessaly

@@ -1,6 +1,8 @@
 #include "ui/plot/StatisticsDockWidget.h"
 
 #include "stats/DistributionStats.h"
+#include "widgets/EmptyHint.h"
+#include "widgets/ToolTips.h"
 
 #include <QHeaderView>
 #include <QTreeWidget>
@@ -22,6 +24,7 @@ StatisticsDockWidget::StatisticsDockWidget(QWidget* parent) : QWidget(parent), t
     table_->header()->setMinimumSectionSize(40);
     // The two value columns share what the first leaves, so that nothing scrolls sideways in a narrow dock.
     table_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
+    new EmptyHint(tr("No events yet. Mean, spread and quartiles of the plotted events will be here."), table_);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 4, 4, 4);
     layout->addWidget(table_);
@@ -36,8 +39,8 @@ void StatisticsDockWidget::showHeader(const QString& xLabel, const QString& yLab
     table_->clear();
     table_->setHeaderLabels({tr("Statistic"), xLabel, yLabel});
     // A narrow dock cuts long names.
-    table_->headerItem()->setToolTip(1, xLabel);
-    table_->headerItem()->setToolTip(2, yLabel);
+    table_->headerItem()->setToolTip(1, plainToolTip(xLabel));
+    table_->headerItem()->setToolTip(2, plainToolTip(yLabel));
 }
 
 void StatisticsDockWidget::updateStatistics(const std::vector<double>& x, const std::vector<double>& y,

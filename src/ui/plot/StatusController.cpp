@@ -5,6 +5,7 @@
 #include "session/Session.h"
 #include "ui/datasets/DatasetLoader.h"
 #include "ui/plot/PlotController.h"
+#include "widgets/ToolTips.h"
 
 #include <QLabel>
 
@@ -16,7 +17,7 @@ StatusController::StatusController(Session& session, const DatasetLoader& loader
       session_(session),
       plot_(plot),
       label_(label) {
-    label_.setText(tr("No file loaded. Drag and drop a .vqd file or use File > Open."));
+    say(tr("No file loaded. Drag and drop a .vqd file or use File > Open."));
     connect(&loader, &DatasetLoader::preloadStarted, this, &StatusController::onPreloadStarted);
     connect(&loader, &DatasetLoader::preloadEnded, this, &StatusController::showPlotted);
     connect(&session_.notices(), &SessionNotices::activeChanged, this, &StatusController::onActiveChanged);
@@ -24,25 +25,31 @@ StatusController::StatusController(Session& session, const DatasetLoader& loader
     connect(&plot_, &PlotController::frameChanged, this, &StatusController::showPlotted);
 }
 
+void StatusController::say(const QString& text) {
+    const QString line = inOneLine(text);
+    label_.setText(line);
+    label_.setToolTip(plainToolTip(line));
+}
+
 void StatusController::onPreloadStarted(int id) {
     if (const DatasetEntry* dataset = session_.findById(id)) {
-        label_.setText(tr("Loading: %1 - Caching features...").arg(dataset->displayName));
+        say(tr("Loading: %1 - Caching features...").arg(dataset->displayName));
     }
 }
 
 void StatusController::onActiveChanged() {
     const DatasetEntry* dataset = session_.active();
     if (!dataset) {
-        label_.setText(tr("No file loaded."));
+        say(tr("No file loaded."));
     } else if (!dataset->featuresLoaded) {
-        label_.setText(tr("Loading: %1...").arg(dataset->displayName));
+        say(tr("Loading: %1...").arg(dataset->displayName));
     }
 }
 
 void StatusController::showPlotted() {
     const DatasetEntry* dataset = session_.active();
     if (dataset && dataset->featuresLoaded) {
-        label_.setText(plotStatusText(*dataset, plot_.frame().countIfReduced()));
+        say(plotStatusText(*dataset, plot_.frame().countIfReduced()));
     }
 }
 

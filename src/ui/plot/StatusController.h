@@ -19,6 +19,7 @@ public:
                      QObject* parent);
 
 private:
+    void say(const QString& text);
     void onActiveChanged();
     void onPreloadStarted(int id);
     /// What is shown, if the active dataset is ready.
