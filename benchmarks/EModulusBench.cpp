@@ -6,7 +6,9 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
@@ -73,6 +75,22 @@ void compute(benchmark::State& state) {
     const EModulusParams params;
     for (auto _ : state) {
         benchmark::DoNotOptimize(Engine::instance().engine.compute(&reader, params));
+    }
+}
+
+/// Assessment of the same events.
+void quality(benchmark::State& state) {
+    if (Engine::isMissing(state)) {
+        return;
+    }
+    VQDReader reader;
+    reader.setFeature("area_um", std::vector<double>(events().area));
+    reader.setFeature("deform", std::vector<double>(events().deform));
+    std::vector<std::int32_t> all(eventCount);
+    std::iota(all.begin(), all.end(), 0);
+    const EModulusParams params;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(Engine::instance().engine.assessQuality(&reader, params, all));
     }
 }
 
@@ -170,6 +188,8 @@ void manyLookups(benchmark::State& state) {
 
 BENCHMARK(compute)->Name("emodulus_compute")->Unit(benchmark::kMillisecond);
 BENCHMARK(oneExponential)->Name("emodulus_compute/baseline")->Unit(benchmark::kMillisecond);
+BENCHMARK(quality)->Name("emodulus_quality")->Unit(benchmark::kMillisecond);
+BENCHMARK(compute)->Name("emodulus_quality/baseline")->Unit(benchmark::kMillisecond);
 BENCHMARK(lookupByIndex)->Name("emodulus_lookup")->Unit(benchmark::kMillisecond);
 BENCHMARK(lookupBySearch)->Name("emodulus_lookup/baseline")->Unit(benchmark::kMillisecond);
 BENCHMARK(triangulate)->Name("emodulus_triangulate")->Unit(benchmark::kMillisecond);

@@ -26,6 +26,12 @@ RATIO_BARS = {
     "emodulus_compute": 16.0,
     "emodulus_lookup": 0.5,
     "emodulus_isoelastics": 2.0,
+    "emodulus_quality": 5.0,
+    "trace_filter_chain": 0.15,
+    "refine_packed_traces": 1.6,
+    "fourier_masks": 0.5,
+    "fourier_packed_masks": 2.0,
+    "compensation_3_channels": 6.0,
 }
 # Longest time in seconds that passes, for work that has no baseline.
 TIME_BARS = {"emodulus_triangulate": 1.0}

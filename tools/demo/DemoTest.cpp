@@ -1,8 +1,11 @@
 #include "DemoSet.h"
+#include "EventMaker.h"
 #include "FeatureTable.h"
 #include "TraceMaker.h"
 
 #include "calc/emodulus/EModulus.h"
+#include "calc/fluorescence/FLCompensation.h"
+#include "calc/fluorescence/FLRefinement.h"
 #include "io/VQDReader.h"
 #include "support/TemporaryFolder.h"
 
@@ -14,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -116,6 +120,61 @@ TEST_F(DemoTest, TracesTellPeaks) {
     }
     EXPECT_GT(belowBaseline, 0U);
     EXPECT_LT(belowBaseline, 200U);
+}
+
+/// Cells of one population, and what two columns hold of them.
+struct CellLight {
+    std::vector<double> first, second;
+
+    CellLight(VQDReader& reader, double kind, const std::string& firstColumn, const std::string& secondColumn) {
+        for (std::size_t i = 0; i < reader.eventCount(); ++i) {
+            if (reader.getFeature("userdef9")[i] == kind) {
+                first.push_back(reader.getFeature(firstColumn)[i]);
+                second.push_back(reader.getFeature(secondColumn)[i]);
+            }
+        }
+    }
+
+    /// How much the second rises with the first, by least squares.
+    double slope() const {
+        const double n = static_cast<double>(first.size());
+        const double meanFirst = std::accumulate(first.begin(), first.end(), 0.0) / n;
+        const double meanSecond = std::accumulate(second.begin(), second.end(), 0.0) / n;
+        double covariance = 0.0;
+        double variance = 0.0;
+        for (std::size_t i = 0; i < first.size(); ++i) {
+            covariance += (first[i] - meanFirst) * (second[i] - meanSecond);
+            variance += (first[i] - meanFirst) * (first[i] - meanFirst);
+        }
+        return covariance / variance;
+    }
+};
+
+TEST_F(DemoTest, RefinementRemovesStrayLightAndCompensationCrosstalk) {
+    write(runOf(0, 1500));
+    FLRefinement refinement;
+    ASSERT_TRUE(refinement.refine(&reader_, reader_.readMetadata(), {}));
+    // Cells of the first population don't shine in the first channel: what is bright there is light of something else.
+    const CellLight dark(reader_, 1.0, "fl1_max", "fl1_max_rf");
+    const auto bright = [](const std::vector<double>& heights) {
+        return static_cast<double>(std::ranges::count_if(heights, [](double height) { return height > 300.0; })) /
+               static_cast<double>(heights.size());
+    };
+    std::printf("stray light: %.3f of the dark cells before, %.3f after\n", bright(dark.first), bright(dark.second));
+    EXPECT_NEAR(bright(dark.first), TraceMaker::BurstShare, 0.03);
+    EXPECT_LT(bright(dark.second), 0.005);
+
+    SquareMatrix matrix;
+    for (const auto& row : EventMaker::Spillover) {
+        matrix.emplace_back(row.begin(), row.end());
+    }
+    FLCompensation compensation;
+    ASSERT_TRUE(compensation.compensate(&reader_, {1, 2, 3}, matrix));
+    const double before = CellLight(reader_, 2.0, "fl1_max_rf", "fl2_max_rf").slope();
+    const double after = CellLight(reader_, 2.0, "fl1_max_ctc", "fl2_max_ctc").slope();
+    std::printf("light of the first channel in the second: %.4f before, %.4f after\n", before, after);
+    EXPECT_NEAR(before, EventMaker::Spillover[1][0], 0.02);
+    EXPECT_NEAR(after, 0.0, 0.1 * before);
 }
 
 TEST_F(DemoTest, FileLooksLikeOneOfTheInstrument) {

@@ -191,9 +191,13 @@ Emission EventMaker::emissionOf(const Subject& subject, double velocity, const E
     if (random.chance(0.04)) { // dead cells take up the third dye
         emission.heights[2] += random.logNormal(3000.0, 0.4);
     }
-    const auto before = emission.heights; // light of one channel leaks into the next
-    emission.heights[1] += 0.12 * before[0];
-    emission.heights[2] += 0.05 * before[1];
+    const auto before = emission.heights;
+    for (std::size_t to = 0; to < before.size(); ++to) {
+        emission.heights[to] = 0.0;
+        for (std::size_t from = 0; from < before.size(); ++from) {
+            emission.heights[to] += Spillover[to][from] * before[from];
+        }
+    }
     return emission;
 }
 

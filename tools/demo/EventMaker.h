@@ -28,6 +28,9 @@ public:
     static constexpr double ChannelWidth = 20.0; ///< um
     static constexpr double FlowRate = 0.04;     ///< uL/s
     static constexpr double FrameRate = 3000.0;  ///< Hz
+    /// Which part of a channel's light (column) shows in another one (row).
+    static constexpr std::array<std::array<double, 3>, 3> Spillover{
+        {{1.0, 0.0, 0.0}, {0.12, 1.0, 0.0}, {0.0, 0.05, 1.0}}};
 
     EventMaker(const DemoRun& run, EModulus& engine);
 

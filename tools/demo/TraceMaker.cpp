@@ -36,6 +36,19 @@ void setPeak(std::size_t channel, double height, double position, double width, 
     scalars[ofChannel(Feature::Fl1Dist, channel)] = 0.0;
 }
 
+/// Light of a speck that passes close to the cell: too long for the instrument's median of five samples, which takes it
+/// for the peak of a dim cell, but short beside the cell.
+void addBurst(const Emission& emission, DemoRandom& random, std::int16_t* raw) {
+    constexpr std::size_t length = 3;
+    const double place = emission.centre + random.uniform(-0.35, 0.35) * emission.duration;
+    const auto first =
+        static_cast<std::size_t>(std::clamp(place, 0.0, static_cast<double>(TraceMaker::Samples - length)));
+    const double light = random.uniform(600.0, 1500.0);
+    for (std::size_t i = first; i < first + length; ++i) {
+        raw[i] = static_cast<std::int16_t>(std::lround(std::min(raw[i] + light, 32000.0)));
+    }
+}
+
 double peakSigma(const Emission& emission) {
     return 0.36 * emission.duration;
 }
@@ -71,6 +84,9 @@ void TraceMaker::add(const Emission& emission, DemoRandom& random, EventBatch& b
         }
         if (random.chance(0.04)) { // a stray photon
             raw[begin + random.bits() % Samples] += static_cast<std::int16_t>(random.uniform(150.0, 600.0));
+        }
+        if (random.chance(BurstShare)) {
+            addBurst(emission, random, raw.data() + begin);
         }
         runningMedian(raw.data() + begin, median.data() + begin, Samples);
         measure(channel, median.data() + begin, emission, scalars);

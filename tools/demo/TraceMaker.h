@@ -23,6 +23,7 @@ public:
     static constexpr std::size_t Samples = 177;
     static constexpr double SampleRate = 312500.0;         ///< Hz
     static constexpr double SampleTime = 1e6 / SampleRate; ///< us
+    static constexpr double BurstShare = 0.08;             ///< of the traces, with light of something else
     /// Added to the samples of a trace, they give fluorescence above the baseline.
     static constexpr std::array<double, 3> Offsets{12.0, -7.0, 20.0};
 
