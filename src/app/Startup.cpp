@@ -3,6 +3,7 @@
 #include "app/SafeApplication.h"
 #include "app/Theme.h"
 #include "ui/MainWindow.h"
+#include "widgets/WheelGuard.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -29,6 +30,7 @@ void prepareApplication(QApplication& application) {
     // read as a hundred thousand.
     QLocale::setDefault(QLocale::c());
     applyTheme(application);
+    WheelGuard::install(application);
 }
 
 void connectExceptionReports(SafeApplication& application, MainWindow& window) {

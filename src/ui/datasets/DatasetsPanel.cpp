@@ -6,8 +6,8 @@
 #include "widgets/EmptyHint.h"
 #include "widgets/HtmlItemDelegate.h"
 #include "widgets/ToolTips.h"
+#include "widgets/WideCombo.h"
 
-#include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -77,7 +77,7 @@ DatasetsPanel::DatasetsPanel(QWidget* parent) : QWidget(parent) {
 }
 
 QWidget* DatasetsPanel::buildModeRow() {
-    modeCombo_ = new QComboBox;
+    modeCombo_ = new WideCombo;
     modeCombo_->setObjectName(QStringLiteral("datasetModeCombo"));
     modeCombo_->setAccessibleName(tr("Dataset view"));
     modeCombo_->addItems({tr("List"), tr("Folders")});

@@ -1,9 +1,10 @@
 #include "ui/plot/PlotSettingsPanel.h"
 
-#include <QAbstractItemView>
+#include "widgets/ContourControls.h"
+#include "widgets/ScaleModeCombo.h"
+
 #include <QApplication>
 #include <QCheckBox>
-#include <QComboBox>
 #include <QEvent>
 #include <QFrame>
 #include <QGridLayout>
@@ -11,13 +12,9 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QResizeEvent>
-#include <QScrollBar>
-#include <QSignalBlocker>
-#include <QSpinBox>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 namespace Tessaly {
 
@@ -27,41 +24,16 @@ constexpr int MinFeatureWidth = 150;
 constexpr int ColumnSpacing = 4;
 constexpr int RowSpacing = 2;
 constexpr int HalfSpacing = 6;
-constexpr int LogItem = 1;
 
-constexpr char SelectorSheet[] = "QComboBox { padding: 2px 6px; min-height: 0; }";
-constexpr char LogProblemSheet[] = "QComboBox { background-color: #fff8e1; border: 1px solid #f9a825; }";
 constexpr char HighlightSheet[] =
     "QPushButton { background-color: #a6d7d5; color: #00abad; border: 1px solid #00abad; font-weight: bold; }";
 
-// The lists open as wide as their longest text, however narrow the box is.
-void widenPopup(QComboBox* combo) {
-    int width = 0;
-    for (int i = 0; i < combo->count(); ++i) {
-        width = std::max(width, combo->fontMetrics().horizontalAdvance(combo->itemText(i)));
-    }
-    combo->view()->setMinimumWidth(width + combo->view()->verticalScrollBar()->sizeHint().width() + 24);
-}
-
-void selectKey(QComboBox* combo, const std::string& key) {
-    const int index = key.empty() ? -1 : combo->findData(QString::fromStdString(key));
-    if (index >= 0) {
-        combo->setCurrentIndex(index);
-    }
-}
-
-void setChoice(QComboBox* combo, int index) {
-    combo->setCurrentIndex(index >= 0 && index < combo->count() ? index : 0);
-}
-
-void setPercent(QSpinBox* box, double fraction) {
-    if (std::isfinite(fraction)) {
-        box->setValue(static_cast<int>(std::lround(std::clamp(fraction, 0.0, 1.0) * 100.0)));
-    }
-}
-
-std::string keyOf(const QComboBox* combo) {
-    return combo->currentData().toString().toStdString();
+FeatureCombo* makeFeatureCombo(const QString& name, const QString& accessibleName) {
+    auto* combo = new FeatureCombo;
+    combo->setObjectName(name);
+    combo->setAccessibleName(accessibleName);
+    combo->setMinimumWidth(MinFeatureWidth);
+    return combo;
 }
 
 // A new sheet polishes the widget anew, which is not for free on every refresh.
@@ -69,17 +41,6 @@ void setSheet(QWidget* widget, const char* sheet) {
     if (widget->styleSheet() != QLatin1String(sheet)) {
         widget->setStyleSheet(QLatin1String(sheet));
     }
-}
-
-void markLogAxisProblem(QComboBox* combo, int count, const QString& axisName) {
-    combo->setItemText(LogItem, count > 0 ? PlotSettingsPanel::tr("Log ⚠") : PlotSettingsPanel::tr("Log"));
-    setSheet(combo, count > 0 ? LogProblemSheet : "");
-    combo->setToolTip(
-        count > 0 ? PlotSettingsPanel::tr("%1: %2 point%3 with value ≤ 0 not shown (cannot be drawn on a log axis)")
-                        .arg(axisName)
-                        .arg(count)
-                        .arg(count == 1 ? QString() : QStringLiteral("s"))
-                  : axisName);
 }
 
 } // namespace
@@ -115,61 +76,18 @@ PlotSettingsPanel::PlotSettingsPanel(QWidget* parent) : QGroupBox(tr("Plot Setti
     reported_ = shown_ = settings();
 }
 
-QComboBox* PlotSettingsPanel::makeFeatureCombo(const QString& name, const QString& accessibleName) {
-    auto* combo = new QComboBox;
-    combo->setObjectName(name);
-    combo->setAccessibleName(accessibleName);
-    combo->setStyleSheet(QString::fromLatin1(SelectorSheet));
-    combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    combo->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    combo->setMinimumWidth(MinFeatureWidth);
-    combo->setMaxVisibleItems(20);
-    return combo;
-}
-
-QComboBox* PlotSettingsPanel::makeScaleCombo(const QString& name, const QString& toolTip) {
-    auto* combo = new QComboBox;
-    combo->setObjectName(name);
-    combo->setAccessibleName(toolTip);
-    combo->setToolTip(toolTip);
-    combo->addItems({tr("Linear"), tr("Log"), tr("PseudoLog")});
-    combo->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    return combo;
-}
-
 void PlotSettingsPanel::buildAxisControls() {
     xFeature_ = makeFeatureCombo(QStringLiteral("xFeatureCombo"), tr("X Axis"));
-    xScale_ = makeScaleCombo(QStringLiteral("xScaleCombo"), tr("X-axis scale mode"));
+    xScale_ = new ScaleModeCombo(tr("X-axis scale mode"));
+    xScale_->setObjectName(QStringLiteral("xScaleCombo"));
     yFeature_ = makeFeatureCombo(QStringLiteral("yFeatureCombo"), tr("Y Axis"));
-    yScale_ = makeScaleCombo(QStringLiteral("yScaleCombo"), tr("Y-axis scale mode"));
+    yScale_ = new ScaleModeCombo(tr("Y-axis scale mode"));
+    yScale_->setObjectName(QStringLiteral("yScaleCombo"));
     colorFeature_ = makeFeatureCombo(QStringLiteral("colorFeatureCombo"), tr("Color by"));
 }
 
 void PlotSettingsPanel::buildOverlayControls() {
-    contourMode_ = new QComboBox;
-    contourMode_->setObjectName(QStringLiteral("contourModeCombo"));
-    contourMode_->setAccessibleName(tr("Contour Overlay"));
-    contourMode_->addItems({tr("Off"), tr("Overlay"), tr("Only")});
-    contourLabel_ = new QLabel(tr("Contour Overlay"));
-
-    innerFraction_ = new QSpinBox;
-    innerFraction_->setObjectName(QStringLiteral("innerFractionSpinBox"));
-    innerFraction_->setAccessibleName(tr("Inner contour level"));
-    innerLabel_ = new QLabel(tr("Inner"));
-    outerFraction_ = new QSpinBox;
-    outerFraction_->setObjectName(QStringLiteral("outerFractionSpinBox"));
-    outerFraction_->setAccessibleName(tr("Outer contour level"));
-    outerLabel_ = new QLabel(tr("Outer"));
-    for (QSpinBox* box : {innerFraction_, outerFraction_}) {
-        box->setRange(1, 99);
-        box->setSingleStep(5);
-        box->setSuffix(QStringLiteral("%"));
-    }
-    innerFraction_->setValue(10);
-    outerFraction_->setValue(67);
-    contourLabel_->setBuddy(contourMode_);
-    innerLabel_->setBuddy(innerFraction_);
-    outerLabel_->setBuddy(outerFraction_);
+    contours_ = new ContourControls(this);
 
     isoelastics_ = new QCheckBox(tr("Isoelastics"));
     isoelastics_->setObjectName(QStringLiteral("isoelasticsCheck"));
@@ -194,7 +112,7 @@ void PlotSettingsPanel::buildOverlayControls() {
 }
 
 void PlotSettingsPanel::fillLeftHalf() {
-    const auto addRow = [this](int row, const QString& text, QComboBox* feature, QComboBox* scale) {
+    const auto addRow = [this](int row, const QString& text, QWidget* feature, QWidget* scale) {
         auto* label = new QLabel(text);
         label->setBuddy(feature);
         label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
@@ -216,12 +134,11 @@ void PlotSettingsPanel::arrangeRightHalf(Arrangement arrangement) {
         delete item; // the widget stays
     }
     const bool wide = arrangement == Arrangement::Wide;
-    right_->addWidget(contourLabel_, 0, 0);
-    right_->addWidget(contourMode_, 0, 1);
-    right_->addWidget(innerLabel_, 1, 0);
-    right_->addWidget(innerFraction_, 1, 1);
-    right_->addWidget(outerLabel_, 2, 0);
-    right_->addWidget(outerFraction_, 2, 1);
+    int row = 0;
+    for (const ContourControls::Row& line : contours_->rows()) {
+        right_->addWidget(line.label, row, 0);
+        right_->addWidget(line.control, row++, 1);
+    }
     if (wide) {
         right_->addWidget(isoelastics_, 0, 3);
         right_->addWidget(isoelasticLabels_, 1, 3);
@@ -248,8 +165,13 @@ int PlotSettingsPanel::requiredWidth(Arrangement arrangement) const {
         }
         return width;
     };
-    const int fields = widest({contourLabel_, innerLabel_, outerLabel_}) + ColumnSpacing +
-                       widest({contourMode_, innerFraction_, outerFraction_});
+    int labels = 0;
+    int controls = 0;
+    for (const ContourControls::Row& line : contours_->rows()) {
+        labels = std::max(labels, widest({line.label}));
+        controls = std::max(controls, widest({line.control}));
+    }
+    const int fields = labels + ColumnSpacing + controls;
     int right = 0;
     if (arrangement == Arrangement::Wide) {
         right = fields + widest({isoelastics_, isoelasticLabels_}) + widest({applyToAll_}) +
@@ -290,7 +212,7 @@ void PlotSettingsPanel::changeEvent(QEvent* event) {
 }
 
 void PlotSettingsPanel::updateWidths() {
-    for (QComboBox* combo : {xFeature_, yFeature_}) {
+    for (FeatureCombo* combo : {xFeature_, yFeature_}) {
         combo->setMaximumWidth(combo->fontMetrics().horizontalAdvance(tr("Position along channel axis [µm]")) + 60);
     }
     // The highlighted button is bold, which must not move its neighbours.
@@ -305,15 +227,11 @@ void PlotSettingsPanel::updateWidths() {
 }
 
 void PlotSettingsPanel::connectControls() {
-    for (const QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
-        connect(combo, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::updateFeatureToolTips);
-    }
-    for (const QComboBox* combo : {xFeature_, yFeature_, colorFeature_, xScale_, yScale_, contourMode_}) {
+    for (const QComboBox* combo :
+         std::initializer_list<QComboBox*>{xFeature_, yFeature_, colorFeature_, xScale_, yScale_}) {
         connect(combo, &QComboBox::currentIndexChanged, this, &PlotSettingsPanel::onControlChanged);
     }
-    for (const QSpinBox* box : {innerFraction_, outerFraction_}) {
-        connect(box, &QSpinBox::valueChanged, this, &PlotSettingsPanel::onControlChanged);
-    }
+    connect(contours_, &ContourControls::changed, this, &PlotSettingsPanel::onControlChanged);
     connect(isoelastics_, &QCheckBox::toggled, this, [this] {
         showIsoelasticControls();
         emit isoelasticsChanged();
@@ -342,81 +260,54 @@ void PlotSettingsPanel::onControlChanged() {
 }
 
 void PlotSettingsPanel::setFeatures(const std::vector<FeatureItem>& features) {
-    clearFeatures();
-    const QSignalBlocker blockX(xFeature_);
-    const QSignalBlocker blockY(yFeature_);
-    const QSignalBlocker blockColor(colorFeature_);
-    colorFeature_->addItem(tr("None"), QString());
-    colorFeature_->addItem(tr("Density (KDE)"), QString::fromUtf8(DensityKde.data(), DensityKde.size()));
-    for (const FeatureItem& feature : features) {
-        for (QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
-            combo->addItem(feature.label, QString::fromStdString(feature.key));
-        }
-    }
-    for (QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
-        widenPopup(combo);
-    }
-    selectKey(xFeature_, "area_um");
-    selectKey(yFeature_, "deform");
-    colorFeature_->setCurrentIndex(0);
-    updateFeatureToolTips();
+    std::vector<FeatureItem> colors{{std::string(), tr("None")}, {std::string(DensityKde), tr("Density (KDE)")}};
+    colors.insert(colors.end(), features.begin(), features.end());
+    xFeature_->setFeatures(features);
+    yFeature_->setFeatures(features);
+    colorFeature_->setFeatures(colors);
+    xFeature_->select("area_um");
+    yFeature_->select("deform");
     shown_ = settings();
 }
 
 void PlotSettingsPanel::clearFeatures() {
-    for (QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
-        const QSignalBlocker blocker(combo);
-        combo->clear();
+    for (FeatureCombo* combo : {xFeature_, yFeature_, colorFeature_}) {
+        combo->setFeatures({});
     }
-    updateFeatureToolTips();
     shown_ = settings();
 }
 
-void PlotSettingsPanel::updateFeatureToolTips() {
-    // A narrow box cuts long names.
-    for (QComboBox* combo : {xFeature_, yFeature_, colorFeature_}) {
-        combo->setToolTip(combo->currentText());
-    }
-}
-
 void PlotSettingsPanel::setSettings(const PlotSettings& settings) {
-    const QSignalBlocker blockers[] = {QSignalBlocker(xFeature_),      QSignalBlocker(yFeature_),
-                                       QSignalBlocker(colorFeature_),  QSignalBlocker(xScale_),
-                                       QSignalBlocker(yScale_),        QSignalBlocker(contourMode_),
-                                       QSignalBlocker(innerFraction_), QSignalBlocker(outerFraction_)};
-    selectKey(xFeature_, settings.xFeatureName);
-    selectKey(yFeature_, settings.yFeatureName);
-    selectKey(colorFeature_, settings.colorFeatureName);
-    setChoice(xScale_, settings.scaleXMode);
-    setChoice(yScale_, settings.scaleYMode);
-    setChoice(contourMode_, settings.contourMode);
-    setPercent(innerFraction_, settings.contourFraction1);
-    setPercent(outerFraction_, settings.contourFraction2);
-    updateFeatureToolTips();
+    xFeature_->select(settings.xFeatureName);
+    yFeature_->select(settings.yFeatureName);
+    colorFeature_->select(settings.colorFeatureName);
+    xScale_->setMode(settings.scaleXMode);
+    yScale_->setMode(settings.scaleYMode);
+    contours_->setChoice(settings.contourMode, settings.contourFraction1, settings.contourFraction2);
     reported_ = settings;
     shown_ = this->settings();
 }
 
 PlotSettings PlotSettingsPanel::settings() const {
     PlotSettings settings;
-    settings.xFeatureName = keyOf(xFeature_);
-    settings.yFeatureName = keyOf(yFeature_);
-    settings.colorFeatureName = keyOf(colorFeature_);
-    settings.scaleXMode = xScale_->currentIndex();
-    settings.scaleYMode = yScale_->currentIndex();
-    settings.contourMode = contourMode_->currentIndex();
-    settings.contourFraction1 = innerFraction_->value() / 100.0;
-    settings.contourFraction2 = outerFraction_->value() / 100.0;
+    settings.xFeatureName = xFeature_->key();
+    settings.yFeatureName = yFeature_->key();
+    settings.colorFeatureName = colorFeature_->key();
+    settings.scaleXMode = xScale_->mode();
+    settings.scaleYMode = yScale_->mode();
+    settings.contourMode = contours_->mode();
+    settings.contourFraction1 = contours_->innerFraction();
+    settings.contourFraction2 = contours_->outerFraction();
     return settings;
 }
 
 void PlotSettingsPanel::setFeaturesEnabled(bool on) {
     const std::array combos{xFeature_, yFeature_, colorFeature_};
-    const auto focused = std::ranges::find_if(combos, [](const QComboBox* combo) { return combo->hasFocus(); });
+    const auto focused = std::ranges::find_if(combos, [](const FeatureCombo* combo) { return combo->hasFocus(); });
     if (!on && focused != combos.end()) {
         focusOwner_ = *focused;
     }
-    for (QComboBox* combo : combos) {
+    for (FeatureCombo* combo : combos) {
         combo->setEnabled(on);
     }
     // Switching a control off hands its focus to another one; it comes back unless the user went elsewhere meanwhile.
@@ -432,8 +323,8 @@ void PlotSettingsPanel::setFeaturesEnabled(bool on) {
 }
 
 void PlotSettingsPanel::setLogAxisProblems(int xCount, int yCount) {
-    markLogAxisProblem(xScale_, xCount, tr("X-axis scale mode"));
-    markLogAxisProblem(yScale_, yCount, tr("Y-axis scale mode"));
+    xScale_->markLogAxisProblem(xCount);
+    yScale_->markLogAxisProblem(yCount);
 }
 
 void PlotSettingsPanel::setIsoelasticsOffered(bool on) {

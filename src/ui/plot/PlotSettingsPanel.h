@@ -1,29 +1,23 @@
 #pragma once
 
 #include "core/PlotSettings.h"
+#include "widgets/FeatureCombo.h"
 
 #include <QGroupBox>
 #include <QPointer>
 
-#include <string>
 #include <vector>
 
 class QCheckBox;
-class QComboBox;
 class QFrame;
 class QGridLayout;
 class QHBoxLayout;
-class QLabel;
 class QPushButton;
-class QSpinBox;
 
 namespace Tessaly {
 
-/// A feature as the combo boxes list it.
-struct FeatureItem {
-    std::string key;
-    QString label;
-};
+class ContourControls;
+class ScaleModeCombo;
 
 /// The group box "Plot Settings". Read and written as one value, and every change by the user is reported as one; the
 /// program's own changes emit nothing.
@@ -84,21 +78,13 @@ private:
     void updateWidths();
     void updateArrangement();
     void showIsoelasticControls();
-    void updateFeatureToolTips();
-    QComboBox* makeFeatureCombo(const QString& name, const QString& accessibleName);
-    QComboBox* makeScaleCombo(const QString& name, const QString& toolTip);
 
-    QComboBox* xFeature_ = nullptr;
-    QComboBox* yFeature_ = nullptr;
-    QComboBox* colorFeature_ = nullptr;
-    QComboBox* xScale_ = nullptr;
-    QComboBox* yScale_ = nullptr;
-    QLabel* contourLabel_ = nullptr;
-    QComboBox* contourMode_ = nullptr;
-    QLabel* innerLabel_ = nullptr;
-    QSpinBox* innerFraction_ = nullptr;
-    QLabel* outerLabel_ = nullptr;
-    QSpinBox* outerFraction_ = nullptr;
+    FeatureCombo* xFeature_ = nullptr;
+    FeatureCombo* yFeature_ = nullptr;
+    FeatureCombo* colorFeature_ = nullptr;
+    ScaleModeCombo* xScale_ = nullptr;
+    ScaleModeCombo* yScale_ = nullptr;
+    ContourControls* contours_ = nullptr;
     QCheckBox* isoelastics_ = nullptr;
     QCheckBox* isoelasticLabels_ = nullptr;
     QPushButton* applyToAll_ = nullptr;
