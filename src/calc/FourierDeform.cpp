@@ -25,7 +25,7 @@ cv::Rect boundsOf(const MaskPicture& mask) {
     int bottom = -1;
     for (int y = 0; y < mask.height; ++y) {
         const std::uint8_t* row = mask.pixels.data() + static_cast<std::size_t>(y) * width;
-        unsigned any = 0;
+        std::uint8_t any = 0;
         for (std::size_t x = 0; x < width; ++x) {
             any |= row[x];
             columns[x] |= row[x];

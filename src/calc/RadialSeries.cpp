@@ -89,7 +89,7 @@ Waves computedWaves(const std::vector<double>& angles, int order) {
 }
 
 /// The grid's angles know theirs for the usual orders, computed once.
-Waves wavesOf(const RadialCurve& curve, int order) {
+const Waves& wavesOf(const RadialCurve& curve, int order, Waves& scratch) {
     static const std::array<Waves, usualOrders> grid = [] {
         std::array<Waves, usualOrders> made;
         for (std::size_t k = 0; k < usualOrders; ++k) {
@@ -98,7 +98,11 @@ Waves wavesOf(const RadialCurve& curve, int order) {
         return made;
     }();
     const auto place = static_cast<std::size_t>(order);
-    return place < usualOrders && curve.angles == gridAngles() ? grid[place] : computedWaves(curve.angles, order);
+    if (place < usualOrders && curve.angles == gridAngles()) {
+        return grid[place];
+    }
+    scratch = computedWaves(curve.angles, order);
+    return scratch;
 }
 
 /// Adds an order of a curve's series to the radii of the sum that it belongs to.
@@ -174,16 +178,17 @@ RebuiltRadii rebuilt(const RadialCurve& curve, int harmonics) {
     }
     mean /= 2.0 * pi;
     RebuiltRadii result;
+    Waves scratch;
     result.odd.assign(curve.radii.size(), harmonics > 0 ? mean : 0.0);
     result.even = result.odd;
     for (int order = 1; order < harmonics; ++order) {
         std::vector<double>& sum = order % 2 == 1 ? result.odd : result.even;
-        addOrder(curve, wavesOf(curve, order), sum);
+        addOrder(curve, wavesOf(curve, order, scratch), sum);
     }
     for (std::size_t j = 0; j < curve.radii.size(); ++j) {
         result.all.push_back(result.odd[j] + result.even[j] - mean);
     }
-    result.directions = wavesOf(curve, 1);
+    result.directions = wavesOf(curve, 1, scratch);
     return result;
 }
 
