@@ -99,6 +99,7 @@ int Session::duplicate(int id) {
 }
 
 void Session::clear() {
+    emit notices_.aboutToClear();
     activeId_ = -1;
     nextGroupId_ = 0;
     // Listeners let go of the records before they are gone.

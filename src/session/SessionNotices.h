@@ -13,6 +13,8 @@ public:
     using QObject::QObject;
 
 signals:
+    /// All datasets and groups are about to go, while they still stand: windows over them close.
+    void aboutToClear();
     /// Datasets were added, removed or reordered.
     void datasetsChanged();
     void datasetRenamed(int id);
@@ -31,6 +33,8 @@ signals:
     /// Other events may pass: filters or the rules of groups have changed. What is plotted has to be drawn anew.
     void eventsChanged();
     void colorMapChanged(int index);
+    /// Datasets are to be listed differently: plain or by folder, or with another number of folder levels.
+    void folderViewChanged();
 };
 
 } // namespace Tessaly

@@ -2,52 +2,21 @@
 
 #include "plot/ScatterPlot.h"
 #include "session/DatasetOpening.h"
+#include "ui/MainMenu.h"
 #include "ui/calculations/CalculationsDockWidget.h"
 #include "ui/datasets/DatasetsPanel.h"
 #include "ui/plot/StatisticsDockWidget.h"
 
-#include <QActionGroup>
 #include <QDockWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QLineEdit>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
-#include <QSettings>
+#include <QSpinBox>
 #include <QTimer>
 
-#include <array>
-#include <functional>
-
 namespace Tessaly {
-
-namespace {
-
-constexpr char ColorMapKey[] = "settings/colorMapIndex";
-constexpr std::array ColorMapNames = {"Viridis", "Jet", "Jet+", "Plasma", "Quorin", "Grayscale"};
-
-// What a menu holds, line by line; a line without text is a separator.
-struct MenuLine {
-    const char* name;
-    QString text;
-    QKeySequence shortcut;
-    std::function<void()> run;
-};
-
-void addLines(QMenu* menu, const std::vector<MenuLine>& lines) {
-    for (const MenuLine& line : lines) {
-        if (line.text.isEmpty()) {
-            menu->addSeparator();
-            continue;
-        }
-        QAction* action = menu->addAction(line.text, menu, line.run);
-        action->setObjectName(QLatin1String(line.name));
-        action->setShortcut(line.shortcut);
-    }
-}
-
-} // namespace
 
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent),
@@ -59,10 +28,12 @@ MainWindow::MainWindow(QWidget* parent)
       metadata_(session_, *panels_.metadata, *panels_.metadataDock, this),
       events_(session_, *panels_.plot, *panels_.event, *panels_.eventNumber, this),
       plot_(session_, emodulus_, *panels_.plot, *panels_.plotSettings, *panels_.calculations, this),
-      status_(session_, loader_, plot_, *panels_.status, this) {
+      status_(session_, loader_, plot_, *panels_.status, this),
+      colorMap_(session_),
+      tools_(session_, *this, this) {
     setObjectName(QStringLiteral("mainWindow"));
     connectPlot();
-    buildMenus();
+    buildMainMenu({*this, panels_, colorMap_, datasets_, tools_});
     connectDocks();
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
     resize(1400, 900);
@@ -83,49 +54,27 @@ int MainWindow::datasetFolderDepth() const {
     return panels_.datasets->folderDepth();
 }
 
-void MainWindow::buildMenus() {
-    QMenu* file = menuBar()->addMenu(tr("&File"));
-    addLines(file, {
-                       {"openAction", tr("&Open..."), QKeySequence::Open, [this] { datasets_.openFile(); }},
-                       {},
-                       {"clearSessionAction", tr("&Clear Session"), {}, [this] { datasets_.clearSession(); }},
-                       {},
-                       {"exitAction", tr("E&xit"), QKeySequence::Quit, [this] { close(); }},
-                   });
-
-    QMenu* view = menuBar()->addMenu(tr("&View"));
-    for (QDockWidget* dock : {panels_.datasetsDock, panels_.filtersDock, panels_.calculationsDock, panels_.metadataDock,
-                              panels_.statisticsDock}) {
-        view->addAction(dock->toggleViewAction());
-    }
-
-    buildColorMapMenu(menuBar()->addMenu(tr("&Settings")));
+EModulusParams MainWindow::emodulusParamsFor(const VQDMetadata& metadata) const {
+    return panels_.calculations->emodulusParamsFor(metadata);
 }
 
-void MainWindow::buildColorMapMenu(QMenu* settingsMenu) {
-    const int stored = QSettings().value(QLatin1String(ColorMapKey), 0).toInt();
-    colorMapIndex_ = stored >= 0 && stored < static_cast<int>(ColorMapNames.size()) ? stored : 0;
-    emit session_.notices().colorMapChanged(colorMapIndex_);
-
-    QMenu* menu = settingsMenu->addMenu(tr("Color &Map"));
-    menu->setObjectName(QStringLiteral("colorMapMenu"));
-    auto* group = new QActionGroup(menu);
-    for (int i = 0; i < static_cast<int>(ColorMapNames.size()); ++i) {
-        QAction* action = menu->addAction(tr(ColorMapNames[static_cast<std::size_t>(i)]));
-        action->setCheckable(true);
-        action->setChecked(i == colorMapIndex_);
-        action->setObjectName(QStringLiteral("colorMapAction%1").arg(i));
-        action->setData(i);
-        group->addAction(action);
+bool MainWindow::selectEvent(int datasetId, int event) {
+    const DatasetEntry* dataset = session_.findById(datasetId);
+    if (!dataset || !dataset->featuresLoaded) {
+        return false;
     }
-    connect(group, &QActionGroup::triggered, this,
-            [this](const QAction* action) { setColorMapIndex(action->data().toInt()); });
+    session_.setActive(datasetId);
+    QSpinBox* number = panels_.eventNumber;
+    if (!number->isEnabled() || event < number->minimum() || event > number->maximum()) {
+        return false;
+    }
+    number->setValue(event);
+    return true;
 }
 
-void MainWindow::setColorMapIndex(int index) {
-    colorMapIndex_ = index;
-    QSettings().setValue(QLatin1String(ColorMapKey), index);
-    emit session_.notices().colorMapChanged(index);
+void MainWindow::closeEvent(QCloseEvent* event) {
+    tools_.closeAll();
+    QMainWindow::closeEvent(event);
 }
 
 void MainWindow::connectDocks() {

@@ -2,13 +2,16 @@
 
 #include "calc/emodulus/EModulus.h"
 #include "session/Session.h"
+#include "session/SessionHost.h"
 #include "ui/MainPanels.h"
+#include "ui/ToolWindows.h"
 #include "ui/datasets/DatasetController.h"
 #include "ui/datasets/DatasetLoader.h"
 #include "ui/datasets/NameController.h"
 #include "ui/event/EventController.h"
 #include "ui/event/MetadataController.h"
 #include "ui/filters/FilterController.h"
+#include "ui/plot/ColorMapSetting.h"
 #include "ui/plot/PlotController.h"
 #include "ui/plot/StatusController.h"
 
@@ -17,7 +20,7 @@
 namespace Tessaly {
 
 /// The main window: owns what a session holds and the controllers that act on it, and does little itself.
-class MainWindow : public QMainWindow {
+class MainWindow : public QMainWindow, public SessionHost {
     Q_OBJECT
 
 public:
@@ -29,10 +32,12 @@ public:
     int activeDatasetId() const { return session_.activeId(); }
     DatasetEntry* findDatasetById(int id) const { return session_.findById(id); }
     DatasetEntry* findDatasetByPath(const std::string& filePath) const { return session_.findByPath(filePath); }
-    bool datasetFolderViewActive() const;
-    int datasetFolderDepth() const;
-    int colorMapIndex() const { return colorMapIndex_; }
-    EModulus* emodulus() { return &emodulus_; }
+    bool datasetFolderViewActive() const override;
+    int datasetFolderDepth() const override;
+    int colorMapIndex() const override { return colorMap_.index(); }
+    EModulus* emodulus() override { return &emodulus_; }
+    EModulusParams emodulusParamsFor(const VQDMetadata& metadata) const override;
+    bool selectEvent(int datasetId, int event) override;
     CalculationsDockWidget* calcDock() const { return panels_.calculations; }
     const MainPanels& panels() const { return panels_; }
 
@@ -41,6 +46,8 @@ public:
     /// Takes over what is still being typed; everything else is in the active entry at once.
     void saveCurrentDatasetState() { events_.finishTyping(); }
     void refreshFeaturesAndPlot() { plot_.refreshFeaturesAndPlot(); }
+    /// The open tool windows.
+    const ToolWindows& toolWindows() const { return tools_; }
 
 public slots:
     /// Redraws everything that depends on the events shown. To be called after a change of filters or groups.
@@ -48,16 +55,16 @@ public slots:
     /// Tells the user of an exception that a slot let escape; reports that come while the dialog is up are dropped.
     void onUnhandledException(const QString& title, const QString& message);
 
+    void openFilterGroupsMatrixWindow() { tools_.openFilterGroupsMatrix(); }
+
 protected:
+    void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
 private:
-    void buildMenus();
-    void buildColorMapMenu(QMenu* settingsMenu);
     void connectDocks();
     void connectPlot();
-    void setColorMapIndex(int index);
 
     // In the order in which they hear of news: what a refresh needs is prepared before the plot controller refreshes.
     Session session_;
@@ -71,7 +78,8 @@ private:
     EventController events_;
     PlotController plot_;
     StatusController status_;
-    int colorMapIndex_ = 0;
+    ColorMapSetting colorMap_;
+    ToolWindows tools_;
     bool exceptionDialogOpen_ = false;
 };
 

@@ -8,6 +8,17 @@ QString plainToolTip(const QString& text) {
     return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal) : text;
 }
 
+QString singleLine(QString text) {
+    for (QChar& character : text) {
+        const QChar::Category category = character.category();
+        if (category == QChar::Other_Control || category == QChar::Separator_Line ||
+            category == QChar::Separator_Paragraph) {
+            character = u' ';
+        }
+    }
+    return text;
+}
+
 void showMessage(QWidget* parent, QMessageBox::Icon icon, const QString& title, const QString& text) {
     QMessageBox box(icon, title, QString(), QMessageBox::Ok, parent);
     box.setTextFormat(Qt::PlainText);

@@ -8,6 +8,9 @@ namespace Tessaly {
 /// A tool tip that shows a text as it is, whatever it holds: names and paths may look like markup.
 QString plainToolTip(const QString& text);
 
+/// A name for a place that has one line: line breaks and tabs become blanks.
+QString singleLine(QString text);
+
 /// A message box with one button whose text is shown as it is. Returns when it was closed.
 void showMessage(QWidget* parent, QMessageBox::Icon icon, const QString& title, const QString& text);
 

@@ -24,7 +24,8 @@ DatasetController::DatasetController(Session& session, DatasetLoader& loader, Da
     connect(&list_, &DatasetsPanel::duplicateRequested, this, &DatasetController::duplicateDataset);
     connect(&list_, &DatasetsPanel::removeRequested, this, &DatasetController::removeDataset);
     connect(&list_, &DatasetsPanel::reorderRequested, this, [this](int id, int toRow) { session_.move(id, toRow); });
-    const SessionNotices& news = session_.notices();
+    SessionNotices& news = session_.notices();
+    connect(&list_, &DatasetsPanel::folderViewChanged, &news, &SessionNotices::folderViewChanged);
     connect(&news, &SessionNotices::datasetsChanged, this, &DatasetController::showRows);
     connect(&news, &SessionNotices::datasetRenamed, this, &DatasetController::showName);
     connect(&news, &SessionNotices::activeChanged, &list_, &DatasetsPanel::setCurrentId);

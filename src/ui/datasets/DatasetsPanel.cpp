@@ -214,11 +214,13 @@ void DatasetsPanel::setMode(int index) {
     if (folderViewActive()) {
         rebuildTree();
     }
+    emit folderViewChanged();
 }
 
 void DatasetsPanel::setDepth(int depth) {
     QSettings().setValue(QLatin1String(DepthKey), depth);
     rebuildTree();
+    emit folderViewChanged();
 }
 
 void DatasetsPanel::rebuildTree() {

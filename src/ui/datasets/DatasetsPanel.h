@@ -55,6 +55,8 @@ signals:
     void removeRequested(int id);
     /// The user has dragged a row: take the dataset out and put it in before what stands at toRow.
     void reorderRequested(int id, int toRow);
+    /// The user has chosen list or folders, or another depth.
+    void folderViewChanged();
 
 private:
     QWidget* buildModeRow();

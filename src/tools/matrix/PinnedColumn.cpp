@@ -1,0 +1,101 @@
+#include "tools/matrix/PinnedColumn.h"
+
+#include <QEvent>
+#include <QHeaderView>
+#include <QPainter>
+#include <QScrollBar>
+#include <QStyledItemDelegate>
+#include <QTreeWidget>
+
+#include <algorithm>
+
+namespace Tessaly {
+
+namespace {
+
+/// Rows as high as in the tree, where the hidden columns have a say, too.
+class RowHeights : public QStyledItemDelegate {
+public:
+    RowHeights(const QTreeWidget& tree, QObject* parent) : QStyledItemDelegate(parent), tree_(tree) {}
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        return {QStyledItemDelegate::sizeHint(option, index).width(), tree_.visualRect(index).height()};
+    }
+
+private:
+    const QTreeWidget& tree_;
+};
+
+} // namespace
+
+PinnedColumn::PinnedColumn(QTreeWidget& tree) : QTreeView(&tree), tree_(tree) {
+    setObjectName(QStringLiteral("pinnedColumn"));
+    setAccessibleName(tree.accessibleName());
+    setModel(tree.model());
+    setItemDelegate(new RowHeights(tree, this));
+    setFrameShape(QFrame::NoFrame);
+    setSelectionMode(tree.selectionMode());
+    setFocusPolicy(tree.focusPolicy());
+    setAlternatingRowColors(tree.alternatingRowColors());
+    setItemsExpandable(tree.itemsExpandable());
+    setRootIsDecorated(tree.rootIsDecorated());
+    setTextElideMode(tree.textElideMode());
+    setVerticalScrollMode(tree.verticalScrollMode());
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    header()->setSectionResizeMode(QHeaderView::Fixed);
+    header()->setStretchLastSection(false);
+    hide();
+
+    QScrollBar* vertical = tree.verticalScrollBar();
+    connect(vertical, &QScrollBar::valueChanged, verticalScrollBar(), &QScrollBar::setValue);
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, vertical, &QScrollBar::setValue);
+    connect(tree.horizontalScrollBar(), &QScrollBar::valueChanged, this, &PinnedColumn::place);
+    connect(tree.header(), &QHeaderView::sectionResized, this, [this](int section) {
+        if (section == 0) {
+            place();
+        }
+    });
+    tree.viewport()->installEventFilter(this);
+}
+
+void PinnedColumn::follow() {
+    for (int column = 1; column < model()->columnCount(); ++column) {
+        setColumnHidden(column, true);
+    }
+    expandAll();
+    place();
+}
+
+void PinnedColumn::place() {
+    const bool wanted = tree_.horizontalScrollBar()->value() > 0;
+    if (wanted) {
+        const QWidget& covered = *tree_.viewport();
+        const int width = std::min(tree_.columnWidth(0), covered.width() / 2);
+        setColumnWidth(0, width);
+        header()->setFixedHeight(tree_.header()->height());
+        const int top = covered.y() - tree_.header()->height();
+        setGeometry(covered.x(), top, width, covered.geometry().bottom() + 1 - top);
+    }
+    setVisible(wanted);
+    if (wanted) {
+        verticalScrollBar()->setValue(tree_.verticalScrollBar()->value());
+    }
+}
+
+bool PinnedColumn::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == tree_.viewport() && event->type() == QEvent::Resize) {
+        place();
+    }
+    return QTreeView::eventFilter(watched, event);
+}
+
+void PinnedColumn::paintEvent(QPaintEvent* event) {
+    QTreeView::paintEvent(event);
+    // An edge tells it from what passes beneath.
+    QPainter painter(viewport());
+    painter.setPen(palette().color(QPalette::Dark));
+    painter.drawLine(viewport()->rect().topRight(), viewport()->rect().bottomRight());
+}
+
+} // namespace Tessaly

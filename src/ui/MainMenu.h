@@ -1,0 +1,24 @@
+#pragma once
+
+class QMainWindow;
+
+namespace Tessaly {
+
+class ColorMapSetting;
+class DatasetController;
+class ToolWindows;
+struct MainPanels;
+
+/// What the entries of the main menu act on.
+struct MainMenuTargets {
+    QMainWindow& window;
+    const MainPanels& panels;
+    ColorMapSetting& colorMap;
+    DatasetController& datasets;
+    ToolWindows& tools;
+};
+
+/// Fills the window's menu bar.
+void buildMainMenu(const MainMenuTargets& targets);
+
+} // namespace Tessaly

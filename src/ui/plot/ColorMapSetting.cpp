@@ -1,0 +1,39 @@
+#include "ui/plot/ColorMapSetting.h"
+
+#include "session/Session.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+
+#include <array>
+
+namespace Tessaly {
+
+namespace {
+
+constexpr char ColorMapKey[] = "settings/colorMapIndex";
+constexpr std::array ColorMapNames = {"Viridis", "Jet", "Jet+", "Plasma", "Quorin", "Grayscale"};
+
+} // namespace
+
+ColorMapSetting::ColorMapSetting(Session& session) : session_(session) {
+    const int stored = QSettings().value(QLatin1String(ColorMapKey), 0).toInt();
+    index_ = stored >= 0 && stored < static_cast<int>(ColorMapNames.size()) ? stored : 0;
+    emit session_.notices().colorMapChanged(index_);
+}
+
+QStringList ColorMapSetting::names() {
+    QStringList result;
+    for (const char* name : ColorMapNames) {
+        result.append(QCoreApplication::translate("Tessaly::MainWindow", name));
+    }
+    return result;
+}
+
+void ColorMapSetting::choose(int index) {
+    index_ = index;
+    QSettings().setValue(QLatin1String(ColorMapKey), index);
+    emit session_.notices().colorMapChanged(index);
+}
+
+} // namespace Tessaly
