@@ -1,11 +1,14 @@
 #include "core/ScaleMath.h"
 #include "plot/ColorMaps.h"
 #include "plot/PlainDotCurve.h"
+#include "plot/PlotScene.h"
 #include "plot/PointSeries.h"
 #include "plot/RoundSpectroCurve.h"
 #include "plot/ScatterPlot.h"
 
+#include <QApplication>
 #include <QImage>
+#include <QMouseEvent>
 #include <QPainter>
 #include <qwt_color_map.h>
 #include <qwt_plot_curve.h>
@@ -169,6 +172,65 @@ void findNearestBaseline(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(EventCount));
 }
 
+/// A shown plot with the events in colours and a polygon under the user's hands.
+std::unique_ptr<ScatterPlot> plotWithPolygon(bool editing) {
+    auto plot = std::make_unique<ScatterPlot>();
+    PlotScene scene;
+    scene.points = events();
+    plot->showScene(scene);
+    plot->show();
+    plot->resize(plot->size() + CanvasSize - plot->canvas()->size());
+    QApplication::processEvents();
+    plot->resize(plot->size() + CanvasSize - plot->canvas()->size());
+    QApplication::processEvents();
+    if (editing) {
+        plot->startPolygonEdit(0, QPolygonF({{60.0, 0.05}, {200.0, 0.05}, {200.0, 0.2}, {60.0, 0.2}}));
+    } else {
+        plot->startPolygonDraw();
+    }
+    QApplication::processEvents();
+    return plot;
+}
+
+void sendMouse(ScatterPlot& plot, QEvent::Type type, Qt::MouseButton button, const QPointF& position) {
+    QMouseEvent event(type, position, plot.canvas()->mapToGlobal(position), button, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(plot.canvas(), &event);
+}
+
+/// From a mouse move to the painted frame.
+void dragVertex(benchmark::State& state) {
+    const std::unique_ptr<ScatterPlot> plot = plotWithPolygon(true);
+    const QPointF start = plot->toCanvas({200.0, 0.2});
+    sendMouse(*plot, QEvent::MouseButtonPress, Qt::LeftButton, start);
+    int step = 0;
+    for (auto _ : state) {
+        step = (step + 7) % 100;
+        sendMouse(*plot, QEvent::MouseMove, Qt::NoButton, start + QPointF(-step, step));
+        QApplication::processEvents();
+    }
+}
+
+/// One mouse move while a polygon is drawn.
+void hoverWhileDrawing(benchmark::State& state) {
+    const std::unique_ptr<ScatterPlot> plot = plotWithPolygon(false);
+    const QPointF start = plot->toCanvas({120.0, 0.12});
+    int step = 0;
+    for (auto _ : state) {
+        step = (step + 1) % 20;
+        sendMouse(*plot, QEvent::MouseMove, Qt::NoButton, start + QPointF(step, 0));
+    }
+}
+
+void hoverBaseline(benchmark::State& state) {
+    const std::unique_ptr<ScatterPlot> plot = plotWithPolygon(false);
+    const QPointF start = plot->toCanvas({120.0, 0.12});
+    int step = 0;
+    for (auto _ : state) {
+        step = (step + 1) % 20;
+        benchmark::DoNotOptimize(plot->findNearestPoint(plot->toData(start + QPointF(step, 0))));
+    }
+}
+
 BENCHMARK(repaintColorDots)->Name("repaint_color_dots")->Unit(benchmark::kMillisecond);
 BENCHMARK(repaintColorDotsBaseline)->Name("repaint_color_dots/baseline")->Unit(benchmark::kMillisecond);
 BENCHMARK(repaintPlainDots)->Name("repaint_plain_dots")->Unit(benchmark::kMillisecond);
@@ -177,5 +239,10 @@ BENCHMARK_CAPTURE(findNearest, linear, ScaleMode::Linear)->Name("find_nearest")-
 BENCHMARK(findNearestBaseline)->Name("find_nearest/baseline")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(findNearest, log, ScaleMode::Log)->Name("find_nearest_log")->Unit(benchmark::kMillisecond);
 BENCHMARK(findNearestBaseline)->Name("find_nearest_log/baseline")->Unit(benchmark::kMillisecond);
+
+BENCHMARK(dragVertex)->Name("drag_vertex")->Unit(benchmark::kMillisecond);
+BENCHMARK(repaintColorDots)->Name("drag_vertex/baseline")->Unit(benchmark::kMillisecond);
+BENCHMARK(hoverWhileDrawing)->Name("hover_while_drawing")->Unit(benchmark::kMillisecond);
+BENCHMARK(hoverBaseline)->Name("hover_while_drawing/baseline")->Unit(benchmark::kMillisecond);
 
 } // namespace

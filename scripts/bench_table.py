@@ -20,6 +20,8 @@ RATIO_BARS = {
     "repaint_plain_dots": 0.3,
     "find_nearest": 1.6,
     "find_nearest_log": 2.0,
+    "drag_vertex": 0.15,
+    "hover_while_drawing": 1.3,
     "filter_change_to_picture": 1.3,
     "rule_to_200_datasets": 1.2,
     "click_to_event": 2.0,

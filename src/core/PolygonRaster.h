@@ -46,6 +46,8 @@ private:
 /// Its answers are those of pointInPolygon() on values from scaleValue(), rounding included: a cell gets an answer only
 /// if no edge's crossing can come to lie in it. The crossings in a row of cells are bounded by the crossing formula
 /// itself at the row's ends, for each operation in it is monotone whether rounded or not.
+/// The plain form that tests compare with is Plain::evaluate() in tests/support/PlainFilter.h; why there is a raster is
+/// on record in docs/decisions.
 class PolygonRaster {
 public:
     enum Verdict : std::uint8_t { Outside = 0, Inside = 1, NeedsTest = 2 };

@@ -18,7 +18,9 @@ class DotPositions;
 ///
 /// The dots are taken from last to first, each adding its colour in the share that the dots over it leave visible, so
 /// that dots under a place that is covered already cost next to nothing. The result goes onto the device as one image.
-/// Works at any device pixel ratio, under the painter's clip and under transformations that scale evenly.
+/// The plain form, each shape by itself, is in tests/plot/DotPainterTest.cpp; the choice is on record in
+/// docs/decisions. Works at any device pixel ratio, under the painter's clip and under transformations that scale
+/// evenly.
 class DotPainter {
 public:
     /// Draws one dot about the origin in opaque black or shades of its transparency; pen and brush are up to it.

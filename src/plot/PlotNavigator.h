@@ -2,48 +2,26 @@
 
 #include <QPoint>
 #include <QPointF>
+#include <QRectF>
 
-class QEvent;
-class QMouseEvent;
-class QRectF;
-class QRubberBand;
-class QWheelEvent;
+class QwtPlot;
 
 namespace Tessaly {
 
-class ScatterPlot;
+// What moves a plot's bottom and left axes, for any plot, each with one replot. Positions are pixels of the canvas.
 
-/// What the mouse does on a scatter plot's canvas, as one state machine: picking a point, zooming with a rubber band,
-/// panning with shift held, zooming with the wheel, and resetting the zoom.
-class PlotNavigator {
-public:
-    explicit PlotNavigator(ScatterPlot& plot);
+/// Auto scale for both axes.
+void zoomOutFully(QwtPlot& plot);
 
-    /// Handles an event of the canvas.
-    /// @return true if the event is consumed
-    bool handle(QEvent* event);
+/// Shows what lies in a rectangle of the canvas.
+void zoomTo(QwtPlot& plot, const QRectF& canvasRect);
 
-private:
-    enum class State { Idle, Zooming, Panning };
+/// Moves both axes by a distance in pixels, on the values, so that on curved axes the place at the origin of the canvas
+/// follows the mouse.
+void panBy(QwtPlot& plot, const QPoint& distance);
 
-    bool press(const QMouseEvent& event);
-    bool move(const QMouseEvent& event);
-    bool release(const QMouseEvent& event);
-    bool doubleClick(const QMouseEvent& event);
-    bool wheel(const QWheelEvent& event);
-
-    void startZoom(const QPoint& position);
-    void showBand(const QPoint& position);
-    void finishZoom(const QPoint& position);
-    void zoomTo(const QRectF& canvasRect);
-    void pick(const QPointF& position);
-    void pan(const QPoint& position);
-
-    ScatterPlot& plot_;
-    State state_ = State::Idle;
-    QPoint zoomOrigin_;
-    QPoint panLast_;
-    QRubberBand* band_ = nullptr; ///< child of the canvas, made at first use
-};
+/// Zooms about a position, in or out by one step, on the values whatever the axes' scales.
+/// @param angle  of the wheel; above 0 zooms in
+void zoomByWheel(QwtPlot& plot, const QPointF& position, int angle);
 
 } // namespace Tessaly

@@ -1,27 +1,18 @@
 #include "plot/PolygonOverlay.h"
 
 #include "plot/PointSeries.h"
+#include "plot/PolygonHits.h"
 
 #include <QPainter>
 #include <QPainterPath>
 #include <QPen>
 #include <qwt_clipper.h>
-#include <qwt_scale_map.h>
 
 #include <cmath>
 #include <utility>
 #include <vector>
 
 namespace Tessaly {
-
-namespace {
-
-double pixelOf(const QwtScaleMap& map, double value) {
-    const QwtTransform* transform = map.transformation();
-    return map.transform(transform ? transform->bounded(value) : value);
-}
-
-} // namespace
 
 PolygonOverlay::PolygonOverlay(const QPolygonF& polygon, bool ruleEnabled) : vertices_(polygon) {
     QPainterPath path;
@@ -56,7 +47,7 @@ void PolygonOverlay::draw(QPainter* painter, const QwtScaleMap& xMap, const QwtS
                           const QRectF& canvasRect) const {
     QPolygonF pixels;
     for (const QPointF& vertex : vertices_) {
-        const QPointF pixel(pixelOf(xMap, vertex.x()), pixelOf(yMap, vertex.y()));
+        const QPointF pixel = boundedPixel(xMap, yMap, vertex);
         if (std::isfinite(pixel.x()) && std::isfinite(pixel.y())) {
             pixels.append(pixel);
         }

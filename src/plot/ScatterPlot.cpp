@@ -2,6 +2,7 @@
 
 #include "core/ScaleMath.h"
 #include "plot/AxisScaleDraw.h"
+#include "plot/CanvasInput.h"
 #include "plot/ColorMaps.h"
 #include "plot/NearestPoint.h"
 #include "plot/PlainDotCurve.h"
@@ -71,7 +72,7 @@ void ScatterPlot::setupPlot() {
     panner_->setAxisEnabled(AxisColor, false);
     panner_->setAxisEnabled(QwtAxis::XTop, false);
 
-    navigator_ = std::make_unique<PlotNavigator>(*this);
+    input_ = std::make_unique<CanvasInput>(*this);
     if (auto* frame = qobject_cast<QFrame*>(canvas())) {
         frame->setFrameStyle(QFrame::Box | QFrame::Plain);
         frame->setLineWidth(1);
@@ -188,6 +189,7 @@ void ScatterPlot::setData(std::vector<double> x, std::vector<double> y, const QS
 
 void ScatterPlot::placePoints(std::shared_ptr<const PlotPoints> points) {
     points_ = std::move(points);
+    input_->forgetHover();
     if (highlighted_ >= static_cast<int>(points_->size())) {
         placeMark(-1);
     }
@@ -281,9 +283,7 @@ void ScatterPlot::changeScaleMode(int axis, int mode) {
 }
 
 void ScatterPlot::resetZoom() {
-    setAxisAutoScale(AxisX, true);
-    setAxisAutoScale(AxisY, true);
-    replot();
+    zoomOutFully(*this);
 }
 
 void ScatterPlot::setDataVisible(bool visible) {
@@ -334,8 +334,16 @@ void ScatterPlot::placeGate(const PlotGate& gate) {
         delete old->second;
     }
     auto* overlay = new PolygonOverlay(gate.polygon, gate.enabled);
+    overlay->setVisible(input_->editId() != gate.id || !input_->isEditing());
     overlay->attach(this);
     overlays_[gate.id] = overlay;
+}
+
+void ScatterPlot::setGateVisible(int id, bool visible) {
+    if (const auto gate = overlays_.find(id); gate != overlays_.end()) {
+        gate->second->setVisible(visible);
+        replot();
+    }
 }
 
 void ScatterPlot::clearPolygonOverlays() {
@@ -406,11 +414,59 @@ QList<int> ScatterPlot::overlayIds() const {
     return ids;
 }
 
+void ScatterPlot::startPolygonDraw() {
+    input_->startPolygonDraw();
+}
+
+void ScatterPlot::cancelPolygonDraw() {
+    input_->cancelPolygonDraw();
+}
+
+bool ScatterPlot::isDrawing() const {
+    return input_->isDrawing();
+}
+
+void ScatterPlot::startPolygonEdit(int id, const QPolygonF& polygon) {
+    input_->startPolygonEdit(id, polygon);
+}
+
+void ScatterPlot::stopPolygonEdit() {
+    input_->stopPolygonEdit();
+}
+
+bool ScatterPlot::isEditing() const {
+    return input_->isEditing();
+}
+
+int ScatterPlot::editId() const {
+    return input_->editId();
+}
+
+void ScatterPlot::replot() {
+    QwtPlot::replot();
+    if (input_) {
+        input_->updateOutline();
+    }
+}
+
+bool ScatterPlot::event(QEvent* event) {
+    // Keys that a part of the plot with the focus has left.
+    const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::ShortcutOverride;
+    return (isKey && input_->handle(event)) || QwtPlot::event(event);
+}
+
 bool ScatterPlot::eventFilter(QObject* object, QEvent* event) {
-    if (object == canvas() && navigator_ && navigator_->handle(event)) {
+    if (object != canvas() || !input_) {
+        return QwtPlot::eventFilter(object, event);
+    }
+    if (input_->handle(event)) {
         return true;
     }
-    return QwtPlot::eventFilter(object, event);
+    const bool filtered = QwtPlot::eventFilter(object, event);
+    if (event->type() == QEvent::Resize) {
+        input_->updateOutline();
+    }
+    return filtered;
 }
 
 void ScatterPlot::onPointSelected(int index) {

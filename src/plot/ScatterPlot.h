@@ -16,8 +16,8 @@ class QwtPlotShapeItem;
 
 namespace Tessaly {
 
+class CanvasInput;
 class PlainDotCurve;
-class PlotNavigator;
 class PlotPoints;
 class RoundSpectroCurve;
 class ScatterPlotPicker;
@@ -81,6 +81,23 @@ public:
     void addPolygonOverlay(int id, const QPolygonF& polygon, bool ruleEnabled);
     void clearPolygonOverlays();
 
+    /// Lets the user draw a polygon, vertex by vertex; a double click completes it, Escape cancels. Ends any edit
+    /// first. Ends in polygonDrawingStopped(), after polygonCompleted() if there is a polygon.
+    void startPolygonDraw();
+    /// Ends a drawing without a polygon; nothing happens if there is none.
+    void cancelPolygonDraw();
+    bool isDrawing() const;
+
+    /// Lets the user drag, add (on an edge) and remove (right button) vertices of a polygon until stopPolygonEdit() or
+    /// Escape. Cancels a drawing first, and ends the edit of another id. The gate of that id is hidden meanwhile, also
+    /// if gates are shown anew.
+    /// @param polygon  vertices in data units, not closed
+    void startPolygonEdit(int id, const QPolygonF& polygon);
+    void stopPolygonEdit();
+    bool isEditing() const;
+    /// Of the polygon being edited, -1 if none is.
+    int editId() const;
+
     /// Plot index of the point nearest to a place, measured in shares of the canvas's width and height; -1 if none is
     /// within 5 %. The first of equally near points wins; points that the axes cannot show are never found.
     /// O(n), one pass.
@@ -107,8 +124,23 @@ public:
 signals:
     /// The user clicked within reach of a point.
     void pointClicked(int index);
+    /// While a polygon is drawn or edited: the mouse has come within reach of another point.
+    void pointHovered(int index);
+    /// The user has drawn a polygon of three vertices or more, in data units and not closed. The plot is idle by then.
+    void polygonCompleted(QPolygonF polygon);
+    /// A drawing has ended, completed or not: by double click, Escape, cancelPolygonDraw() or the start of an edit.
+    void polygonDrawingStopped();
+    /// A vertex was dropped or removed. Not sent while one is dragged; a drag that Escape ends is never sent.
+    void polygonEdited(int id, QPolygonF polygon);
+    /// An edit has ended: by Escape, stopPolygonEdit(), or the start of a drawing or of another edit.
+    void polygonEditingStopped(int id);
+
+public slots:
+    /// The outline of a polygon under the user's hands follows the axes.
+    void replot() override;
 
 protected:
+    bool event(QEvent* event) override;
     bool eventFilter(QObject* object, QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
@@ -116,7 +148,7 @@ private slots:
     void onPointSelected(int index);
 
 private:
-    friend class PlotNavigator;
+    friend class CanvasInput;
 
     void setupPlot();
     void setupTexts();
@@ -131,6 +163,8 @@ private:
     void placeIsoelastics(const std::vector<IsoelasticLine>& lines, bool withLabels);
     void placeGate(const PlotGate& gate);
     void removeGates();
+    /// Of the gate of an id, if there is one; replots.
+    void setGateVisible(int id, bool visible);
 
     /// Asks for as many major steps as have room. False if there is no change.
     bool fitSteps();
@@ -141,7 +175,7 @@ private:
     PlainDotCurve* highlightCurve_ = nullptr;
     ScatterPlotPicker* picker_ = nullptr;
     QwtPlotPanner* panner_ = nullptr;
-    std::unique_ptr<PlotNavigator> navigator_;
+    std::unique_ptr<CanvasInput> input_;
 
     std::shared_ptr<const PlotPoints> points_;
     int highlighted_ = -1;
