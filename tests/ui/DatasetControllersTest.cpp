@@ -1,4 +1,5 @@
 #include "MessageBoxWatcher.h"
+#include "UserActions.h"
 
 #include "io/VQDReader.h"
 #include "session/Session.h"
@@ -75,24 +76,8 @@ protected:
         }
         return result;
     }
-    /// Opens the context menu of a row and takes an entry with the keys.
-    void chooseInMenu(int row, const char* action) {
-        QListWidget* view = list.list();
-        const QPoint position = view->visualItemRect(view->item(row)).center();
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, position, view->viewport()->mapToGlobal(position));
-        QApplication::sendEvent(view->viewport(), &event);
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        ASSERT_TRUE(menu);
-        do {
-            QTest::keyClick(menu, Qt::Key_Down);
-        } while (menu->activeAction()->objectName() != action);
-        QTest::keyClick(menu, Qt::Key_Return);
-        QApplication::processEvents();
-    }
-    void clickRow(int row) {
-        QListWidget* view = list.list();
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualItemRect(view->item(row)).center());
-    }
+    void chooseInMenu(int row, const char* action) { chooseInContextMenu(*list.list(), row, action); }
+    void clickRow(int row) { clickListRow(*list.list(), row); }
 
     TemporaryFolder folder;
     QMainWindow window;

@@ -1,6 +1,7 @@
 #include "ui/MainWindow.h"
 
 #include "MessageBoxWatcher.h"
+#include "UserActions.h"
 
 #include "io/VQDReader.h"
 #include "plot/ImageViewer.h"
@@ -125,25 +126,8 @@ protected:
     }
     QString status() const { return panels().status->text(); }
 
-    /// Opens the context menu of a row of the dataset list and takes an entry with the keys.
-    void chooseInMenu(int row, const char* action) {
-        DatasetListWidget* list = panels().datasets->list();
-        const QPoint position = list->visualItemRect(list->item(row)).center();
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, position, list->viewport()->mapToGlobal(position));
-        QApplication::sendEvent(list->viewport(), &event);
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        ASSERT_TRUE(menu);
-        do {
-            QTest::keyClick(menu, Qt::Key_Down);
-        } while (menu->activeAction()->objectName() != action);
-        QTest::keyClick(menu, Qt::Key_Return);
-        QApplication::processEvents();
-    }
-
-    void clickRow(int row) {
-        DatasetListWidget* list = panels().datasets->list();
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(row)).center());
-    }
+    void chooseInMenu(int row, const char* action) { chooseInContextMenu(*panels().datasets->list(), row, action); }
+    void clickRow(int row) { clickListRow(*panels().datasets->list(), row); }
 
     TemporaryFolder folder;
     std::unique_ptr<MainWindow> window;
@@ -199,6 +183,11 @@ TEST_F(MainWindowTest, LoadsADroppedFolderOneFileAfterTheOther) {
     std::filesystem::create_directories(folder.path() / "aa");
     std::filesystem::rename(folder.path() / "c.vqd", folder.path() / "aa" / "c.VQD");
     std::ofstream(folder.path() / "note.txt") << "text";
+    QObject::connect(&window->session().notices(), &SessionNotices::datasetsChanged, [this] {
+        for (std::size_t i = 0; i + 1 < window->datasets().size(); ++i) {
+            EXPECT_TRUE(window->datasets()[i]->featuresLoaded) << "a file is opened when the one before has loaded";
+        }
+    });
     drop({QString::fromStdString(folder.path().string()), QString::fromStdString(folder.file("a.vqd"))});
     ASSERT_TRUE(waitUntilLoaded(3)); // the file that comes twice doesn't hold up those behind it
     QStringList names;
@@ -325,66 +314,6 @@ TEST_F(MainWindowTest, WithoutPicturesTheValuesOfTheChosenEventAreShown) {
     EXPECT_EQ(table->item(0, table->columnCount() - 1)->text(), "20"); // area_um is the first by name
 }
 
-TEST_F(MainWindowTest, AClickOnAPointShowsItsEvent) {
-    openAndWait(sample("clicked", {{"area_um", {10, 20, 30}}, {"deform", {0.1, 0.2, 0.3}}}));
-    window->datasets()[0]->filter.addRule(rangeRule("area_um", 15, 100));
-    window->onFilterChanged();
-    QApplication::processEvents();
-    ScatterPlot* plot = panels().plot;
-    QTest::mouseClick(plot->canvas(), Qt::LeftButton, Qt::NoModifier, plot->toCanvas({30, 0.3}).toPoint());
-    EXPECT_EQ(window->datasets()[0]->currentEventIndex, 2);
-    EXPECT_EQ(panels().eventNumber->value(), 2);
-    EXPECT_EQ(plot->highlightedPoint(), 1);
-    const auto* table = panels().event->findChild<QTableWidget*>();
-    ASSERT_GT(table->rowCount(), 0);
-    EXPECT_EQ(table->item(0, 0)->toolTip(), "area_um"); // by label "Area [µm²]" the first
-    EXPECT_EQ(table->item(0, 1)->text(), "30");
-}
-
-TEST_F(MainWindowTest, MarksPointsThatALogAxisCannotShow) {
-    openAndWait(sample("log", {{"area_um", {-1, 20, 30}}}));
-    auto* scale = window->findChild<QComboBox*>("xScaleCombo");
-    scale->setCurrentIndex(1);
-    EXPECT_EQ(scale->itemText(1), QString::fromUtf8("Log ⚠"));
-    EXPECT_TRUE(scale->toolTip().contains(QString::fromUtf8("1 point with value ≤ 0")));
-    EXPECT_EQ(panels().plot->xData().size(), 3U);
-    scale->setCurrentIndex(2);
-    EXPECT_EQ(scale->itemText(1), "Log");
-}
-
-TEST_F(MainWindowTest, ZoomAndIsoelasticsFollowTheFeatures) {
-    openAndWait(sample("zoom"));
-    panels().plot->setAxisScale(QwtPlot::xBottom, 40, 50);
-    panels().plot->replot();
-    PlotSettings changed = settings();
-    changed.colorFeatureName = "bright_avg";
-    set(changed);
-    EXPECT_FALSE(panels().plot->axisAutoScale(QwtPlot::xBottom));
-    const auto* box = window->findChild<QCheckBox*>("isoelasticsCheck");
-    std::swap(changed.xFeatureName, changed.yFeatureName);
-    set(changed);
-    EXPECT_TRUE(box->isVisible());
-    changed.xFeatureName = "bright_avg";
-    set(changed);
-    EXPECT_FALSE(box->isVisible());
-    EXPECT_TRUE(panels().plot->axisAutoScale(QwtPlot::xBottom));
-}
-
-TEST_F(MainWindowTest, RenamesAndFallsBackToTheSampleName) {
-    openAndWait(sample("Original"));
-    QLineEdit* edit = panels().rename;
-    edit->setFocus();
-    edit->setText("  <b>New  ");
-    QTest::keyClick(edit, Qt::Key_Return);
-    EXPECT_EQ(window->datasets()[0]->displayName, "<b>New");
-    EXPECT_TRUE(panels().datasets->list()->item(0)->text().startsWith("<b>&lt;b&gt;New</b>"));
-    EXPECT_TRUE(status().startsWith("Loaded: <b>New (")) << status().toStdString();
-    edit->setText("   ");
-    QTest::keyClick(edit, Qt::Key_Return);
-    EXPECT_EQ(window->datasets()[0]->displayName, "Original");
-    EXPECT_EQ(edit->text(), "Original");
-}
-
 TEST_F(MainWindowTest, DuplicatesReordersAndRemoves) {
     openAndWait(sample("first"));
     openAndWait(sample("second"));
@@ -411,25 +340,28 @@ TEST_F(MainWindowTest, DuplicatesReordersAndRemoves) {
     EXPECT_EQ(settings().xFeatureName, "");
 }
 
-TEST_F(MainWindowTest, RefusesToRemoveWhatIsStillLoading) {
-    SampleFileOptions options;
-    options.events = 200000;
-    options.images = options.masks = options.traces = false;
-    const QString path = sample("large", options);
-    // The library's lock holds the preload back.
-    std::unique_lock lock(hdf5Mutex());
-    window->openDataset(path);
-    EXPECT_EQ(status(), "Loading: large...");
-    EXPECT_FALSE(panels().rename->isEnabled());
-    MessageBoxWatcher boxes;
-    chooseInMenu(0, "removeDatasetAction");
-    chooseInMenu(0, "duplicateDatasetAction");
-    EXPECT_EQ(window->datasets().size(), 1U);
-    ASSERT_EQ(boxes.seen().size(), 1U);
-    EXPECT_EQ(boxes.seen()[0].title, "Cannot Remove");
+TEST_F(MainWindowTest, TheStatusLineTellsWhatLoadsAndWhatIsShown) {
+    openAndWait(sample("shown"));
+    const QString first = sample("first");
+    const QString second = sample("second");
+    std::unique_lock lock(hdf5Mutex()); // holds the preload back
+    window->openDataset(first);
+    EXPECT_EQ(status(), "Loading: first...");
+    clickRow(0);
+    EXPECT_TRUE(status().startsWith("Loaded: shown (")) << status().toStdString();
+    window->openDataset(second); // waits
+    EXPECT_TRUE(status().startsWith("Loaded: shown (")) << status().toStdString();
+    clickRow(1);
+    EXPECT_EQ(status(), "Loading: first...");
     lock.unlock();
-    ASSERT_TRUE(waitUntilLoaded(1));
-    EXPECT_TRUE(status().startsWith("Loaded: large")) << status().toStdString();
+    ASSERT_TRUE(waitUntilLoaded(3));
+    EXPECT_TRUE(status().startsWith("Loaded: second (")) << status().toStdString();
+    QLineEdit* edit = panels().rename;
+    edit->setFocus();
+    edit->selectAll();
+    QTest::keyClicks(edit, "<b>New");
+    QTest::keyClick(edit, Qt::Key_Return);
+    EXPECT_TRUE(status().startsWith("Loaded: <b>New (")) << status().toStdString();
 }
 
 TEST_F(MainWindowTest, AChoicePutOffDuringAPreloadIsNotAppliedToAnotherDataset) {
@@ -498,14 +430,24 @@ TEST_F(MainWindowTest, EveryControlHasANameForProgramsAndPeople) {
 }
 
 TEST_F(MainWindowTest, ClosesWhileAPreloadRuns) {
-    const QString path = sample("closing");
-    std::unique_lock lock(hdf5Mutex());
+    SampleFileOptions options;
+    options.events = 50000;
+    options.images = options.masks = options.traces = false;
+    for (char name = 'a'; name <= 'z'; ++name) {
+        options.columns[std::string("zz_") + name] = std::vector<double>(options.events, 1.0);
+    }
+    const QString path = sample("closing", options);
+    std::unique_lock lock(hdf5Mutex()); // holds the preload back
     window->openDataset(path);
     window->openDataset(sample("queued"));
+    const std::shared_ptr<VQDReader> reader = window->datasets()[0]->reader;
     window->close();
     window.reset();
     lock.unlock();
-    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(20000));
+    ASSERT_TRUE(QThreadPool::globalInstance()->waitForDone(20000));
+    // What the preload has left alone can't be had any more once the file is cut.
+    std::filesystem::resize_file(path.toStdString(), 1024);
+    EXPECT_NE(reader->getFeature("zz_z"), options.columns["zz_z"]) << "the preload ends with the column that it is at";
 }
 
 TEST_F(MainWindowTest, ClearsTheSessionOnlyWhenConfirmed) {
