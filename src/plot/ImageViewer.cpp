@@ -175,7 +175,8 @@ QWidget* ImageViewer::buildControls() {
     addButton("fitButton", tr("Fit"), tr("Fit to Window"), &ImageViewer::fitToWindow);
     buttons->addStretch(1);
 
-    auto* checks = new QHBoxLayout;
+    auto* checks = new QVBoxLayout; // one below the other, so that the panel can be narrow
+    checks->setSpacing(0);
     const auto addCheck = [&](const char* name, const QString& text, const QString& toolTip) {
         auto* check = new QCheckBox(text, this);
         check->setObjectName(name);
@@ -187,7 +188,6 @@ QWidget* ImageViewer::buildControls() {
     maskCheck_ = addCheck("showMaskCheck", tr("Show Mask"), tr("Show mask overlay"));
     maskCheck_->setChecked(true);
     contrastCheck_ = addCheck("autoContrastCheck", tr("Auto Contrast"), tr("Stretch image contrast to full range"));
-    checks->addStretch(1);
 
     connect(maskCheck_, &QCheckBox::toggled, this, &ImageViewer::showMaskToggled);
     connect(contrastCheck_, &QCheckBox::toggled, this, [this](bool checked) {

@@ -1,6 +1,7 @@
 #include "ui/MainPanels.h"
 
 #include "plot/ScatterPlot.h"
+#include "plot/TracePlot.h"
 #include "ui/calculations/CalculationsDockWidget.h"
 #include "ui/datasets/DatasetsPanel.h"
 #include "ui/event/EventPanel.h"
@@ -50,28 +51,26 @@ QDockWidget* addDock(QMainWindow& window, const char* name, const QString& title
     return dock;
 }
 
-void buildDocks(QMainWindow& window, MainPanels& panels) {
+void buildDatasetsDock(QMainWindow& window, MainPanels& panels) {
     panels.datasets = new DatasetsPanel;
+    panels.datasetsDock =
+        addDock(window, "datasetsDock", tr("Datasets"), panels.datasets, Qt::LeftDockWidgetArea, TitleBar::Normal);
+}
+
+void buildRightDocks(QMainWindow& window, MainPanels& panels) {
     panels.filters = new FilterDockWidget;
     panels.statistics = new StatisticsDockWidget;
     panels.calculations = new CalculationsDockWidget;
     panels.metadata = new MetadataPanel;
-    panels.datasets->setMinimumWidth(200);
-    panels.filters->setMinimumWidth(300);
     panels.filters->setMaximumWidth(500);
-    panels.statistics->setMinimumWidth(250);
-    panels.calculations->setMinimumWidth(200);
-    panels.metadata->setMinimumWidth(200);
 
     const auto right = Qt::RightDockWidgetArea;
-    panels.datasetsDock =
-        addDock(window, "datasetsDock", tr("Datasets"), panels.datasets, Qt::LeftDockWidgetArea, TitleBar::Normal);
     panels.filtersDock = addDock(window, "filtersDock", tr("Filters"), panels.filters, right, TitleBar::None);
-    panels.statisticsDock =
-        addDock(window, "statisticsDock", tr("Plot Statistics"), panels.statistics, right, TitleBar::Normal);
     panels.calculationsDock =
         addDock(window, "calculationsDock", tr("Calculations"), panels.calculations, right, TitleBar::None);
     panels.metadataDock = addDock(window, "metadataDock", tr("Metadata"), panels.metadata, right, TitleBar::None);
+    panels.statisticsDock =
+        addDock(window, "statisticsDock", tr("Plot Statistics"), panels.statistics, right, TitleBar::Normal);
 
     window.setTabPosition(right, QTabWidget::North);
     window.tabifyDockWidget(panels.filtersDock, panels.calculationsDock);
@@ -113,6 +112,7 @@ QLayout* buildEventRow(MainPanels& panels) {
 QWidget* buildCentre(MainPanels& panels) {
     auto* centre = new QWidget;
     auto* layout = new QVBoxLayout(centre);
+    layout->setContentsMargins(4, 4, 4, 4);
     panels.status = new ElidedLabel;
     panels.status->setObjectName(QStringLiteral("statusLabel"));
     panels.status->setStyleSheet(QLatin1String(StatusStyle));
@@ -124,9 +124,10 @@ QWidget* buildCentre(MainPanels& panels) {
     layout->addLayout(buildEventRow(panels));
 
     panels.plot = new ScatterPlot;
-    // The axes would like more, which would keep the window from fitting on a small screen.
-    panels.plot->setMinimumSize(200, 200);
     panels.event = new EventPanel;
+    // The axes would like more, which would keep the window from fitting on a small screen.
+    panels.plot->setMinimumSize(200, 150);
+    panels.event->tracePlot()->setMinimumSize(150, 90);
     auto* splitter = new QSplitter(Qt::Horizontal);
     splitter->setObjectName(QStringLiteral("plotSplitter"));
     splitter->addWidget(panels.plot);
@@ -143,8 +144,10 @@ QWidget* buildCentre(MainPanels& panels) {
 
 MainPanels buildMainPanels(QMainWindow& window) {
     MainPanels panels;
+    // In the order of the eye, which is that of the Tab key.
+    buildDatasetsDock(window, panels);
     window.setCentralWidget(buildCentre(panels));
-    buildDocks(window, panels);
+    buildRightDocks(window, panels);
     return panels;
 }
 

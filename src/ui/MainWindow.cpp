@@ -13,14 +13,22 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QScreen>
 #include <QSpinBox>
 #include <QTimer>
 
 namespace Tessaly {
 
+namespace {
+
+constexpr QSize FrameSize(8, 40); ///< about what borders and title bar take of the screen
+
+} // namespace
+
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent),
       panels_(buildMainPanels(*this)),
+      dockLayout_(*this, panels_),
       loader_(session_, this),
       datasets_(session_, loader_, *panels_.datasets, this),
       name_(session_, *panels_.rename, this),
@@ -36,7 +44,7 @@ MainWindow::MainWindow(QWidget* parent)
     buildMainMenu({*this, panels_, colorMap_, datasets_, tools_});
     connectDocks();
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
-    resize(1400, 900);
+    resize(sizeOnScreen(QSize(1400, 900), minimumSizeHint(), screen()->availableSize() - FrameSize));
     setAcceptDrops(true);
     // A file dropped on a field is opened like one dropped beside it, not typed in.
     for (QLineEdit* field : findChildren<QLineEdit*>()) {
@@ -106,6 +114,15 @@ void MainWindow::connectPlot() {
     connect(&plot_, &PlotController::plotted, &events_, [this] { events_.placeSelection(plot_.frame()); });
     connect(&plot_, &PlotController::cleared, panels_.statistics, &StatisticsDockWidget::clearStatistics);
     connect(&plot_, &PlotController::datasetShown, &events_, &EventController::showCurrentEvent);
+}
+
+bool MainWindow::focusNextPrevChild(bool next) {
+    const QWidget* start = focusWidget();
+    bool moved = false;
+    do {
+        moved = QMainWindow::focusNextPrevChild(next);
+    } while (moved && focusWidget() != start && !DockLayout::isInView(focusWidget()));
+    return moved;
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {

@@ -3,6 +3,7 @@
 #include "calc/emodulus/EModulus.h"
 #include "session/Session.h"
 #include "session/SessionHost.h"
+#include "ui/DockLayout.h"
 #include "ui/MainPanels.h"
 #include "ui/ToolWindows.h"
 #include "ui/datasets/DatasetController.h"
@@ -59,6 +60,7 @@ public slots:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
@@ -70,6 +72,7 @@ private:
     Session session_;
     EModulus emodulus_;
     MainPanels panels_;
+    DockLayout dockLayout_;
     DatasetLoader loader_;
     DatasetController datasets_;
     NameController name_;

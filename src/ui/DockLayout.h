@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QObject>
+#include <QSize>
+
+class QMainWindow;
+class QWidget;
+
+namespace Tessaly {
+
+struct MainPanels;
+
+/// Shares the room of the main window out. The plot's canvas gets at least 40 % of the width: below that, docks and
+/// event panel give way down to what they need. What the user sets by dragging holds again as soon as there is room.
+/// Docks that were hidden come back in the proportions that they had.
+class DockLayout : public QObject {
+    Q_OBJECT
+
+public:
+    /// @param panels  of this window; they must outlive this object
+    DockLayout(QMainWindow& window, const MainPanels& panels);
+
+    /// The next (or previous) control for the keys is in view: the window's focusNextPrevChild() moves on while not.
+    static bool isInView(const QWidget* widget);
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override;
+
+private:
+    void setLowerWidths();
+    void shareWidth();
+    void remember();
+    void restore();
+    void placeTabBar();
+    int fixedWidth() const;
+    double columnHeight() const;
+
+    QMainWindow& window_;
+    const MainPanels& panels_;
+    int datasetsWidth_ = 250;
+    int rightWidth_ = 300;
+    int eventWidth_ = 260;
+    double statisticsShare_ = 0.25; ///< of the right column's height
+    bool restorePending_ = false;
+};
+
+/// The wanted size of a window, or what the screen has room for. A screen that has no room for the window's minimum is
+/// not taken into account.
+/// @param available  of the screen, without the window's frame
+QSize sizeOnScreen(const QSize& wanted, const QSize& minimum, const QSize& available);
+
+} // namespace Tessaly
