@@ -14,6 +14,7 @@
 #include <QSaveFile>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QVBoxLayout>
 
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>

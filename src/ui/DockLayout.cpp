@@ -28,6 +28,7 @@ namespace Tessaly {
 namespace {
 
 constexpr int RoomyWidth = 1400; ///< of a window whose docks needn't give way
+constexpr int NarrowWidth = 1024;
 constexpr int LikedRightWidth = 215;
 constexpr double CanvasShare = 0.4;
 
@@ -114,6 +115,8 @@ void DockLayout::setLowerWidths() {
     panels_.statistics->setMinimumWidth(roomy ? 250 : 180);
     panels_.calculations->setMinimumWidth(roomy ? 200 : 180);
     panels_.metadata->setMinimumWidth(roomy ? 200 : 180);
+    // A roomy window may be made narrow in one go: the docks give way on the way there.
+    window_.setMinimumWidth(roomy ? std::min(NarrowWidth, window_.minimumSizeHint().width()) : 0);
 }
 
 int DockLayout::fixedWidth() const {

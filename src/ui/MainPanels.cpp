@@ -11,6 +11,7 @@
 #include "ui/plot/StatisticsDockWidget.h"
 #include "widgets/ElidedLabel.h"
 
+#include <QAbstractButton>
 #include <QCoreApplication>
 #include <QDockWidget>
 #include <QHBoxLayout>
@@ -46,6 +47,10 @@ QDockWidget* addDock(QMainWindow& window, const char* name, const QString& title
         dock->setTitleBarWidget(new QWidget(dock));
     }
     dock->setWidget(content);
+    // Docks are closed through the menu: their buttons have no picture and must not take clicks.
+    for (auto* button : dock->findChildren<QAbstractButton*>(QString(), Qt::FindDirectChildrenOnly)) {
+        button->setFixedSize(0, 0);
+    }
     dock->toggleViewAction()->setObjectName(QLatin1String(name) + QLatin1String("Action"));
     window.addDockWidget(area, dock);
     return dock;

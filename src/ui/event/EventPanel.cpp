@@ -7,6 +7,7 @@
 
 #include <QHeaderView>
 #include <QSplitter>
+#include <QTabBar>
 #include <QTableWidget>
 
 #include <algorithm>
@@ -59,6 +60,8 @@ EventPanel::EventPanel(QWidget* parent)
     if (tracePlot_->objectName().isEmpty()) {
         tracePlot_->setObjectName(QStringLiteral("tracePlot"));
     }
+    tabBar()->setElideMode(Qt::ElideRight);
+    setUsesScrollButtons(false);
     auto* splitter = new QSplitter(Qt::Vertical);
     splitter->setObjectName(QStringLiteral("imageTraceSplitter"));
     splitter->addWidget(imageViewer_);
@@ -67,9 +70,11 @@ EventPanel::EventPanel(QWidget* parent)
     splitter->setStretchFactor(1, 1);
     splitter->setChildrenCollapsible(false);
     addTab(splitter, tr("Image"));
+    setTabToolTip(0, tabText(0));
 
     buildTable();
     addTab(table_, tr("Event Data"));
+    setTabToolTip(1, tabText(1));
 }
 
 void EventPanel::buildTable() {

@@ -18,12 +18,13 @@ StatisticsDockWidget::StatisticsDockWidget(QWidget* parent) : QWidget(parent), t
     table_->setRootIsDecorated(false);
     table_->setAlternatingRowColors(true);
     table_->setStyleSheet(QStringLiteral("QTreeWidget::item { padding: 1px 0; }"));
-    table_->header()->setStretchLastSection(true);
+    table_->header()->setStretchLastSection(false);
     table_->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     table_->header()->setTextElideMode(Qt::ElideRight);
     table_->header()->setMinimumSectionSize(40);
     // The two value columns share what the first leaves, so that nothing scrolls sideways in a narrow dock.
     table_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
+    table_->header()->setSectionResizeMode(2, QHeaderView::Stretch);
     new EmptyHint(tr("No events yet. Mean, spread and quartiles of the plotted events will be here."), table_);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 4, 4, 4);
@@ -52,6 +53,8 @@ void StatisticsDockWidget::updateStatistics(const std::vector<double>& x, const 
     const auto addRow = [this](const QString& name, const QString& xText, const QString& yText) {
         auto* row = new QTreeWidgetItem(table_, {name, xText, yText});
         row->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
+        row->setToolTip(1, xText);
+        row->setToolTip(2, yText);
         row->setTextAlignment(2, Qt::AlignRight | Qt::AlignVCenter);
     };
     const auto number = [](double value) { return QString::number(value, 'g', 6); };
