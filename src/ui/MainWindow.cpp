@@ -6,6 +6,7 @@
 #include "ui/calculations/CalculationsDockWidget.h"
 #include "ui/datasets/DatasetsPanel.h"
 #include "ui/plot/StatisticsDockWidget.h"
+#include "widgets/EmptyHint.h"
 
 #include <QDockWidget>
 #include <QDragEnterEvent>
@@ -113,6 +114,11 @@ void MainWindow::connectPlot() {
     });
     connect(&plot_, &PlotController::plotted, &events_, [this] { events_.placeSelection(plot_.frame()); });
     connect(&plot_, &PlotController::cleared, panels_.statistics, &StatisticsDockWidget::clearStatistics);
+    auto* hint = new EmptyHint(tr("No events to show. Open a dataset, or let its filters pass more events."),
+                               panels_.plot->canvas());
+    const auto showHint = [this, hint] { hint->setVisible(panels_.plot->xData().empty()); };
+    connect(&plot_, &PlotController::plotted, hint, showHint);
+    connect(&plot_, &PlotController::cleared, hint, showHint);
     connect(&plot_, &PlotController::datasetShown, &events_, &EventController::showCurrentEvent);
 }
 

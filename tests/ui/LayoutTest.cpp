@@ -10,6 +10,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QDockWidget>
+#include <QLabel>
 #include <QLineEdit>
 #include <QSettings>
 #include <QTabBar>
@@ -147,6 +148,16 @@ TEST_F(LayoutTest, TheTabKeyFollowsTheEyeAndMeetsNothingOutOfSight) {
     EXPECT_EQ(QApplication::focusWidget()->objectName(), "statisticsTable");
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
     EXPECT_EQ(QApplication::focusWidget()->objectName(), "showExcludedCheckBox");
+}
+
+TEST_F(LayoutTest, AnEmptyPlotSaysSo) {
+    const auto* hint = panels().plot->canvas()->findChild<QLabel*>("emptyHint");
+    ASSERT_TRUE(hint);
+    EXPECT_TRUE(hint->isVisible());
+    open("sample");
+    EXPECT_FALSE(hint->isVisible());
+    window->session().remove(window->activeDatasetId());
+    EXPECT_TRUE(hint->isVisible());
 }
 
 TEST_F(LayoutTest, FitsTheScreen) {
