@@ -73,6 +73,10 @@ QStringList datasetNarrowLabels(const DatasetEntry& entry) {
          {labelDetails(entry), withoutEmpty({flowRateText(entry.metadata), eventsText(entry)})}) {
         labels << QStringLiteral("<b>%1</b><br><small>%2</small>").arg(name, details.join(", ").toHtmlEscaped());
     }
+    // Flow rate and count one below the other, for deep folders in a narrow tree.
+    labels << QStringLiteral("<b>%1</b><br><small>%2</small>")
+                  .arg(name,
+                       withoutEmpty({flowRateText(entry.metadata), eventsText(entry)}).join(QLatin1String("<br>")));
     return labels;
 }
 

@@ -14,7 +14,8 @@ QString inOneLine(QString name);
 
 /// Rich text of a dataset in lists: name in bold, then reservoir mark, flow rate, run number and event count.
 QString datasetLabelHtml(const DatasetEntry& entry);
-/// The same in two lines for narrow lists: with all details, and with flow rate and event count only.
+/// The same for narrow lists: in two lines with all details, in two with flow rate and event count only, and those two
+/// one below the other.
 QStringList datasetNarrowLabels(const DatasetEntry& entry);
 
 /// Status line of a shown dataset. @param shown  events left by filter and cleaning, nullopt if all are shown

@@ -40,7 +40,8 @@ TEST(DatasetTextsTest, LabelAndStatus) {
     EXPECT_TRUE(plotStatusText(entry, 2).startsWith("Loaded: a b< c d ("));
     EXPECT_EQ(datasetNarrowLabels(entry),
               QStringList({QStringLiteral("<b>a b&lt; c d</b><br><small>Reservoir, 0.06 µL/s, 3 events</small>"),
-                           QStringLiteral("<b>a b&lt; c d</b><br><small>0.06 µL/s, 3 events</small>")}));
+                           QStringLiteral("<b>a b&lt; c d</b><br><small>0.06 µL/s, 3 events</small>"),
+                           QStringLiteral("<b>a b&lt; c d</b><br><small>0.06 µL/s<br>3 events</small>")}));
 
     const DatasetEntry withoutFile;
     EXPECT_EQ(plotStatusText(withoutFile, 0), "Loaded:  (0/0 events shown (0.0% pass filter))");

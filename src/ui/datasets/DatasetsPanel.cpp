@@ -31,6 +31,7 @@ constexpr char DepthKey[] = "datasetView/depth";
 constexpr int FolderMode = 1;
 constexpr int DefaultDepth = 2;
 constexpr int MaxDepth = 4;
+constexpr int LabelledRowSpare = 24; ///< margins and gaps of the row with the depth
 
 QString plainText(const QString& html) {
     return QTextDocumentFragment::fromHtml(html).toPlainText();
@@ -88,13 +89,13 @@ QWidget* DatasetsPanel::buildModeRow() {
     depthSpin_->setRange(1, MaxDepth);
     depthSpin_->setValue(DefaultDepth);
     depthSpin_->setToolTip(tr("Number of parent folder levels to show"));
-    auto* depthLabel = new QLabel(tr("Depth:"));
-    depthLabel->setBuddy(depthSpin_);
-    depthLabel->setToolTip(depthSpin_->toolTip());
+    depthLabel_ = new QLabel(tr("Depth:"));
+    depthLabel_->setBuddy(depthSpin_);
+    depthLabel_->setToolTip(depthSpin_->toolTip());
     depthRow_ = new QWidget;
     auto* depthLayout = new QHBoxLayout(depthRow_);
     depthLayout->setContentsMargins(0, 0, 0, 0);
-    depthLayout->addWidget(depthLabel);
+    depthLayout->addWidget(depthLabel_);
     depthLayout->addWidget(depthSpin_);
 
     auto* row = new QWidget;
@@ -193,6 +194,14 @@ void DatasetsPanel::setCurrentId(int id) {
     if (folderViewActive()) {
         selectInTree(id);
     }
+}
+
+void DatasetsPanel::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    // Rather no label than a cut one; the field has a tool tip.
+    const int needed = modeCombo_->sizeHint().width() + depthLabel_->sizeHint().width() +
+                       depthSpin_->sizeHint().width() + LabelledRowSpare;
+    depthLabel_->setVisible(width() >= needed);
 }
 
 int DatasetsPanel::currentRow() const {

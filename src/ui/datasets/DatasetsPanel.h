@@ -5,6 +5,7 @@
 #include <vector>
 
 class QComboBox;
+class QLabel;
 class QSpinBox;
 class QStackedWidget;
 class QTreeWidgetItem;
@@ -58,6 +59,9 @@ signals:
     /// The user has chosen list or folders, or another depth.
     void folderViewChanged();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     QWidget* buildModeRow();
     void buildViews();
@@ -75,6 +79,7 @@ private:
     std::vector<DatasetRow> rows_;
     QComboBox* modeCombo_ = nullptr;
     QWidget* depthRow_ = nullptr;
+    QLabel* depthLabel_ = nullptr;
     QSpinBox* depthSpin_ = nullptr;
     QStackedWidget* stack_ = nullptr;
     DatasetListWidget* list_ = nullptr;
