@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,5 +42,11 @@ struct VQDMetadata {
 
 /// The value under a key, or the empty text.
 std::string metadataValue(const VQDMetadata::Section& section, const std::string& key);
+
+/// The finite number that a text is as a whole, blanks around it aside, in the notation of the C locale; nothing else.
+std::optional<double> numberIn(const std::string& text);
+
+/// The number under a key; nothing if the key is absent or its text isn't a finite number.
+std::optional<double> metadataNumber(const VQDMetadata::Section& section, const std::string& key);
 
 } // namespace Tessaly

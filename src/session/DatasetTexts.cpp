@@ -7,8 +7,6 @@
 #include <QRegularExpression>
 #include <QStringList>
 
-#include <cmath>
-
 namespace Tessaly {
 
 namespace {
@@ -19,12 +17,8 @@ QString tr(const char* text) {
 
 /// Flow rate with its unit; empty if the metadata have no number for it.
 QString flowRateText(const VQDMetadata& metadata) {
-    bool parsed = false;
-    const double rate = QString::fromStdString(metadataValue(metadata.setup, "flow rate")).toDouble(&parsed);
-    if (!parsed || !std::isfinite(rate)) {
-        return {};
-    }
-    return tr("%1 µL/s").arg(QString::number(rate, 'g', 4));
+    const std::optional<double> rate = metadataNumber(metadata.setup, "flow rate");
+    return rate ? tr("%1 µL/s").arg(QString::number(*rate, 'g', 4)) : QString();
 }
 
 bool isReservoir(const VQDMetadata& metadata) {

@@ -4,18 +4,11 @@
 
 #include <QRegularExpression>
 
-#include <cmath>
 #include <optional>
 
 namespace Tessaly {
 
 namespace {
-
-std::optional<double> numberIn(const std::string& text) {
-    bool parsed = false;
-    const double value = QString::fromStdString(text).toDouble(&parsed);
-    return parsed && std::isfinite(value) ? std::optional(value) : std::nullopt;
-}
 
 /// Channel number in a key of the form "<what> N <which>" or "<what>_N_<which>".
 std::optional<int> channelIn(const QRegularExpression& pattern, const QString& key) {
@@ -46,7 +39,7 @@ FluorescenceSettings fluorescenceSettingsOf(const VQDMetadata& metadata) {
         }
     }
     for (const char* key : {"sample rate", "sample_rate"}) {
-        const auto rate = numberIn(metadataValue(metadata.fluorescence, key));
+        const auto rate = metadataNumber(metadata.fluorescence, key);
         if (rate && *rate > 0.0) {
             result.sampleRate = *rate;
             break;

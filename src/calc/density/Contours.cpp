@@ -1,7 +1,7 @@
 #include "calc/density/Contours.h"
 
-#include "calc/density/OrderStatistics.h"
 #include "core/ScaleMath.h"
+#include "stats/Quantiles.h"
 
 #include <algorithm>
 #include <array>

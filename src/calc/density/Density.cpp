@@ -1,10 +1,9 @@
 #include "calc/density/Density.h"
 
-#include "calc/density/AxisRange.h"
 #include "calc/density/GridSize.h"
 #include "calc/density/NeighbourDensity.h"
-#include "calc/density/OrderStatistics.h"
 #include "core/PlotSettings.h"
+#include "stats/Quantiles.h"
 
 #include <algorithm>
 #include <array>

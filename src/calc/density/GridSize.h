@@ -1,6 +1,6 @@
 #pragma once
 
-#include "calc/density/AxisRange.h"
+#include "stats/Quantiles.h"
 
 #include <span>
 

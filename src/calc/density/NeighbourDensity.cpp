@@ -1,6 +1,6 @@
 #include "calc/density/NeighbourDensity.h"
 
-#include "calc/density/AxisRange.h"
+#include "stats/Quantiles.h"
 
 #include <algorithm>
 #include <cmath>

@@ -112,7 +112,7 @@ std::optional<EModulusInput> emodulusInput(VQDReader& reader, const EModulusPara
     if (count == 0 || input.deform->size() != count) {
         return std::nullopt;
     }
-    if (params.temperatureSource == 1) {
+    if (params.temperatureSource == TemperatureSource::PerEvent) {
         SharedColumn temperatures = reader.column("temp");
         if (temperatures->size() == count) {
             input.temperatures = std::move(temperatures);
@@ -134,9 +134,9 @@ std::optional<ComputedColumns> EModulus::computeColumns(const EModulusInput& inp
     clearUpperVectorState();
     const ViscositySource viscosities(params, input.temperatures ? std::span<const double>(*input.temperatures)
                                                                  : std::span<const double>());
-    const double s = table->lut.channelWidth / params.channelWidth;
-    const double areaFactor = s * s;
-    const double modulusFactor = s * s * s * params.flowRate / table->lut.flowRate;
+    const double sizeRatio = table->lut.channelWidth / params.channelWidth;
+    const double areaFactor = sizeRatio * sizeRatio;
+    const double modulusFactor = sizeRatio * sizeRatio * sizeRatio * params.flowRate / table->lut.flowRate;
     const EModulusLookup& lookup = *table->lookup;
     std::vector<double> modulus(count, std::numeric_limits<double>::quiet_NaN());
     constexpr std::size_t progressStep = 256;

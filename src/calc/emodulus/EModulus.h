@@ -48,17 +48,41 @@ struct EModulusMesh {
     std::vector<std::vector<std::int32_t>> grid;
 };
 
-/// Everything that a computation of Young's moduli needs to know.
+/// Models of viscosity, as stored.
+namespace ViscosityModel {
+inline constexpr std::int32_t Herold = 0;
+inline constexpr std::int32_t Kestin = 1;
+inline constexpr std::int32_t PowerLaw = 2;
+inline constexpr std::int32_t Manual = 3;
+} // namespace ViscosityModel
+
+/// Media that cells are measured in, as stored.
+namespace Medium {
+inline constexpr std::int32_t Sorvex = 0;
+inline constexpr std::int32_t SorvexB = 1;
+inline constexpr std::int32_t Water = 2;
+inline constexpr std::int32_t Methylcellulose = 3; ///< 0.83 % in PBS
+inline constexpr std::int32_t Other = 4;
+} // namespace Medium
+
+/// Where the temperature of an event comes from, as stored.
+namespace TemperatureSource {
+inline constexpr std::int32_t Manual = 0;
+inline constexpr std::int32_t PerEvent = 1;
+inline constexpr std::int32_t Metadata = 2;
+} // namespace TemperatureSource
+
+/// Everything that a computation of Young's moduli needs to know. The defaults stand for what a file doesn't say.
 struct EModulusParams {
     std::int32_t lutId = 0;
-    std::int32_t viscosityModel = 0;    ///< 0 Herold-2017, 1 Kestin-1978, 2 power law, 3 manual
-    std::int32_t medium = 1;            ///< 0 Sorvex, 1 SorvexB, 2 water, 3 0.83% methylcellulose in PBS, 4 other
-    double temperature = 23.0;          ///< degrees Celsius
-    std::int32_t temperatureSource = 2; ///< 0 manual, 1 per event, 2 metadata
-    double viscosity = 0.0;             ///< mPa s, for the manual model
-    double channelWidth = 20.0;         ///< um
-    double flowRate = 0.04;             ///< uL/s
-    double pixelSize = 0.34;            ///< um
+    std::int32_t viscosityModel = ViscosityModel::Herold;
+    std::int32_t medium = Medium::SorvexB;
+    double temperature = 23.0; ///< degrees Celsius
+    std::int32_t temperatureSource = TemperatureSource::Metadata;
+    double viscosity = 0.0;     ///< mPa s, for the manual model
+    double channelWidth = 20.0; ///< um
+    double flowRate = 0.04;     ///< uL/s
+    double pixelSize = 0.34;    ///< um
     std::string deformFeature = "deform";
     bool pixelationCorrection = true;
 
@@ -88,6 +112,9 @@ struct IsoelasticLine {
 /// @param allowEvent       take the temperature per event ("temp" exists and the user chose so)
 /// @param manualViscosity  mPa s, for media without a viscosity model of their own
 EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent, double manualViscosity);
+
+/// Name of a medium as shown and stored; null for Medium::Other and unknown ones.
+const char* mediumName(std::int32_t medium);
 
 /// Viscosity of the medium in mPa s. Pure.
 /// Sources: Herold, arXiv:1704.00572 (2017); Kestin et al., J. Phys. Chem. Ref. Data 7 (1978).

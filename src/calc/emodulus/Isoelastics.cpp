@@ -79,10 +79,10 @@ std::vector<IsoelasticLine> EModulus::isoelastics(const EModulusParams& params) 
     }
 
     const EModulusMesh& mesh = *table->mesh;
-    const double s = table->lut.channelWidth / params.channelWidth;
-    const double areaFactor = s * s;
-    const double factor = s * s * s * params.flowRate / table->lut.flowRate * viscosity(params, params.temperature) /
-                          table->lut.viscosity;
+    const double sizeRatio = table->lut.channelWidth / params.channelWidth;
+    const double areaFactor = sizeRatio * sizeRatio;
+    const double factor = sizeRatio * sizeRatio * sizeRatio * params.flowRate / table->lut.flowRate *
+                          viscosity(params, params.temperature) / table->lut.viscosity;
     std::vector<IsoelasticLine> lines(Levels.size());
     for (std::size_t k = 0; k < Levels.size(); ++k) {
         lines[k].value = Levels[k] * factor;

@@ -1,54 +1,51 @@
 #include "calc/emodulus/EModulus.h"
 #include "core/VQDMetadata.h"
 
-#include <QString>
-
-#include <cmath>
+#include <algorithm>
+#include <iterator>
 
 namespace Tessaly {
 
 namespace {
 
-double numberOr(const VQDMetadata::Section& section, const char* key, double fallback) {
-    bool ok = false;
-    const double value = QString::fromStdString(metadataValue(section, key)).toDouble(&ok);
-    return ok && std::isfinite(value) ? value : fallback;
-}
-
+/// What metadata call a medium, and the model that gives its viscosity. The first name of each medium is the usual one.
 struct MediumRow {
     const char* text;
     std::int32_t medium;
     std::int32_t viscosityModel;
 };
 
-constexpr std::int32_t Herold = 0;
-constexpr std::int32_t Kestin = 1;
-constexpr std::int32_t Manual = 3;
-
-constexpr MediumRow mediumRows[] = {{"Sorvex", 0, Herold}, {"SorvexB", 1, Herold},      {"Water", 2, Kestin},
-                                    {"water", 2, Kestin},  {"0.83% MC-PBS", 3, Manual}, {"MC-PBS 0.83%", 3, Manual}};
+constexpr MediumRow MediumRows[] = {{"Sorvex", Medium::Sorvex, ViscosityModel::Herold},
+                                    {"SorvexB", Medium::SorvexB, ViscosityModel::Herold},
+                                    {"Water", Medium::Water, ViscosityModel::Kestin},
+                                    {"water", Medium::Water, ViscosityModel::Kestin},
+                                    {"0.83% MC-PBS", Medium::Methylcellulose, ViscosityModel::Manual},
+                                    {"MC-PBS 0.83%", Medium::Methylcellulose, ViscosityModel::Manual}};
 
 } // namespace
 
+const char* mediumName(std::int32_t medium) {
+    const auto* row = std::ranges::find(MediumRows, medium, &MediumRow::medium);
+    return row == std::end(MediumRows) ? nullptr : row->text;
+}
+
 EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent, double manualViscosity) {
     EModulusParams params;
-    params.channelWidth = numberOr(metadata.setup, "channel width", 20.0);
-    params.flowRate = numberOr(metadata.setup, "flow rate", 0.04);
-    params.pixelSize = numberOr(metadata.imaging, "pixel size", 0.34);
+    params.channelWidth = metadataNumber(metadata.setup, "channel width").value_or(params.channelWidth);
+    params.flowRate = metadataNumber(metadata.setup, "flow rate").value_or(params.flowRate);
+    params.pixelSize = metadataNumber(metadata.imaging, "pixel size").value_or(params.pixelSize);
 
-    params.medium = 4;
-    params.viscosityModel = Manual;
-    const std::string medium = metadataValue(metadata.setup, "medium");
-    for (const MediumRow& row : mediumRows) {
-        if (medium == row.text) {
-            params.medium = row.medium;
-            params.viscosityModel = row.viscosityModel;
-        }
+    const auto* row = std::ranges::find(MediumRows, metadataValue(metadata.setup, "medium"), &MediumRow::text);
+    const bool isKnown = row != std::end(MediumRows);
+    params.medium = isKnown ? row->medium : Medium::Other;
+    params.viscosityModel = isKnown ? row->viscosityModel : ViscosityModel::Manual;
+    params.temperatureSource = allowEvent ? TemperatureSource::PerEvent : TemperatureSource::Metadata;
+    const double temperature = metadataNumber(metadata.setup, "temperature").value_or(0.0);
+    if (temperature > 0.0) {
+        params.temperature = temperature;
     }
-    params.temperatureSource = allowEvent ? 1 : 2;
-    const double temperature = numberOr(metadata.setup, "temperature", 0.0);
-    params.temperature = temperature > 0.0 ? temperature : 23.0;
-    params.viscosity = params.viscosityModel == Manual ? manualViscosity : viscosity(params, params.temperature);
+    params.viscosity =
+        params.viscosityModel == ViscosityModel::Manual ? manualViscosity : viscosity(params, params.temperature);
     return params;
 }
 

@@ -1,11 +1,11 @@
 #include "calc/emodulus/Quality.h"
 
-#include "calc/density/OrderStatistics.h"
 #include "calc/emodulus/EModulus.h"
 #include "calc/emodulus/Lookup.h"
 #include "calc/emodulus/Table.h"
 #include "core/VectorState.h"
 #include "io/VQDReader.h"
+#include "stats/Quantiles.h"
 
 #include <algorithm>
 #include <array>
@@ -178,15 +178,16 @@ EModulusQuality assessQuality(const EModulusTableView& table, std::span<const do
                               std::span<const double> deform, std::span<const std::int32_t> events,
                               const EModulusParams& params) {
     clearUpperVectorState();
-    const double s = table.lut.channelWidth / params.channelWidth;
-    const double factor =
-        s * s * s * params.flowRate / table.lut.flowRate * viscosity(params, params.temperature) / table.lut.viscosity;
+    const double sizeRatio = table.lut.channelWidth / params.channelWidth;
+    const double factor = sizeRatio * sizeRatio * sizeRatio * params.flowRate / table.lut.flowRate *
+                          viscosity(params, params.temperature) / table.lut.viscosity;
     Assessment assessment(table, factor);
     const std::size_t count = std::min(area.size(), deform.size());
     for (const std::int32_t event : events) {
         if (event >= 0 && static_cast<std::size_t>(event) < count) {
             const auto i = static_cast<std::size_t>(event);
-            assessment.add(area[i] * (s * s), pixelationCorrected(deform[i], area[i], params.pixelSize));
+            assessment.add(area[i] * (sizeRatio * sizeRatio),
+                           pixelationCorrected(deform[i], area[i], params.pixelSize));
         }
     }
     return assessment.finished(events.size());

@@ -7,7 +7,7 @@ namespace Tessaly {
 namespace {
 
 double heroldViscosity(const EModulusParams& params, double temperature) {
-    const bool isPlainSorvex = params.medium == 0;
+    const bool isPlainSorvex = params.medium == Medium::Sorvex;
     const double shearFactor = isPlainSorvex ? 1.6707050335189184 : 1.706549572791479;
     const double exponent = isPlainSorvex ? -0.32299999999999995 : -0.366;
     const double consistency = isPlainSorvex ? 0.179 : 0.36;
@@ -25,10 +25,10 @@ double kestinViscosity(double temperature) {
 double powerLawViscosity(const EModulusParams& params, double temperature) {
     double a = 5.7e-6;
     double b = -0.0744;
-    if (params.medium == 0) {
+    if (params.medium == Medium::Sorvex) {
         a = 2.3e-6;
         b = -0.0056;
-    } else if (params.medium == 3) {
+    } else if (params.medium == Medium::Methylcellulose) {
         a = 1.652e-5;
         b = -0.1455;
     }
@@ -44,13 +44,13 @@ double powerLawViscosity(const EModulusParams& params, double temperature) {
 
 double viscosity(const EModulusParams& params, double temperature) {
     switch (params.viscosityModel) {
-    case 0:
+    case ViscosityModel::Herold:
         return heroldViscosity(params, temperature);
-    case 1:
+    case ViscosityModel::Kestin:
         return kestinViscosity(temperature);
-    case 2:
+    case ViscosityModel::PowerLaw:
         return powerLawViscosity(params, temperature);
-    case 3:
+    case ViscosityModel::Manual:
         return params.viscosity;
     default:
         return 1.0;

@@ -5,8 +5,6 @@
 #include "core/VQDMetadata.h"
 #include "io/VQDReader.h"
 
-#include <QString>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -23,12 +21,6 @@ namespace {
 
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double robustScale = 1.4826; ///< of a median absolute deviation to a standard one
-
-std::optional<double> numberIn(const std::string& text) {
-    bool parsed = false;
-    const double value = QString::fromStdString(text).toDouble(&parsed);
-    return parsed && std::isfinite(value) ? std::optional(value) : std::nullopt;
-}
 
 /// Channel number in a key such as "baseline 1 offset" or "baseline_1_offset".
 std::optional<int> offsetChannelOf(std::string_view key) {
@@ -58,7 +50,7 @@ std::map<int, double> offsetsIn(const VQDMetadata& metadata) {
 
 double sampleTimeIn(const VQDMetadata& metadata) {
     for (const char* key : {"sample rate", "sample_rate"}) {
-        const auto rate = numberIn(metadataValue(metadata.fluorescence, key));
+        const auto rate = metadataNumber(metadata.fluorescence, key);
         if (rate && *rate > 0.0) {
             return 1e6 / *rate;
         }

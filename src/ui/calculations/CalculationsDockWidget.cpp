@@ -7,7 +7,6 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include <array>
 #include <optional>
 
 namespace Tessaly {
@@ -15,19 +14,14 @@ namespace Tessaly {
 namespace {
 
 constexpr double ManualViscosity = 1.0;
-constexpr double DefaultTemperature = 23.0;
-constexpr double DefaultChannelWidth = 20.0;
-constexpr double DefaultFlowRate = 0.04;
-constexpr std::array<const char*, 4> MediumNames = {"Sorvex", "SorvexB", "Water", "0.83% MC-PBS"};
 
 QString noValue() {
     return QStringLiteral("—");
 }
 
 std::optional<double> positiveNumber(const VQDMetadata::Section& section, const std::string& key) {
-    bool ok = false;
-    const double value = QString::fromStdString(metadataValue(section, key)).toDouble(&ok);
-    return ok && value > 0.0 ? std::optional(value) : std::nullopt;
+    const std::optional<double> value = metadataNumber(section, key);
+    return value && *value > 0.0 ? value : std::nullopt;
 }
 
 QString withUnit(std::optional<double> value, const QString& unit) {
@@ -35,8 +29,8 @@ QString withUnit(std::optional<double> value, const QString& unit) {
 }
 
 QString mediumText(const VQDMetadata& metadata, std::int32_t medium) {
-    if (medium >= 0 && medium < static_cast<std::int32_t>(MediumNames.size())) {
-        return QString::fromLatin1(MediumNames[static_cast<std::size_t>(medium)]);
+    if (const char* name = mediumName(medium)) {
+        return QString::fromLatin1(name);
     }
     const QString text = QString::fromStdString(metadataValue(metadata.setup, "medium"));
     return CalculationsDockWidget::tr("%1 (unknown)").arg(text.isEmpty() ? noValue() : text);
@@ -44,9 +38,9 @@ QString mediumText(const VQDMetadata& metadata, std::int32_t medium) {
 
 QString viscosityModelText(std::int32_t model) {
     switch (model) {
-    case 0:
+    case ViscosityModel::Herold:
         return QStringLiteral("Herold-2017");
-    case 1:
+    case ViscosityModel::Kestin:
         return QStringLiteral("Kestin-1978");
     default:
         return CalculationsDockWidget::tr("Manual");
@@ -101,10 +95,11 @@ void CalculationsDockWidget::setDatasetMetadata(const VQDMetadata* metadata) {
     const std::optional<double> flow = positiveNumber(metadata->setup, "flow rate");
     const std::optional<double> temperature = positiveNumber(metadata->setup, "temperature");
     EModulusParams params = emodulusParamsFor(*metadata);
-    params.channelWidth = width.value_or(DefaultChannelWidth);
-    params.flowRate = flow.value_or(DefaultFlowRate);
+    const EModulusParams defaults;
+    params.channelWidth = width.value_or(defaults.channelWidth);
+    params.flowRate = flow.value_or(defaults.flowRate);
 
-    const double celsius = temperature.value_or(DefaultTemperature);
+    const double celsius = temperature.value_or(defaults.temperature);
     medium_->setText(mediumText(*metadata, params.medium));
     viscosityModel_->setText(viscosityModelText(params.viscosityModel));
     viscosity_->setText(QString::number(viscosity(params, celsius), 'f', 3)); // the caption names the unit

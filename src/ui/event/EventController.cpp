@@ -1,12 +1,12 @@
 #include "ui/event/EventController.h"
 
 #include "core/DatasetEntry.h"
-#include "core/FeatureCatalogue.h"
 #include "io/VQDReader.h"
 #include "plot/ImageViewer.h"
 #include "plot/ScatterPlot.h"
 #include "plot/TracePlot.h"
 #include "session/FluorescenceSettings.h"
+#include "session/PlotChoices.h"
 #include "session/Session.h"
 #include "ui/event/EventPanel.h"
 #include "ui/event/ImageSaving.h"
@@ -220,10 +220,7 @@ void EventController::showValues(DatasetEntry& dataset, int event) {
     std::vector<EventValue> values;
     VQDReader& reader = *dataset.reader;
     const auto index = static_cast<std::size_t>(event);
-    for (const std::string& key : reader.featureNames()) {
-        if (!isScalarFeature(key)) {
-            continue;
-        }
+    for (const std::string& key : scalarFeatureNames(reader)) {
         EventValue row{QString::fromStdString(key), QString::fromStdString(reader.featureLabel(key)), QString()};
         if (const std::optional<double> value = reader.valueAt(key, index)) {
             row.value = QString::number(*value, 'g', 6);

@@ -1,11 +1,11 @@
-#include "calc/density/OrderStatistics.h"
-
-#include "calc/density/AxisRange.h"
+#include "stats/Quantiles.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <limits>
+#include <utility>
 
 namespace Tessaly {
 
@@ -35,6 +35,40 @@ struct Bucket {
 };
 
 } // namespace
+
+AxisRange::AxisRange(std::span<const double> values) {
+    // Several lanes, for else each comparison would wait for the one before it.
+    constexpr std::size_t lanes = 8;
+    std::array<double, lanes> low;
+    std::array<double, lanes> high;
+    low.fill(std::numeric_limits<double>::infinity());
+    high.fill(-std::numeric_limits<double>::infinity());
+    const auto include = [&](std::size_t lane, double value) {
+        low[lane] = value < low[lane] ? value : low[lane];
+        high[lane] = value > high[lane] ? value : high[lane];
+    };
+    std::size_t i = 0;
+    for (; i + lanes <= values.size(); i += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            include(lane, values[i + lane]);
+        }
+    }
+    for (; i < values.size(); ++i) {
+        include(0, values[i]);
+    }
+    for (std::size_t lane = 1; lane < lanes; ++lane) {
+        low[0] = low[lane] < low[0] ? low[lane] : low[0];
+        high[0] = high[lane] > high[0] ? high[lane] : high[0];
+    }
+    if (low[0] > high[0]) {
+        return;
+    }
+    min = low[0];
+    max = high[0];
+    if (max - min > 0.0) {
+        range = max - min;
+    }
+}
 
 std::vector<double> orderStatistics(std::span<const double> values, std::span<const std::size_t> places) {
     const AxisRange axis(values);
@@ -83,6 +117,27 @@ std::vector<double> orderStatistics(std::span<const double> values, std::span<co
         const auto nth = bucket.members.begin() + static_cast<std::ptrdiff_t>(places[i] - bucket.below);
         std::nth_element(bucket.members.begin(), nth, bucket.members.end());
         result.push_back(*nth);
+    }
+    return result;
+}
+
+std::vector<double> quantiles(std::span<const double> values, std::span<const double> fractions) {
+    if (values.empty()) {
+        return {};
+    }
+    const std::size_t last = values.size() - 1;
+    std::vector<std::size_t> places; // two for each fraction
+    for (const double fraction : fractions) {
+        const auto below = static_cast<std::size_t>(fraction * static_cast<double>(last));
+        places.push_back(std::min(below, last));
+        places.push_back(std::min(below + 1, last));
+    }
+    const std::vector<double> found = orderStatistics(values, places);
+    std::vector<double> result;
+    for (std::size_t i = 0; i < fractions.size(); ++i) {
+        const double part = fractions[i] * static_cast<double>(last) - static_cast<double>(places[2 * i]);
+        const double lower = found[2 * i];
+        result.push_back(part > 0.0 ? part * found[2 * i + 1] + (1.0 - part) * lower : lower);
     }
     return result;
 }
