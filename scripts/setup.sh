@@ -12,7 +12,7 @@ REQUIRED=(
     libarmadillo-dev libopenblas-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 python3-numpy python3-scipy python3-h5py hdf5-tools ffmpeg
-    clang-format fonts-dejavu-core
+    clang-format clang-tidy fonts-dejavu-core
 )
 # Taken where the release has them: faster builds, and Qwt for Qt 6 without compiling it.
 OPTIONAL=(ccache mold libqwt-qt6-dev)

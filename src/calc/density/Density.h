@@ -35,7 +35,8 @@ std::vector<double> computeDensity(std::span<const double> x, std::span<const do
 /// 19 (2007), in two dimensions.
 int optimalGridSize(std::span<const double> x, std::span<const double> y);
 
-/// Binned kernel density estimate with a Gaussian kernel and a rule-of-thumb bandwidth per axis.
+/// Binned kernel density estimate with a Gaussian kernel and a rule-of-thumb bandwidth per axis. Plain twin:
+/// Plain::kernelDensityGrid() of tests/support/PlainDensity.h.
 /// @param gridSize  bins per axis; below 1 for optimalGridSize()
 DensityGrid kernelDensityGrid(std::span<const double> x, std::span<const double> y, int gridSize);
 

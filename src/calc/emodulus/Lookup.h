@@ -13,7 +13,8 @@ namespace Tessaly {
 /// Each cell of the mesh's grid is cut into Refinement x Refinement parts. A part keeps, of the cell's triangles in
 /// their order, those that could accept one of its points, up to the first that accepts all of them; what rounding
 /// leaves open stays on the list. Most parts hold one triangle for certain, which needs no test. Read-only after
-/// construction, any thread; needs about 3 MB and keeps no reference to the mesh.
+/// construction, any thread; needs about 3 MB and keeps no reference to the mesh. Plain twin: interpolate(), against
+/// which tests/calc/EModulusMeshTest.cpp holds it.
 class EModulusLookup {
 public:
     explicit EModulusLookup(const EModulusMesh& mesh);
