@@ -14,6 +14,7 @@
 #include <QLabel>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QSignalBlocker>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -29,6 +30,11 @@ constexpr int WidestHeader = 240;
 bool sameRow(const GroupMatrix::Row& a, const GroupMatrix::Row& b) {
     // A dataset keeps its row under another name; a folder has nothing but its name.
     return a.datasetId == b.datasetId && a.level == b.level && (a.datasetId >= 0 || a.label == b.label);
+}
+
+void showLabel(QTreeWidgetItem& item, const QString& label) {
+    item.setText(0, singleLine(label));
+    item.setToolTip(0, plainToolTip(label));
 }
 
 bool sameGroups(const GroupMatrix& a, const GroupMatrix& b) {
@@ -109,7 +115,9 @@ void FilterGroupsMatrixWindow::refresh() {
     const bool ticksOnly = matrix.columns == shown_.columns && matrix.rows == shown_.rows;
     if (!ticksOnly) {
         tree_->setUpdatesEnabled(false);
+        names_->letGo();
         rebuildColumns(matrix);
+        showHeader(matrix);
         rebuildRows(matrix);
         showNames(matrix);
     }
@@ -145,32 +153,51 @@ void FilterGroupsMatrixWindow::rebuildRows(const GroupMatrix& matrix) {
         items_.pop_back();
     }
     boxes_.resize(kept * matrix.columns.size());
+    appendRows(matrix);
     for (std::size_t row = kept; row < matrix.rows.size(); ++row) {
-        appendRow(matrix, row);
+        appendBoxes(items_[row], matrix.rows[row].datasetId, matrix);
     }
-    tree_->expandAll();
+    // Last, since it lays out the rows: every box after that would do so once more. A plain list needs none of it.
+    if (std::ranges::any_of(matrix.rows, [](const GroupMatrix::Row& row) { return row.datasetId < 0; })) {
+        tree_->expandAll();
+    }
 }
 
-void FilterGroupsMatrixWindow::appendRow(const GroupMatrix& matrix, std::size_t row) {
-    const auto& [datasetId, level, label] = matrix.rows[row];
-    QTreeWidgetItem* parent = nullptr;
-    for (std::size_t above = row; level > 0 && above > 0 && !parent; --above) {
-        parent = matrix.rows[above - 1].level < level ? items_[above - 1] : nullptr;
+void FilterGroupsMatrixWindow::appendRows(const GroupMatrix& matrix) {
+    // Items enter the tree when they are complete: what is changed in the tree makes it lay out its columns.
+    const QSize hint(-1, tree_->fontMetrics().height() + CellPadding);
+    QList<QTreeWidgetItem*> topLevel;
+    for (std::size_t row = items_.size(); row < matrix.rows.size(); ++row) {
+        const auto& [datasetId, level, label] = matrix.rows[row];
+        auto* item = new QTreeWidgetItem;
+        showLabel(*item, label);
+        if (datasetId >= 0) {
+            item->setData(0, Qt::UserRole, datasetId);
+            for (int column = 1; column < tree_->columnCount(); ++column) {
+                item->setSizeHint(column, hint);
+            }
+        }
+        std::size_t folder = row;
+        while (level > 0 && folder > 0 && matrix.rows[folder].level >= level) {
+            --folder;
+        }
+        if (level > 0) {
+            items_[folder]->addChild(item);
+        } else {
+            topLevel.append(item);
+        }
+        items_.push_back(item);
     }
-    auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(tree_);
-    items_.push_back(item);
-    if (datasetId < 0) {
-        boxes_.resize(boxes_.size() + matrix.columns.size());
-        return;
-    }
-    item->setData(0, Qt::UserRole, datasetId);
-    appendBoxes(item, datasetId, matrix);
+    tree_->addTopLevelItems(topLevel);
 }
 
 void FilterGroupsMatrixWindow::appendBoxes(QTreeWidgetItem* item, int datasetId, const GroupMatrix& matrix) {
-    const QSize hint(-1, tree_->fontMetrics().height() + CellPadding);
-    for (int column = 1; column < tree_->columnCount(); ++column) {
-        const int groupId = matrix.columns[static_cast<std::size_t>(column - 1)].groupId;
+    for (std::size_t column = 0; column < matrix.columns.size(); ++column) {
+        if (datasetId < 0) {
+            boxes_.push_back(nullptr);
+            continue;
+        }
+        const int groupId = matrix.columns[column].groupId;
         auto* cell = new QWidget;
         auto* layout = new QHBoxLayout(cell);
         layout->setContentsMargins(0, 0, 0, 0);
@@ -184,25 +211,34 @@ void FilterGroupsMatrixWindow::appendBoxes(QTreeWidgetItem* item, int datasetId,
             }
         });
         layout->addWidget(box);
-        item->setSizeHint(column, hint);
-        tree_->setItemWidget(item, column, cell);
+        tree_->setItemWidget(item, static_cast<int>(column) + 1, cell);
         boxes_.push_back(box);
     }
 }
 
-void FilterGroupsMatrixWindow::showNames(const GroupMatrix& matrix) {
-    QTreeWidgetItem* header = tree_->headerItem();
-    for (std::size_t column = 0; column < matrix.columns.size(); ++column) {
-        const QString& name = matrix.columns[column].name;
-        const int section = static_cast<int>(column) + 1;
-        header->setText(section, tree_->fontMetrics().elidedText(singleLine(name), Qt::ElideMiddle, WidestHeader));
-        header->setToolTip(section, plainToolTip(name));
-        header->setTextAlignment(section, Qt::AlignCenter);
+void FilterGroupsMatrixWindow::showHeader(const GroupMatrix& matrix) {
+    if (matrix.columns == shown_.columns) {
+        return;
     }
+    {
+        // Told once for all: every telling makes the tree measure all of its columns.
+        const QSignalBlocker blocker(tree_->model());
+        QTreeWidgetItem* header = tree_->headerItem();
+        for (std::size_t column = 0; column < matrix.columns.size(); ++column) {
+            const QString& name = matrix.columns[column].name;
+            const int section = static_cast<int>(column) + 1;
+            header->setText(section, tree_->fontMetrics().elidedText(singleLine(name), Qt::ElideMiddle, WidestHeader));
+            header->setToolTip(section, plainToolTip(name));
+            header->setTextAlignment(section, Qt::AlignCenter);
+        }
+    }
+    emit tree_->model()->headerDataChanged(Qt::Horizontal, 0, tree_->columnCount() - 1);
+}
+
+void FilterGroupsMatrixWindow::showNames(const GroupMatrix& matrix) {
     for (std::size_t row = 0; row < items_.size(); ++row) {
         const QString& label = matrix.rows[row].label;
-        items_[row]->setText(0, singleLine(label));
-        items_[row]->setToolTip(0, plainToolTip(label));
+        showLabel(*items_[row], label);
         for (std::size_t column = 0; column < matrix.columns.size(); ++column) {
             if (QCheckBox* box = boxes_[row * matrix.columns.size() + column]) {
                 box->setAccessibleName(tr("Group %1 for dataset %2").arg(matrix.columns[column].name, label));

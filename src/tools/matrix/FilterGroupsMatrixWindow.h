@@ -48,8 +48,9 @@ private:
     void listenToNews();
     void rebuildColumns(const GroupMatrix& matrix);
     void rebuildRows(const GroupMatrix& matrix);
-    void appendRow(const GroupMatrix& matrix, std::size_t row);
+    void appendRows(const GroupMatrix& matrix);
     void appendBoxes(QTreeWidgetItem* item, int datasetId, const GroupMatrix& matrix);
+    void showHeader(const GroupMatrix& matrix);
     void showNames(const GroupMatrix& matrix);
     void showTicks(const GroupMatrix& matrix);
     void fitFirstColumn();

@@ -31,7 +31,6 @@ private:
 PinnedColumn::PinnedColumn(QTreeWidget& tree) : QTreeView(&tree), tree_(tree) {
     setObjectName(QStringLiteral("pinnedColumn"));
     setAccessibleName(tree.accessibleName());
-    setModel(tree.model());
     setItemDelegate(new RowHeights(tree, this));
     setFrameShape(QFrame::NoFrame);
     setSelectionMode(tree.selectionMode());
@@ -43,49 +42,56 @@ PinnedColumn::PinnedColumn(QTreeWidget& tree) : QTreeView(&tree), tree_(tree) {
     setVerticalScrollMode(tree.verticalScrollMode());
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    header()->setSectionResizeMode(QHeaderView::Fixed);
     header()->setStretchLastSection(false);
     hide();
 
     QScrollBar* vertical = tree.verticalScrollBar();
     connect(vertical, &QScrollBar::valueChanged, verticalScrollBar(), &QScrollBar::setValue);
     connect(verticalScrollBar(), &QScrollBar::valueChanged, vertical, &QScrollBar::setValue);
-    connect(tree.horizontalScrollBar(), &QScrollBar::valueChanged, this, &PinnedColumn::place);
+    connect(tree.horizontalScrollBar(), &QScrollBar::valueChanged, this, &PinnedColumn::follow);
     connect(tree.header(), &QHeaderView::sectionResized, this, [this](int section) {
         if (section == 0) {
-            place();
+            follow();
         }
     });
     tree.viewport()->installEventFilter(this);
 }
 
+void PinnedColumn::letGo() {
+    hide();
+    setModel(nullptr);
+}
+
 void PinnedColumn::follow() {
+    if (tree_.horizontalScrollBar()->value() == 0) {
+        letGo();
+        return;
+    }
+    if (!model()) {
+        showRows();
+    }
+    const QWidget& covered = *tree_.viewport();
+    const int width = std::min(tree_.columnWidth(0), covered.width() / 2);
+    setColumnWidth(0, width);
+    header()->setFixedHeight(tree_.header()->height());
+    const int top = covered.y() - tree_.header()->height();
+    setGeometry(covered.x(), top, width, covered.geometry().bottom() + 1 - top);
+    show();
+    verticalScrollBar()->setValue(tree_.verticalScrollBar()->value());
+}
+
+void PinnedColumn::showRows() {
+    setModel(tree_.model());
+    header()->setSectionResizeMode(QHeaderView::Fixed);
     for (int column = 1; column < model()->columnCount(); ++column) {
         setColumnHidden(column, true);
     }
     expandAll();
-    place();
-}
-
-void PinnedColumn::place() {
-    const bool wanted = tree_.horizontalScrollBar()->value() > 0;
-    if (wanted) {
-        const QWidget& covered = *tree_.viewport();
-        const int width = std::min(tree_.columnWidth(0), covered.width() / 2);
-        setColumnWidth(0, width);
-        header()->setFixedHeight(tree_.header()->height());
-        const int top = covered.y() - tree_.header()->height();
-        setGeometry(covered.x(), top, width, covered.geometry().bottom() + 1 - top);
-    }
-    setVisible(wanted);
-    if (wanted) {
-        verticalScrollBar()->setValue(tree_.verticalScrollBar()->value());
-    }
 }
 
 bool PinnedColumn::eventFilter(QObject* watched, QEvent* event) {
     if (watched == tree_.viewport() && event->type() == QEvent::Resize) {
-        place();
+        follow();
     }
     return QTreeView::eventFilter(watched, event);
 }

@@ -15,7 +15,9 @@ public:
     /// Lies over the tree, which is its parent.
     explicit PinnedColumn(QTreeWidget& tree);
 
-    /// Takes its place, and shows what has been added to the tree. To be called after rows or columns have changed.
+    /// Hides and looks at the tree no more. To be called before rows or columns change, which would be laid out twice.
+    void letGo();
+    /// Takes its place over the tree if that is scrolled sideways.
     void follow();
     /// Pixels of the tree's left edge that it covers, 0 while hidden.
     int coveredWidth() const { return isVisible() ? width() : 0; }
@@ -25,7 +27,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void place();
+    void showRows();
 
     QTreeWidget& tree_;
 };
