@@ -219,5 +219,72 @@ TEST_F(FilterGroupsMatrixTest, TheFirstColumnFitsItsContentsUntilItIsDragged) {
     EXPECT_EQ(refreshes, 0) << "a drag of the edge is no click on the header";
 }
 
+TEST_F(FilterGroupsMatrixTest, KeysReachAndSwitchEveryBox) {
+    const int a = addDataset("a", "/data/control/a.vqd");
+    const int b = addDataset("b", "/data/treated/b.vqd");
+    session.addFilterGroup("live");
+    session.addFilterGroup("single");
+    host.folders = true;
+    host.depth = 1;
+    open();
+    box(a, 1)->setFocus();
+    const auto press = [](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+    };
+    press(Qt::Key_Space);
+    EXPECT_EQ(shown(), QStringList({"control . .", "  a X -", "treated . .", "  b - -"}));
+    press(Qt::Key_Left); // stays at the edge
+    press(Qt::Key_Up);
+    EXPECT_EQ(QApplication::focusWidget(), box(a, 1));
+    press(Qt::Key_Right);
+    EXPECT_EQ(QApplication::focusWidget(), box(a, 2));
+    press(Qt::Key_Right);
+    EXPECT_EQ(QApplication::focusWidget(), box(a, 2)) << "no step into the next row";
+    press(Qt::Key_Down); // over the folder
+    EXPECT_EQ(QApplication::focusWidget(), box(b, 2));
+    refreshes = 0;
+    press(Qt::Key_Space, Qt::ControlModifier);
+    EXPECT_EQ(shown(), QStringList({"control . .", "  a X X", "treated . .", "  b - X"}));
+    press(Qt::Key_Space, Qt::ShiftModifier);
+    EXPECT_EQ(shown(), QStringList({"control . .", "  a X X", "treated . .", "  b X X"}));
+    EXPECT_EQ(refreshes, 2);
+}
+
+TEST_F(FilterGroupsMatrixTest, NamesAreShownPlainOnOneLine) {
+    const int a = addDataset("<b>a</b> & %1\nsecond");
+    session.addFilterGroup("<i>g</i> & %2\nmore");
+    open();
+    EXPECT_EQ(headers(), QStringList({"Dataset", "<i>g</i> & %2 more"}));
+    EXPECT_EQ(itemOf(a)->text(0), "<b>a</b> & %1 second");
+    EXPECT_EQ(box(a, 1)->accessibleName(), "Group <i>g</i> & %2\nmore for dataset <b>a</b> & %1\nsecond");
+    EXPECT_TRUE(itemOf(a)->toolTip(0).contains("&lt;b&gt;a&lt;/b&gt;")) << "a tip shows no markup, either";
+    session.addFilterGroup(std::string(500, 'w'));
+    EXPECT_LT(tree->columnWidth(2), 300) << "a long name leaves room for other groups";
+    EXPECT_EQ(tree->headerItem()->toolTip(2), QString(500, 'w'));
+}
+
+TEST_F(FilterGroupsMatrixTest, NamesStayInViewInALargeTable) {
+    for (int i = 0; i < 60; ++i) {
+        addDataset(QStringLiteral("dataset %1").arg(i));
+    }
+    for (int i = 0; i < 30; ++i) {
+        session.addFilterGroup("filter group");
+    }
+    open();
+    auto* pinned = window->findChild<QTreeView*>("pinnedColumn");
+    EXPECT_FALSE(pinned->isVisible());
+    tree->horizontalScrollBar()->setValue(tree->horizontalScrollBar()->maximum());
+    tree->verticalScrollBar()->setValue(tree->verticalScrollBar()->maximum());
+    EXPECT_TRUE(pinned->isVisible());
+    // The same rows at the same heights, and a click on a name does the same.
+    const QModelIndex last = tree->indexFromItem(tree->topLevelItem(59), 0);
+    const QRect name = pinned->visualRect(last);
+    EXPECT_EQ(name.top(), tree->visualRect(last).top());
+    EXPECT_EQ(name.height(), tree->visualRect(last).height());
+    QTest::mouseClick(pinned->viewport(), Qt::LeftButton, {}, name.center());
+    EXPECT_EQ(shown()[59].count('X'), 30);
+    EXPECT_EQ(refreshes, 1);
+}
+
 } // namespace
 } // namespace Tessaly

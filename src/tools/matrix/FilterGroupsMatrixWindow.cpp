@@ -335,8 +335,12 @@ bool FilterGroupsMatrixWindow::handleKey(QCheckBox* box, int key, Qt::KeyboardMo
 }
 
 void FilterGroupsMatrixWindow::showCell(const QCheckBox* box) {
-    const QRect cell = box->parentWidget()->geometry();
-    const QModelIndex index = tree_->indexAt(cell.center());
+    const auto place = static_cast<std::size_t>(std::ranges::find(boxes_, box) - boxes_.begin());
+    if (place == boxes_.size()) {
+        return;
+    }
+    const std::size_t columns = shown_.columns.size();
+    const QModelIndex index = tree_->indexFromItem(items_[place / columns], static_cast<int>(place % columns) + 1);
     tree_->scrollTo(index);
     // What is scrolled just into view may lie beneath the names.
     const int hidden = names_->coveredWidth() - tree_->visualRect(index).left();
