@@ -152,6 +152,12 @@ TEST_F(FilterGroupsMatrixTest, TwoWindowsShowTheSame) {
     clickBox(a, 1);
     EXPECT_EQ(refreshes, 1);
     EXPECT_TRUE(other->itemWidget(other->topLevelItem(0), 1)->findChild<QCheckBox*>()->isChecked());
+    const FilterGroupsMatrixWindow* closed = nullptr;
+    QObject::connect(&second, &FilterGroupsMatrixWindow::windowClosed,
+                     [&](FilterGroupsMatrixWindow* self) { closed = self; });
+    second.show();
+    second.close();
+    EXPECT_EQ(closed, &second);
 }
 
 TEST_F(FilterGroupsMatrixTest, FoldersAreShownAsInTheListOfDatasets) {
@@ -284,6 +290,13 @@ TEST_F(FilterGroupsMatrixTest, NamesStayInViewInALargeTable) {
     QTest::mouseClick(pinned->viewport(), Qt::LeftButton, {}, name.center());
     EXPECT_EQ(shown()[59].count('X'), 30);
     EXPECT_EQ(refreshes, 1);
+    // What gets the focus is seen, not beneath the names.
+    box(session.datasetAt(59)->id, 30)->setFocus();
+    box(session.datasetAt(0)->id, 1)->setFocus();
+    const QRect cell = tree->visualRect(tree->indexFromItem(tree->topLevelItem(0), 1));
+    EXPECT_GE(cell.height(), tree->fontMetrics().height() + 12);
+    EXPECT_TRUE(tree->viewport()->rect().contains(cell));
+    EXPECT_TRUE(!pinned->isVisible() || pinned->geometry().right() < cell.left());
 }
 
 } // namespace

@@ -165,7 +165,7 @@ void FilterGroupsMatrixWindow::rebuildRows(const GroupMatrix& matrix) {
 
 void FilterGroupsMatrixWindow::appendRows(const GroupMatrix& matrix) {
     // Items enter the tree when they are complete: what is changed in the tree makes it lay out its columns.
-    const QSize hint(-1, tree_->fontMetrics().height() + CellPadding);
+    const QSize hint(0, tree_->fontMetrics().height() + CellPadding);
     QList<QTreeWidgetItem*> topLevel;
     for (std::size_t row = items_.size(); row < matrix.rows.size(); ++row) {
         const auto& [datasetId, level, label] = matrix.rows[row];
