@@ -11,6 +11,7 @@
 #include <QDockWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
@@ -106,6 +107,7 @@ void MainWindow::connectPlot() {
         const DatasetEntry* dataset = session_.active();
         panels_.calculations->setDatasetMetadata(dataset ? &dataset->metadata : nullptr);
     });
+    connect(&filters_, &FilterController::statusChanged, panels_.status, &QLabel::setText);
     // What follows a refresh, in this order: counts, statistics, selection.
     connect(&plot_, &PlotController::frameChanged, &filters_, [this] { filters_.showCounts(plot_); });
     connect(&plot_, &PlotController::plotted, panels_.statistics, [this] {

@@ -3,6 +3,7 @@
 #include "calc/emodulus/EModulus.h"
 #include "session/Session.h"
 #include "session/SessionHost.h"
+#include "session/filters/FilterGroups.h"
 #include "ui/DockLayout.h"
 #include "ui/MainPanels.h"
 #include "ui/ToolWindows.h"
@@ -33,6 +34,24 @@ public:
     int activeDatasetId() const { return session_.activeId(); }
     DatasetEntry* findDatasetById(int id) const { return session_.findById(id); }
     DatasetEntry* findDatasetByPath(const std::string& filePath) const { return session_.findByPath(filePath); }
+    const std::vector<std::unique_ptr<FilterGroup>>& filterGroups() const { return session_.filterGroups(); }
+    FilterGroup* findFilterGroupById(int id) const { return session_.findFilterGroup(id); }
+    int addFilterGroup(const std::string& name) { return session_.addFilterGroup(name); }
+    void removeFilterGroup(int id) { session_.removeFilterGroup(id); }
+    void renameFilterGroup(int id, const std::string& name) { Tessaly::renameFilterGroup(session_, id, name); }
+    void addRuleToGroup(int groupId, const FilterRule& rule) { session_.addRuleToGroup(groupId, rule); }
+    void updateRuleInGroup(int groupId, int rule, const FilterRule& changed) {
+        Tessaly::updateRuleInGroup(session_, groupId, rule, changed);
+    }
+    void removeRuleFromGroup(int groupId, int rule) { Tessaly::removeRuleFromGroup(session_, groupId, rule); }
+    bool isGroupEnabled(const DatasetEntry* dataset, int groupId) const {
+        return session_.isGroupEnabled(dataset, groupId);
+    }
+    void setGroupEnabled(int datasetId, int groupId, bool on) { session_.setGroupEnabled(datasetId, groupId, on); }
+    void setGroupEnabledInAll(int groupId, bool on) { Tessaly::setGroupEnabledInAll(session_, groupId, on); }
+    EventFilter buildEffectiveFilter(const DatasetEntry* dataset) const {
+        return session_.buildEffectiveFilter(dataset);
+    }
     bool datasetFolderViewActive() const override;
     int datasetFolderDepth() const override;
     int colorMapIndex() const override { return colorMap_.index(); }

@@ -31,7 +31,7 @@ bool renameFilterGroup(Session& session, int groupId, const std::string& name) {
     return true;
 }
 
-bool updateRuleInGroup(Session& session, int groupId, int ruleIndex, const FilterRule& rule) {
+bool storeRuleInGroup(Session& session, int groupId, int ruleIndex, const FilterRule& rule) {
     FilterGroup* group = groupWithRule(session, groupId, ruleIndex);
     if (!group) {
         return false;
@@ -39,6 +39,13 @@ bool updateRuleInGroup(Session& session, int groupId, int ruleIndex, const Filte
     FilterRule& changed = group->rules[static_cast<std::size_t>(ruleIndex)];
     changed = rule;
     changed.propagationId.clear();
+    return true;
+}
+
+bool updateRuleInGroup(Session& session, int groupId, int ruleIndex, const FilterRule& rule) {
+    if (!storeRuleInGroup(session, groupId, ruleIndex, rule)) {
+        return false;
+    }
     emit session.notices().eventsChanged();
     return true;
 }

@@ -17,6 +17,9 @@ class Session;
 
 bool renameFilterGroup(Session& session, int groupId, const std::string& name);
 
+/// Replaces a rule and tells nothing: for a rule that is being typed. The caller tells eventsChanged(), if not at once.
+bool storeRuleInGroup(Session& session, int groupId, int ruleIndex, const FilterRule& rule);
+
 /// Replaces a rule. Tells eventsChanged() only, so that the row in which it is being edited isn't made anew.
 bool updateRuleInGroup(Session& session, int groupId, int ruleIndex, const FilterRule& rule);
 
