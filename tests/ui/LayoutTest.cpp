@@ -147,7 +147,7 @@ TEST_F(LayoutTest, TheTabKeyFollowsTheEyeAndMeetsNothingOutOfSight) {
     QTest::keyClick(first, Qt::Key_Backtab);
     EXPECT_EQ(QApplication::focusWidget()->objectName(), "statisticsTable");
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
-    EXPECT_EQ(QApplication::focusWidget()->objectName(), "showExcludedCheckBox");
+    EXPECT_EQ(QApplication::focusWidget()->objectName(), "moreFilterActionsButton");
 }
 
 TEST_F(LayoutTest, AnEmptyPlotSaysSo) {

@@ -5,6 +5,7 @@
 #include "ui/filters/RuleFeatures.h"
 #include "ui/filters/RuleList.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QLabel>
@@ -96,11 +97,16 @@ void FilterDockWidget::buildRows(QBoxLayout* layout) {
     scroll_->setObjectName(QStringLiteral("filterRowsScrollArea"));
     scroll_->setWidgetResizable(true);
     scroll_->setMinimumHeight(MinRowsHeight);
-    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll_->setFrameShape(QFrame::NoFrame);
     scroll_->setFocusPolicy(Qt::NoFocus); // the rows in it have the focus
     scroll_->setWidget(content);
     layout->addWidget(scroll_, 1);
+    // The area itself follows the Tab key only while the focus is in it.
+    connect(qApp, &QApplication::focusChanged, content, [this, content](const QWidget*, QWidget* now) {
+        if (now && content->isAncestorOf(now)) {
+            scroll_->ensureWidgetVisible(now, 0, 4);
+        }
+    });
     connectRules();
 }
 

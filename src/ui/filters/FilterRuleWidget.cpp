@@ -117,7 +117,7 @@ void FilterRuleWidget::showMissing(const std::string& feature) {
     missing_ = true;
     const QString key = QString::fromStdString(feature);
     // The shared list is left for one of the row's own, which has the missing feature behind the others.
-    auto* list = new QStandardItemModel(feature_);
+    auto* list = new QStandardItemModel(this); // not the box's, which would delete it while it is still in use
     for (int row = 0; row < features_->model()->rowCount(); ++row) {
         list->appendRow(features_->model()->item(row)->clone());
     }
