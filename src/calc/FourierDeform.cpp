@@ -72,6 +72,7 @@ std::vector<std::pair<double, double>> centredHull(std::span<const OutlinePoint>
     const double x = moments.m10 / moments.m00;
     const double y = moments.m01 / moments.m00;
     std::vector<std::pair<double, double>> corners;
+    corners.reserve(hull.size());
     for (const cv::Point& corner : hull) {
         corners.emplace_back(corner.x - x, corner.y - y);
     }

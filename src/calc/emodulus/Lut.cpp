@@ -68,7 +68,9 @@ std::string findLutFile(const std::string& directory, const std::string& fileNam
         return {};
     }
     for (const char* suffix : {"/data/", "/../Resources/data/", "/../data/", "/../../data/", "/../../../data/"}) {
-        std::string path = directory + suffix + fileName;
+        std::string path = directory;
+        path += suffix;
+        path += fileName;
         if (QFileInfo::exists(QString::fromStdString(path))) {
             return path;
         }

@@ -92,7 +92,8 @@ struct SpeedSample {
 
 std::vector<SpeedSample> speedSamples(const FLRefinementPlan& plan, const FLRefinementColumns& columns) {
     constexpr double shortestTime = 1e-6;
-    const double centreTime = static_cast<double>(plan.traceLength / 2) * plan.sampleTime;
+    const auto middle = plan.traceLength / 2;
+    const double centreTime = static_cast<double>(middle) * plan.sampleTime;
     std::vector<SpeedSample> samples;
     for (const auto& channel : columns.channels) {
         for (std::size_t i = 0; i < channel.heights.size(); ++i) {
@@ -121,7 +122,8 @@ public:
         double centre = valueAt(columns_.channels[channel].positions, event) / plan_.sampleTime;
         double half = 0.05 * static_cast<double>(plan_.traceLength);
         if (speed_.speed > 0.0 && !columns_.posX.empty() && !columns_.sizeX.empty()) {
-            const double middle = static_cast<double>(plan_.traceLength / 2);
+            const auto middleSample = plan_.traceLength / 2;
+            const auto middle = static_cast<double>(middleSample);
             const double widening = std::min(speed_.spread / speed_.speed + 1.0, 1.5);
             centre = (valueAt(columns_.posX, event) - plan_.channelCentre) / (plan_.sampleTime * speed_.speed) + middle;
             half = valueAt(columns_.sizeX, event) / speed_.speed / plan_.sampleTime * 0.5 * widening;

@@ -56,7 +56,7 @@ FilterRule ruleFromJson(const QJsonObject& object) {
     rule.inverted = object.value(QLatin1String("inverted")).toBool(rule.inverted);
     rule.propagationId = textOf(object, QLatin1String("propagationId"));
     const QJsonArray vertices = object.value(QLatin1String("polygonVertices")).toArray();
-    for (const QJsonValue& entry : vertices) {
+    for (const QJsonValue entry : vertices) {
         const QJsonArray vertex = entry.toArray();
         if (vertex.size() >= 2 && vertex[0].isDouble() && vertex[1].isDouble()) {
             rule.polygonVertices.emplace_back(vertex[0].toDouble(), vertex[1].toDouble());
