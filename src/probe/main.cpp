@@ -49,7 +49,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     prepareForTheWorst();
-    constexpr std::chrono::milliseconds budget{10};
+    constexpr std::chrono::milliseconds budget{5};
     // Nothing is left to be tidied up.
     std::_Exit(Tessaly::probeFile(argv[1], budget) ? 0 : 1);
 }

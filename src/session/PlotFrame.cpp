@@ -7,6 +7,7 @@
 #include "session/Session.h"
 
 #include <QCoreApplication>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 #include <array>
@@ -183,8 +184,11 @@ std::optional<PlotFrame> buildPlotFrame(const Session& session, const DatasetEnt
         frame.someLeftOut = true;
     }
     const std::size_t events = std::max(xColumn.size(), yColumn.size());
-    frame.x = valuesAt(xColumn, events, frame);
-    frame.y = valuesAt(yColumn, events, frame);
+    // Fresh memory costs more than the copying: both cores fetch it. result() does the work itself if no thread is free.
+    QFuture<Column> y = QtConcurrent::run([&] { return valuesAt(yColumn, events, frame); });
+    Column x = valuesAt(xColumn, events, frame);
+    frame.y = y.takeResult();
+    frame.x = std::move(x);
     frame.xLabel = QString::fromStdString(reader.featureLabel(settings.xFeatureName));
     frame.yLabel = QString::fromStdString(reader.featureLabel(settings.yFeatureName));
     colorPoints(frame, reader, settings, events);
