@@ -104,7 +104,7 @@ std::vector<OutlinePoint> cellOutline(const MaskPicture& mask) {
     if (bounds.empty()) {
         return {};
     }
-    // The picture is only read, and the library copies it before it works on it.
+    // The picture is only read, and OpenCV copies it before it works on it.
     const cv::Mat whole(mask.height, mask.width, CV_8UC1, const_cast<std::uint8_t*>(mask.pixels.data()));
     std::vector<std::vector<cv::Point>> outlines;
     cv::findContours(whole(bounds), outlines, cv::RETR_EXTERNAL, cv::CHAIN_APPROX_NONE, bounds.tl());

@@ -1,6 +1,6 @@
 #include "calc/LinearAlgebra.h"
 
-// Failures are told by results; the library would also write lines of its own.
+// Failures are told by results; Armadillo would also write lines of its own.
 #define ARMA_DONT_PRINT_ERRORS
 #define ARMA_WARN_LEVEL 0
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace Tessaly {
 
 namespace {
 
-/// A row of the library's over memory of ours, which is neither copied nor written to.
+/// A row of Armadillo's over memory of ours, which is neither copied nor written to.
 arma::rowvec viewOf(std::span<const double> values) {
     return {const_cast<double*>(values.data()), values.size(), false, true};
 }

@@ -1,4 +1,4 @@
-#include "AttributeWriting.h"
+#include "io/AttributeWriting.h"
 
 #include "io/Hdf5Library.h"
 

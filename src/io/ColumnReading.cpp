@@ -1,7 +1,7 @@
-#include "ColumnReading.h"
+#include "io/ColumnReading.h"
 
 #include "io/DatasetAccess.h"
-#include "io/RowReading.h"
+#include "io/RowReader.h"
 #include "io/StorageCheck.h"
 
 #include <hdf5.h>

@@ -1,4 +1,4 @@
-#include "DatasetAccess.h"
+#include "io/DatasetAccess.h"
 
 #include <hdf5.h>
 

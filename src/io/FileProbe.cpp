@@ -1,8 +1,8 @@
-#include "FileProbe.h"
+#include "io/FileProbe.h"
 
 #include "io/DatasetAccess.h"
 #include "io/Hdf5Library.h"
-#include "io/RowReading.h"
+#include "io/RowReader.h"
 #include "io/StorageCheck.h"
 #include "io/VQDReader.h"
 

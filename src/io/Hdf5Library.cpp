@@ -1,6 +1,6 @@
-#include "Hdf5Library.h"
+#include "io/Hdf5Library.h"
 
-#include "VQDReader.h"
+#include "io/VQDReader.h"
 
 #include <hdf5.h>
 

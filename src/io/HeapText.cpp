@@ -1,4 +1,4 @@
-#include "HeapText.h"
+#include "io/HeapText.h"
 
 #include "io/Hdf5Library.h"
 

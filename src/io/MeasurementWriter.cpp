@@ -1,4 +1,4 @@
-#include "MeasurementWriter.h"
+#include "io/MeasurementWriter.h"
 
 #include "io/AttributeWriting.h"
 #include "io/Hdf5Library.h"

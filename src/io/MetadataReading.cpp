@@ -1,4 +1,4 @@
-#include "MetadataReading.h"
+#include "io/MetadataReading.h"
 
 #include "core/ErrorReport.h"
 #include "io/Hdf5Library.h"

@@ -1,4 +1,4 @@
-#include "NumberText.h"
+#include "io/NumberText.h"
 
 #include <array>
 #include <bit>

@@ -1,4 +1,4 @@
-#include "PendingFile.h"
+#include "io/PendingFile.h"
 
 #include "io/Hdf5Library.h"
 

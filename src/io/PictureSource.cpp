@@ -1,4 +1,4 @@
-#include "PictureSource.h"
+#include "io/PictureSource.h"
 
 #include "io/DatasetAccess.h"
 #include "io/StorageCheck.h"

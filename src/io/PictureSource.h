@@ -1,7 +1,7 @@
 #pragma once
 
 #include "io/Hdf5Library.h"
-#include "io/RowReading.h"
+#include "io/RowReader.h"
 
 #include <cstddef>
 #include <cstdint>

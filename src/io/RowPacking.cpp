@@ -1,4 +1,4 @@
-#include "RowPacking.h"
+#include "io/RowPacking.h"
 
 #include "io/Hdf5Library.h"
 

@@ -1,4 +1,4 @@
-#include "StorageCheck.h"
+#include "io/StorageCheck.h"
 
 #include "io/DatasetAccess.h"
 #include "io/Hdf5Library.h"

@@ -1,4 +1,4 @@
-#include "StoredColumn.h"
+#include "io/StoredColumn.h"
 
 #include <cstring>
 #include <new>

@@ -1,4 +1,4 @@
-#include "TsvWriter.h"
+#include "io/TsvWriter.h"
 
 #include "io/Hdf5Library.h"
 #include "io/NumberText.h"

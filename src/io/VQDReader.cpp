@@ -1,4 +1,4 @@
-#include "VQDReader.h"
+#include "io/VQDReader.h"
 
 #include "core/ErrorReport.h"
 #include "core/FeatureCatalogue.h"

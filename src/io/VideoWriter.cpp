@@ -1,4 +1,4 @@
-#include "VideoWriter.h"
+#include "io/VideoWriter.h"
 
 #include "io/Hdf5Library.h"
 #include "io/PendingFile.h"

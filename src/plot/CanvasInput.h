@@ -18,7 +18,7 @@ class ScatterPlot;
 
 /// What mouse and keys do on a scatter plot's canvas: one state machine, whose table is in CanvasInput.cpp. A row tells
 /// in which state, at what input and on which condition an action runs and which state follows; the first row that fits
-/// counts. Without one the event goes on to the library.
+/// counts. Without one the event goes on to Qwt.
 class CanvasInput {
 public:
     enum class State {

@@ -44,7 +44,7 @@ DotVisibility::DotVisibility(const QPainter& painter, double extent) : limited_(
 }
 
 bool DotVisibility::shows(const QPointF& center) const {
-    // No device is that large, and beyond it the library's rounding to whole pixels overflows. False for NaN, too.
+    // No device is that large, and beyond it Qwt's rounding to whole pixels overflows. False for NaN, too.
     constexpr double FarAway = 1e8;
     const bool drawable = std::abs(center.x()) < FarAway && std::abs(center.y()) < FarAway;
     return drawable && (!limited_ || area_.contains(center));

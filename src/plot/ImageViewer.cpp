@@ -103,7 +103,7 @@ QString encodeToFile(const cv::Mat& image, const QString& fileName) {
             return ImageViewer::tr("The image could not be encoded.");
         }
     } catch (const cv::Exception& exception) {
-        return QString::fromStdString(exception.err); // what() would tell a place in the library's source
+        return QString::fromStdString(exception.err); // what() would tell a place in OpenCV's source
     }
     QSaveFile file(fileName);
     const auto size = static_cast<qint64>(bytes.size());

@@ -49,7 +49,7 @@ IsoelasticLabel::IsoelasticLabel(const QPolygonF& line, const IsoelasticLabel* p
 }
 
 QRectF IsoelasticLabel::rectAt(const QPointF& position, const QSizeF& size) const {
-    const double gap = 0.5 + spacing(); // as the library's markers have it
+    const double gap = 0.5 + spacing(); // as Qwt's markers have it
     return {position.x() - gap - size.width(), position.y() + gap, size.width(), size.height()};
 }
 

@@ -26,7 +26,7 @@ bool isRoundInOneColor(const QwtSymbol& symbol) {
            pen.color().rgb() == brush.color().rgb();
 }
 
-/// Draws the symbol about the origin, as the library does on devices that round positions or not.
+/// Draws the symbol about the origin, as Qwt does on devices that round positions or not.
 DotPainter::Shape shapeOf(const QwtSymbol& symbol, bool aligned) {
     const int size = symbol.size().width();
     const double reach = aligned ? size / 2 : size * 0.5;

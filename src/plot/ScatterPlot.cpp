@@ -37,7 +37,7 @@ namespace {
 constexpr int TitlePointSize = 12;
 constexpr int AxisTitlePointSize = 10;
 constexpr int TickLabelPointSize = 9;
-constexpr int MaxMajorSteps = 8; // what the library asks for by itself
+constexpr int MaxMajorSteps = 8; // what Qwt asks for by itself
 
 constexpr int AxisX = QwtAxis::XBottom;
 constexpr int AxisY = QwtAxis::YLeft;

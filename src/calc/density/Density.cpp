@@ -20,10 +20,10 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 /// Mean and population standard deviation of two columns at once: each sum waits for its last addition, so that two
 /// take the time of one.
-struct Spread {
-    std::array<double, 2> deviation;
+struct StandardDeviations {
+    std::array<double, 2> values;
 
-    Spread(std::span<const double> x, std::span<const double> y) {
+    StandardDeviations(std::span<const double> x, std::span<const double> y) {
         const auto count = static_cast<double>(x.size());
         std::array<double, 2> mean{};
         for (std::size_t i = 0; i < x.size(); ++i) {
@@ -37,7 +37,7 @@ struct Spread {
             squares[0] += (x[i] - mean[0]) * (x[i] - mean[0]);
             squares[1] += (y[i] - mean[1]) * (y[i] - mean[1]);
         }
-        deviation = {std::sqrt(squares[0] / count), std::sqrt(squares[1] / count)};
+        values = {std::sqrt(squares[0] / count), std::sqrt(squares[1] / count)};
     }
 };
 
@@ -190,7 +190,7 @@ public:
     std::span<const double> y() const { return y_; }
 
     /// Puts one value per pair at its event's position, NaN elsewhere.
-    std::vector<double> spread(std::vector<double> values, std::size_t eventCount) const {
+    std::vector<double> atTheirEvents(std::vector<double> values, std::size_t eventCount) const {
         if (!partial_) {
             return values;
         }
@@ -279,12 +279,12 @@ std::vector<double> computeDensity(std::span<const double> x, std::span<const do
     }
     switch (method) {
     case DensityMethod::Kde:
-        return pairs.spread(interpolateGrid(kernelDensityGrid(pairs.x(), pairs.y(), 0), pairs.x(), pairs.y()),
-                            x.size());
+        return pairs.atTheirEvents(interpolateGrid(kernelDensityGrid(pairs.x(), pairs.y(), 0), pairs.x(), pairs.y()),
+                                   x.size());
     case DensityMethod::Histogram:
-        return pairs.spread(histogramDensity(pairs.x(), pairs.y()), x.size());
+        return pairs.atTheirEvents(histogramDensity(pairs.x(), pairs.y()), x.size());
     case DensityMethod::NearestNeighbours:
-        return pairs.spread(neighbourDensity(pairs.x(), pairs.y()), x.size());
+        return pairs.atTheirEvents(neighbourDensity(pairs.x(), pairs.y()), x.size());
     }
     return std::vector<double>(x.size(), nan);
 }
@@ -305,9 +305,9 @@ DensityGrid kernelDensityGrid(std::span<const double> x, std::span<const double>
         grid.size = x.size() < 4 ? optimalGridSize(x, y) : chooseGridSize(x, y, xAxis, yAxis);
     }
 
-    const Spread spread(x, y);
-    const double xBandwidth = bandwidth(x, xAxis, spread.deviation[0]);
-    const double yBandwidth = bandwidth(y, yAxis, spread.deviation[1]);
+    const StandardDeviations deviations(x, y);
+    const double xBandwidth = bandwidth(x, xAxis, deviations.values[0]);
+    const double yBandwidth = bandwidth(y, yAxis, deviations.values[1]);
     grid.xOrigin = xAxis.min - 3.0 * xBandwidth;
     grid.yOrigin = yAxis.min - 3.0 * yBandwidth;
     grid.xStep = (xAxis.max + 3.0 * xBandwidth - grid.xOrigin) / grid.size;

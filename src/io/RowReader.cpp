@@ -1,4 +1,4 @@
-#include "RowReading.h"
+#include "io/RowReader.h"
 
 #include "io/DatasetAccess.h"
 
