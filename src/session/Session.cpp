@@ -229,21 +229,24 @@ EventFilter Session::buildEffectiveFilter(const DatasetEntry* dataset) const {
 }
 
 std::optional<std::vector<int>> Session::passingEvents(const DatasetEntry& dataset) const {
-    const EventFilter effective = buildEffectiveFilter(&dataset);
-    if (!effective.isEnabled() || effective.ruleCount() < 1) {
+    return passingEvents(dataset, buildEffectiveFilter(&dataset));
+}
+
+std::optional<std::vector<int>> Session::passingEvents(const DatasetEntry& dataset, const EventFilter& filter) {
+    if (!filter.isEnabled() || filter.ruleCount() < 1) {
         return std::nullopt;
     }
     if (!dataset.reader) {
         return std::vector<int>();
     }
     ColumnMap columns;
-    for (const std::string& feature : effective.requiredFeatures()) {
+    for (const std::string& feature : filter.requiredFeatures()) {
         // Pictures are not columns, though a rule from a file may name them.
         if (isScalarFeature(feature)) {
             columns.emplace(feature, &dataset.reader->getFeature(feature));
         }
     }
-    return effective.evaluate(columns, dataset.reader->eventCount());
+    return filter.evaluate(columns, dataset.reader->eventCount());
 }
 
 bool Session::activeMatchesAllPeers(const DatasetEntry* excluded) const {

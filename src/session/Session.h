@@ -77,6 +77,8 @@ public:
     /// The events of a dataset that pass its effective filter, in rising order; nullopt if no filter is in force and
     /// all pass. The one way to ask, for every consumer.
     std::optional<std::vector<int>> passingEvents(const DatasetEntry& dataset) const;
+    /// The same for a filter of one's own.
+    static std::optional<std::vector<int>> passingEvents(const DatasetEntry& dataset, const EventFilter& filter);
 
     // Peers: the other datasets.
     /// Whether every dataset but the active one and `excluded` is plotted as the active one. True without an active

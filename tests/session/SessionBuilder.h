@@ -26,6 +26,11 @@ public:
         SampleFileOptions options;
         options.columns = columns;
         options.defaultColumns = options.images = options.masks = options.traces = false;
+        return add(options);
+    }
+
+    /// The same over a file with whatever is asked for.
+    DatasetEntry& add(const SampleFileOptions& options) {
         auto entry = session.newEntry();
         entry->filePath = folder_.file(std::to_string(entry->id) + ".vqd");
         writeSampleFile(entry->filePath, options);
@@ -33,6 +38,7 @@ public:
         if (!entry->reader->open(entry->filePath)) {
             throw std::runtime_error("the sample file does not open");
         }
+        entry->metadata = entry->reader->readMetadata();
         entry->displayName = QStringLiteral("dataset %1").arg(entry->id);
         entry->featuresLoaded = true;
         return session.append(std::move(entry));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "calc/ComputedColumns.h"
+#include "calc/emodulus/Coverage.h"
 #include "calc/emodulus/Quality.h"
 
 #include <QObject>
@@ -129,8 +130,8 @@ double pixelationCorrected(double deform, double area, double pixelSize);
 double interpolate(const EModulusMesh& mesh, double area, double deform);
 
 /// Young's moduli from area and deformation through a finite-element look-up table. Tables and triangulations are built
-/// on first use and kept; a table that is missing is sought again on every call. One job at a time; lines may be asked
-/// for on the interface thread while a job runs.
+/// on first use and kept; a table that is missing is sought again on every call. Jobs may compute columns side by side,
+/// and lines may be asked for on the interface thread meanwhile.
 class EModulus : public QObject {
     Q_OBJECT
 
@@ -150,7 +151,7 @@ public:
     const EModulusMesh* mesh(int lutId) const;
 
     /// The column "emodulus": kPa, NaN for events outside the table. Changes nothing that others see: for jobs, on any
-    /// thread, one at a time. Progress is reported from that thread.
+    /// thread. Progress is reported from that thread.
     /// @return nothing without a table, or if it was asked to stop (looked at every 256 events)
     std::optional<ComputedColumns> computeColumns(const EModulusInput& input, const EModulusParams& params,
                                                   const std::stop_token& stop = {});
@@ -164,6 +165,9 @@ public:
     /// columns "area_um" and "deform", or a table. Any thread.
     EModulusQuality assessQuality(VQDReader* reader, const EModulusParams& params,
                                   std::span<const std::int32_t> events);
+    /// The picture that goes with it, see Tessaly::coverageOf(). Empty where the assessment isn't valid, and without a
+    /// channel width. Any thread.
+    EModulusCoverage coverage(VQDReader* reader, const EModulusParams& params, std::span<const std::int32_t> events);
 
     /// Lines of equal modulus at the measurement's conditions, in the order of their levels; empty without a table.
     /// Kept from call to call as long as the parameters stay the same.
