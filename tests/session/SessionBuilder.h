@@ -26,10 +26,12 @@ public:
         SampleFileOptions options;
         options.columns = columns;
         options.defaultColumns = options.images = options.masks = options.traces = false;
-        return add(options);
+        DatasetEntry& entry = add(options);
+        entry.metadata = {};
+        return entry;
     }
 
-    /// The same over a file with whatever is asked for.
+    /// The same over a file with whatever is asked for, metadata included.
     DatasetEntry& add(const SampleFileOptions& options) {
         auto entry = session.newEntry();
         entry->filePath = folder_.file(std::to_string(entry->id) + ".vqd");
