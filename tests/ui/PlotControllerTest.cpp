@@ -247,13 +247,26 @@ TEST_F(PlotControllerTest, GatesOfThePlottedFeaturesAreDrawn) {
 
 TEST_F(PlotControllerTest, IsoelasticLinesLieOverAreaAgainstDeformation) {
     session.setActive(add({{"area_um", {30, 80, 300}}, {"deform", {0.001, 0.03, 0.07}}, {"time", {1, 2, 3}}}).id);
-    const auto* box = find<QCheckBox>("isoelasticsCheck");
+    auto* box = find<QCheckBox>("isoelasticsCheck");
     EXPECT_TRUE(box->isVisible());
+    EXPECT_EQ(plot.isoLineCount(), 0);
+    QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(8, box->height() / 2));
+    const int lines = plot.isoLineCount();
+    EXPECT_GT(lines, 5);
+    EXPECT_TRUE(plot.isoLabelTexts().isEmpty());
+    auto* labels = find<QCheckBox>("isoelasticLabelsCheck");
+    QTest::mouseClick(labels, Qt::LeftButton, {}, QPoint(8, labels->height() / 2));
+    EXPECT_EQ(plot.isoLabelTexts().size(), lines);
     chooseFeature("yFeatureCombo", "time");
     EXPECT_FALSE(box->isVisible());
+    EXPECT_EQ(plot.isoLineCount(), 0);
     chooseFeature("xFeatureCombo", "deform");
     chooseFeature("yFeatureCombo", "area_um");
     EXPECT_TRUE(box->isVisible());
+    EXPECT_EQ(plot.isoLineCount(), lines);
+    add({{"area_um", {30, 80}}, {"deform", {0.01, 0.03}}}, false);
+    session.setActive(session.datasets().back()->id);
+    EXPECT_EQ(plot.isoLineCount(), 0) << "while another dataset loads";
     session.setActive(-1);
     EXPECT_FALSE(box->isVisible());
 }
