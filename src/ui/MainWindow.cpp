@@ -34,6 +34,7 @@ MainWindow::MainWindow(QWidget* parent)
       loader_(session_, this),
       datasets_(session_, loader_, *panels_.datasets, this),
       name_(session_, *panels_.rename, this),
+      polygons_(session_, *panels_.filters, *panels_.plot, plot_, this),
       filters_(session_, *panels_.filters, this),
       metadata_(session_, *panels_.metadata, *panels_.metadataDock, this),
       events_(session_, *panels_.plot, *panels_.event, *panels_.eventNumber, this),

@@ -13,6 +13,7 @@
 #include "ui/event/EventController.h"
 #include "ui/event/MetadataController.h"
 #include "ui/filters/FilterController.h"
+#include "ui/filters/PolygonController.h"
 #include "ui/plot/ColorMapSetting.h"
 #include "ui/plot/PlotController.h"
 #include "ui/plot/StatusController.h"
@@ -95,6 +96,7 @@ private:
     DatasetLoader loader_;
     DatasetController datasets_;
     NameController name_;
+    PolygonController polygons_; // ends drawing and editing before others act on the news
     FilterController filters_;
     MetadataController metadata_;
     EventController events_;

@@ -11,6 +11,7 @@
 #include "ui/event/EventPanel.h"
 #include "ui/filters/FilterController.h"
 #include "ui/filters/FilterDockWidget.h"
+#include "ui/filters/PolygonController.h"
 #include "ui/plot/PlotController.h"
 #include "ui/plot/PlotSettingsPanel.h"
 
@@ -99,6 +100,7 @@ protected:
 
     Session session;
     EModulus emodulus;
+    PolygonController polygons{session, filters, plot, controller, nullptr};
     FilterController filterController{session, filters, nullptr};
     EventController events{session, plot, panel, number, nullptr};
     PlotController controller{session, emodulus, plot, controls, conditions, &window};

@@ -2,6 +2,7 @@
 
 #include "calc/emodulus/EModulus.h"
 #include "core/DatasetEntry.h"
+#include "core/OverlayId.h"
 #include "io/VQDReader.h"
 #include "plot/ScatterPlot.h"
 #include "session/PlotChoices.h"
@@ -18,10 +19,6 @@
 namespace Tessaly {
 
 namespace {
-
-// Overlays of group rules are numbered apart from those of the dataset's own rules, whose number is their row.
-constexpr int GroupOverlayOffset = 100;
-constexpr int OverlaysPerGroup = 10000;
 
 bool isAreaAgainstDeformation(const PlotSettings& settings) {
     return (settings.xFeatureName == "area_um" && settings.yFeatureName == "deform") ||
@@ -173,6 +170,8 @@ void PlotController::clearPlot() {
     controls_.setLogAxisProblems(0, 0);
     frame_ = PlotFrame();
     refreshPending_ = false; // what was chosen for the dataset before is stored with it
+    lastXFeature_.clear();
+    lastYFeature_.clear();
     emit cleared();
 }
 
@@ -255,7 +254,7 @@ void PlotController::updatePolygonOverlays(const PlotSettings& settings) {
     addOverlays(plot_, dataset->filter.rules(), settings, 0);
     for (const auto& group : session_.filterGroups()) {
         if (session_.isGroupEnabled(dataset, group->id)) {
-            addOverlays(plot_, group->rules, settings, (group->id + GroupOverlayOffset) * OverlaysPerGroup);
+            addOverlays(plot_, group->rules, settings, OverlayId{group->id, 0}.number());
         }
     }
 }

@@ -31,6 +31,10 @@ public:
     /// What the plot shows of the active dataset; empty until it is plotted.
     const PlotFrame& frame() const { return frame_; }
 
+    /// The features that are plotted, which may not be those that were chosen last; empty if there is nothing to see.
+    const std::string& plottedX() const { return lastXFeature_; }
+    const std::string& plottedY() const { return lastYFeature_; }
+
     /// The pipeline: session in, finished vectors out, plot redrawn.
     void refresh();
     /// After features were added: offers them and refreshes.
