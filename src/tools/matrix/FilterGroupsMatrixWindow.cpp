@@ -8,13 +8,13 @@
 #include "widgets/PlainText.h"
 
 #include <QCheckBox>
-#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QSignalBlocker>
+#include <QStyle>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -26,6 +26,25 @@ namespace {
 
 constexpr int CellPadding = 12;
 constexpr int WidestHeader = 240;
+
+/// A box in the middle of its cell. A layout for one box would cost more than the box.
+class Cell : public QWidget {
+public:
+    explicit Cell(QWidget* parent) : QWidget(parent), box_(new QCheckBox(this)) {}
+
+    QCheckBox* box() const { return box_; }
+    QSize sizeHint() const override { return box_->sizeHint(); }
+    QSize minimumSizeHint() const override { return box_->minimumSizeHint(); }
+
+protected:
+    void resizeEvent(QResizeEvent* /*event*/) override {
+        const QSize size = box_->sizeHint().boundedTo(this->size());
+        box_->setGeometry(QStyle::alignedRect(layoutDirection(), Qt::AlignCenter, size, rect()));
+    }
+
+private:
+    QCheckBox* box_;
+};
 
 bool sameRow(const GroupMatrix::Row& a, const GroupMatrix::Row& b) {
     // A dataset keeps its row under another name; a folder has nothing but its name.
@@ -198,11 +217,9 @@ void FilterGroupsMatrixWindow::appendBoxes(QTreeWidgetItem* item, int datasetId,
             continue;
         }
         const int groupId = matrix.columns[column].groupId;
-        auto* cell = new QWidget;
-        auto* layout = new QHBoxLayout(cell);
-        layout->setContentsMargins(0, 0, 0, 0);
-        layout->setAlignment(Qt::AlignCenter);
-        auto* box = new QCheckBox;
+        // Born where it belongs: a widget that is a window first is set up twice.
+        auto* cell = new Cell(tree_->viewport());
+        QCheckBox* box = cell->box();
         box->setObjectName(QStringLiteral("dataset%1Group%2CheckBox").arg(datasetId).arg(groupId));
         box->installEventFilter(this);
         connect(box, &QCheckBox::toggled, this, [this, datasetId, groupId](bool on) {
@@ -210,7 +227,6 @@ void FilterGroupsMatrixWindow::appendBoxes(QTreeWidgetItem* item, int datasetId,
                 session_.setGroupEnabled(datasetId, groupId, on);
             }
         });
-        layout->addWidget(box);
         tree_->setItemWidget(item, static_cast<int>(column) + 1, cell);
         boxes_.push_back(box);
     }
