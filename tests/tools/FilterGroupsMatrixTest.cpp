@@ -143,6 +143,28 @@ TEST_F(FilterGroupsMatrixTest, FollowsDatasetsAndGroups) {
     EXPECT_EQ(headers(), QStringList({"Dataset"}));
 }
 
+TEST_F(FilterGroupsMatrixTest, BoxesMayGoWhileOneHasTheFocus) {
+    const int live = session.addFilterGroup("live");
+    const int a = addDataset("a");
+    open();
+    for (const bool first : {true, false}) {
+        const int b = addDataset("b");
+        const auto focus = [&](int column) { box(first ? a : b, column)->setFocus(Qt::TabFocusReason); };
+        focus(1);
+        const int single = session.addFilterGroup("single");
+        EXPECT_EQ(shown(), QStringList({"a - -", "b - -"}));
+        focus(2);
+        session.removeFilterGroup(single);
+        EXPECT_EQ(shown(), QStringList({"a -", "b -"}));
+        focus(1);
+        session.remove(b);
+        EXPECT_EQ(shown(), QStringList({"a -"}));
+    }
+    box(a, 1)->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(box(a, 1), Qt::Key_Space);
+    EXPECT_TRUE(session.isGroupEnabled(session.findById(a), live));
+}
+
 TEST_F(FilterGroupsMatrixTest, TwoWindowsShowTheSame) {
     const int a = addDataset("a");
     session.addFilterGroup("live");

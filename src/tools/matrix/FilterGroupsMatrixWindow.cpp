@@ -153,10 +153,10 @@ void FilterGroupsMatrixWindow::rebuildColumns(const GroupMatrix& matrix) {
     if (sameGroups(matrix, shown_)) {
         return;
     }
-    // Other groups: no row can stay.
-    tree_->clear();
+    // Other groups: no row can stay. Forgotten first: the focus wanders from box to box while they go.
     items_.clear();
     boxes_.clear();
+    tree_->clear();
     const QScopedValueRollback resizing(resizingFirstColumn_, true);
     tree_->setColumnCount(static_cast<int>(matrix.columns.size()) + 1);
 }
@@ -167,11 +167,12 @@ void FilterGroupsMatrixWindow::rebuildRows(const GroupMatrix& matrix) {
     while (kept < items_.size() && kept < matrix.rows.size() && sameRow(matrix.rows[kept], shown_.rows[kept])) {
         ++kept;
     }
-    while (items_.size() > kept) {
-        delete items_.back();
-        items_.pop_back();
-    }
     boxes_.resize(kept * matrix.columns.size());
+    while (items_.size() > kept) {
+        const QTreeWidgetItem* gone = items_.back();
+        items_.pop_back();
+        delete gone;
+    }
     appendRows(matrix);
     for (std::size_t row = kept; row < matrix.rows.size(); ++row) {
         appendBoxes(items_[row], matrix.rows[row].datasetId, matrix);
@@ -297,7 +298,8 @@ bool FilterGroupsMatrixWindow::eventFilter(QObject* watched, QEvent* event) {
             const auto* press = static_cast<const QKeyEvent*>(event);
             return handleKey(box, press->key(), press->modifiers());
         }
-        if (event->type() == QEvent::FocusIn) {
+        // What the program moves the focus to is no reason to scroll.
+        if (event->type() == QEvent::FocusIn && !rebuilding_) {
             showCell(box);
         }
     }
