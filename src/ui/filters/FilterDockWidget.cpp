@@ -1,9 +1,11 @@
 #include "ui/filters/FilterDockWidget.h"
 
 #include "core/DatasetEntry.h"
+#include "plot/WrappingRow.h"
 #include "ui/filters/FilterGroupWidget.h"
 #include "ui/filters/RuleFeatures.h"
 #include "ui/filters/RuleList.h"
+#include "widgets/ElidedButton.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -53,7 +55,7 @@ FilterDockWidget::FilterDockWidget(QWidget* parent)
 FilterDockWidget::~FilterDockWidget() = default;
 
 QPushButton* FilterDockWidget::makeButton(const char* name, const QString& text, const QString& toolTip) {
-    auto* button = new QPushButton(text);
+    auto* button = new ElidedButton(text);
     button->setObjectName(QLatin1String(name));
     button->setToolTip(toolTip);
     return button;
@@ -143,14 +145,19 @@ void FilterDockWidget::buildButtons(QBoxLayout* layout) {
     more_->setPopupMode(QToolButton::InstantPopup);
     more_->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
     buildMenu();
-    auto* row = new QHBoxLayout;
-    row->setSpacing(4);
     for (QPushButton* button : {addRule_, addPolygon_, addGroup_}) {
-        row->addWidget(button);
+        button->setMinimumWidth(button->sizeHint().width()); // short enough to be whole at any width
     }
-    row->addStretch();
-    row->addWidget(more_);
-    layout->addLayout(row);
+    auto* ofDataset = new QHBoxLayout;
+    ofDataset->setSpacing(4);
+    ofDataset->addWidget(addRule_);
+    ofDataset->addWidget(addPolygon_);
+    auto* ofAll = new QHBoxLayout;
+    ofAll->setSpacing(4);
+    ofAll->addWidget(addGroup_);
+    ofAll->addStretch();
+    ofAll->addWidget(more_);
+    layout->addWidget(new WrappingRow(ofDataset, ofAll)); // a narrow dock has room for two buttons beside each other
     counts_ = new QLabel(tr("No filter active"));
     counts_->setObjectName(QStringLiteral("eventCountLabel"));
     counts_->setStyleSheet(QStringLiteral("QLabel { color: #6b6f76; font-style: italic; }"));

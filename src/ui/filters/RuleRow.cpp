@@ -1,5 +1,7 @@
 #include "ui/filters/RuleRow.h"
 
+#include "widgets/ElidedButton.h"
+
 #include <QCheckBox>
 #include <QGridLayout>
 #include <QPushButton>
@@ -67,7 +69,7 @@ RuleRow::RuleRow(Home home, QWidget* parent)
 }
 
 QPushButton* RuleRow::makeButton(const char* name, const QString& text, void (RuleRow::*clicked)()) {
-    auto* button = new QPushButton(text, this);
+    auto* button = new ElidedButton(text, this);
     button->setObjectName(QLatin1String(name));
     connect(button, &QPushButton::clicked, this, clicked);
     return button;
