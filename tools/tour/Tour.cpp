@@ -68,10 +68,14 @@ QWidget* Tour::findWidget(const char* name) const {
 }
 
 void Tour::picture(const QString& name) {
+    pictureOf(window_, name);
+}
+
+void Tour::pictureOf(QWidget& window, const QString& name) {
     ++pictures_;
     const QString file = QStringLiteral("%1-%2.png").arg(pictures_, 2, 10, QLatin1Char('0')).arg(name);
-    QPixmap picture = window_.grab();
-    paintOverlays(picture, window_);
+    QPixmap picture = window.grab();
+    paintOverlays(picture, window);
     expect(picture.save(output_.filePath(file)), QStringLiteral("The picture %1 can be written.").arg(file));
     std::printf("  %s\n", qPrintable(file));
     std::fflush(stdout);

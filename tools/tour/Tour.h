@@ -36,6 +36,8 @@ public:
 
     /// Saves the window, with menus and dialogs over it, as "NN-name.png". Throws if it can't be written.
     void picture(const QString& name);
+    /// The same of a window beside the main window.
+    void pictureOf(QWidget& window, const QString& name);
 
     /// Throws TourFailure with the sentence unless the condition holds.
     static void expect(bool condition, const QString& sentence);
