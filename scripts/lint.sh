@@ -15,7 +15,8 @@ cmake --preset release -B "$folder" -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON -DTESS
     fail "the folder for clang-tidy could not be configured"
 
 files=("$@")
-[ $# -gt 0 ] || readarray -t files < <(git ls-files 'src/*.cpp')
+# clang-tidy 14 can't read the views of GCC 12's library, which PlotFrame.cpp uses.
+[ $# -gt 0 ] || readarray -t files < <(git ls-files 'src/*.cpp' | grep -v session/PlotFrame.cpp)
 say "Checking ${#files[@]} files with clang-tidy"
 printf '%s\0' "${files[@]}" |
     xargs -0 -n 1 -P "$(jobs_count)" clang-tidy -p "$folder" --quiet --header-filter="$ROOT_DIR/src/.*" \

@@ -180,9 +180,9 @@ void MeasurementWriter::copyAttributes(const VQDMetadata& metadata) {
         gates.insert(name);
         copy(name, [&] { writePointsAttribute(impl_->file.get(), name, gate.vertices); });
     }
-    for (const auto& [name, value] : metadata.allAttributes) {
-        if (!gates.contains(name)) {
-            copy(name, [&] { writeTextAttribute(impl_->file.get(), name, value); });
+    for (const auto& attribute : metadata.allAttributes) {
+        if (!gates.contains(attribute.first)) {
+            copy(attribute.first, [&] { writeTextAttribute(impl_->file.get(), attribute.first, attribute.second); });
         }
     }
 }

@@ -48,7 +48,8 @@ private:
             file_.read(reinterpret_cast<char*>(head.data()), head.size());
             const std::string kind(head.begin(), head.begin() + 4);
             const std::string content(head.begin() + 8, head.end());
-            const std::uint64_t length = head[4] | head[5] << 8U | head[6] << 16U | std::uint64_t{head[7]} << 24U;
+            const std::uint64_t length = std::uint64_t{head[4]} | std::uint64_t{head[5]} << 8U |
+                                         std::uint64_t{head[6]} << 16U | std::uint64_t{head[7]} << 24U;
             if (begin + 8 + length > end) {
                 return false;
             }

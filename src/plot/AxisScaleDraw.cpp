@@ -1,6 +1,7 @@
 #include "plot/AxisScaleDraw.h"
 
 #include <QLocale>
+#include <QPainter>
 #include <qwt_plot.h>
 #include <qwt_scale_div.h>
 #include <qwt_scale_map.h>

@@ -36,8 +36,8 @@ public:
           scale_(scale),
           hints_(hints),
           shape_(shape),
-          masks_(PlacesPerPixel * PlacesPerPixel * bytes()),
-          ready_(PlacesPerPixel * PlacesPerPixel, false),
+          masks_(std::size_t{PlacesPerPixel} * PlacesPerPixel * bytes()),
+          ready_(std::size_t{PlacesPerPixel} * PlacesPerPixel, false),
           touched_(bytes(), 0) {
         const double center = double(reach_) / PlacesPerPixel;
         const auto distance = [center](int pixel) {
@@ -113,7 +113,7 @@ public:
         double position = pixels_.pixel(axisValue);
         if (aligned_ && std::abs(position) < RoundingRange) {
             // To the nearest integer by truncation, which a positive offset makes right for negative values, too.
-            position = static_cast<int>(position + RoundingRange + 0.5) - RoundingRange;
+            position = static_cast<int>(position + RoundingRange + 0.5) - RoundingRange; // NOLINT: faster than lround
         }
         const double place = position * scale_ + offset_;
         return place >= 0.0 && place < limit_ ? static_cast<int>(place) : -1;

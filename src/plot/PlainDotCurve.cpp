@@ -29,7 +29,7 @@ bool isRoundInOneColor(const QwtSymbol& symbol) {
 /// Draws the symbol about the origin, as Qwt does on devices that round positions or not.
 DotPainter::Shape shapeOf(const QwtSymbol& symbol, bool aligned) {
     const int size = symbol.size().width();
-    const double reach = aligned ? size / 2 : size * 0.5;
+    const double reach = aligned ? static_cast<double>(size / 2) : size * 0.5; // NOLINT: whole pixels
     return [&symbol, size, reach](QPainter& painter) {
         painter.setPen(symbol.pen());
         painter.setBrush(symbol.brush());

@@ -14,7 +14,7 @@ namespace {
 QString helperProgram() {
     const QDir folder(QCoreApplication::applicationDirPath());
     for (const char* place : {"tessaly_probe", "../bin/tessaly_probe"}) {
-        const QString path = folder.filePath(QLatin1String(place));
+        QString path = folder.filePath(QLatin1String(place));
         if (QFileInfo(path).isExecutable()) {
             return path;
         }

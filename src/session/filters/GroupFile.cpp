@@ -43,7 +43,7 @@ class GroupReading {
 public:
     std::optional<std::vector<FilterGroup>> groupsOf(const QJsonArray& list) {
         std::vector<FilterGroup> groups;
-        for (const QJsonValue& entry : list) {
+        for (const QJsonValue entry : list) {
             if (entry.isObject() && !(groups.size() < mostGroups && addGroup(groups, entry.toObject()))) {
                 return std::nullopt;
             }
@@ -59,7 +59,7 @@ private:
             group.name = translated("Imported group").toStdString();
         }
         const QJsonArray rules = object.value(QLatin1String("rules")).toArray();
-        for (const QJsonValue& entry : rules) {
+        for (const QJsonValue entry : rules) {
             if (!entry.isObject()) {
                 continue;
             }
