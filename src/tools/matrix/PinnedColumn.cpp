@@ -90,7 +90,8 @@ void PinnedColumn::showRows() {
 }
 
 bool PinnedColumn::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == tree_.viewport() && event->type() == QEvent::Resize) {
+    // The kind first: the viewport still sends events when the tree is half gone and can't be asked any more.
+    if (event->type() == QEvent::Resize && watched == tree_.viewport()) {
         follow();
     }
     return QTreeView::eventFilter(watched, event);
