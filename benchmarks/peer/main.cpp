@@ -5,9 +5,9 @@
 #include "core/FeatureCatalogue.h"
 #include "io/VQDReader.h"
 #include "plot/ScatterPlot.h"
-#include "ui/datasets/DatasetsPanel.h"
 #include "ui/MainPanels.h"
 #include "ui/MainWindow.h"
+#include "ui/datasets/DatasetsPanel.h"
 
 #include <QApplication>
 #include <QSettings>

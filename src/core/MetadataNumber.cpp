@@ -1,5 +1,5 @@
-// A file of its own: the helper program that looks into files links what it calls, and the toolkit would make it slow to
-// start.
+// A file of its own: the helper program that looks into files links what it calls, and the toolkit would make it slow
+// to start.
 #include "core/VQDMetadata.h"
 
 #include <QString>

@@ -184,7 +184,8 @@ std::optional<PlotFrame> buildPlotFrame(const Session& session, const DatasetEnt
         frame.someLeftOut = true;
     }
     const std::size_t events = std::max(xColumn.size(), yColumn.size());
-    // Fresh memory costs more than the copying: both cores fetch it. result() does the work itself if no thread is free.
+    // Fresh memory costs more than the copying: both cores fetch it. result() does the work itself if no thread is
+    // free.
     QFuture<Column> y = QtConcurrent::run([&] { return valuesAt(yColumn, events, frame); });
     Column x = valuesAt(xColumn, events, frame);
     frame.y = y.takeResult();

@@ -6,8 +6,8 @@
 
 #include <QHeaderView>
 #include <QTreeWidget>
-#include <QtConcurrent/QtConcurrentRun>
 #include <QVBoxLayout>
+#include <QtConcurrent/QtConcurrentRun>
 
 namespace Tessaly {
 
