@@ -69,6 +69,10 @@ TEST(AxisTicks, RoundValuesFillInWhereDecadesAreFew) {
     EXPECT_EQ(majors(pseudoLog, -33, 149), (QList<double>{0, 100})); // enough by itself
     EXPECT_EQ(majors(pseudoLog, -333, 33), (QList<double>{-200, -100, 0}));
 
+    // Bounds count.
+    EXPECT_EQ(roundTicks({200, 1000}, 100, 8), (QList<double>{200, 500, 1000}));
+    EXPECT_EQ(roundTicks({-1000, -200}, 100, 8), (QList<double>{-1000, -500, -200}));
+
     const LogScaleEngine log;
     EXPECT_EQ(majors(log, 2, 30), (QList<double>{2, 5, 10, 20}));
     EXPECT_EQ(majors(log, 0.003, 0.09, 2), (QList<double>{0.005, 0.01, 0.02, 0.05}));

@@ -103,6 +103,21 @@ TEST(TracePlotTest, TracesAreDrawnAgainstTimeWithTheirOffset) {
     }
 }
 
+TEST(TracePlotTest, AxesAreSetUpOnce) {
+    TracePlot plot;
+    plot.updateAxes();
+    const char* const titles[] = {"Time [µs]", "Fluorescence [a.u.]"};
+    const int axes[] = {QwtPlot::xBottom, QwtPlot::yLeft};
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(plot.axisTitle(axes[i]).text(), titles[i]);
+        EXPECT_EQ(plot.axisTitle(axes[i]).font().pointSize(), 8);
+        EXPECT_EQ(plot.axisFont(axes[i]).pointSize(), 7);
+    }
+    EXPECT_EQ(plot.minimumSize(), QSize(260, 180));
+    EXPECT_EQ(plot.maximumHeight(), 260);
+    EXPECT_EQ(plot.axisInterval(QwtPlot::yLeft), QwtInterval(-10, 35000));
+}
+
 TEST(TracePlotTest, ALegendOverTheCanvasNamesTheShownChannels) {
     TracePlot plot;
     plot.resize(300, 200);

@@ -4,6 +4,8 @@
 #include "core/DatasetEntry.h"
 #include "core/OverlayId.h"
 #include "io/VQDReader.h"
+#include "plot/PlotPoints.h"
+#include "plot/PlotScene.h"
 #include "plot/ScatterPlot.h"
 #include "session/PlotChoices.h"
 #include "session/Session.h"
@@ -30,7 +32,8 @@ PlotSettings shownSettingsOf(const DatasetEntry& dataset) {
     return shownSettings(dataset, scalarFeatureNames(*dataset.reader));
 }
 
-void addOverlays(ScatterPlot& plot, const std::vector<FilterRule>& rules, const PlotSettings& settings, int firstId) {
+void appendGates(std::vector<PlotGate>& gates, const std::vector<FilterRule>& rules, const PlotSettings& settings,
+                 int firstId) {
     for (std::size_t i = 0; i < rules.size(); ++i) {
         const FilterRule& rule = rules[i];
         if (rule.type != FilterRule::Polygon || rule.featureName != settings.xFeatureName ||
@@ -41,7 +44,7 @@ void addOverlays(ScatterPlot& plot, const std::vector<FilterRule>& rules, const 
         for (const auto& [x, y] : rule.polygonVertices) {
             polygon << QPointF(x, y);
         }
-        plot.addPolygonOverlay(firstId + static_cast<int>(i), polygon, rule.enabled);
+        gates.push_back({firstId + static_cast<int>(i), polygon, rule.enabled});
     }
 }
 
@@ -140,7 +143,7 @@ void PlotController::showDataset(DatasetEntry& dataset) {
     controls_.setSettings(settings);
     setAxisScales(settings);
     // The points of another dataset mean nothing here.
-    frame_ = PlotFrame();
+    frame_ = std::make_shared<const PlotFrame>();
     emit frameChanged();
     if (shown.xFeatureName.empty()) {
         clearPlot();
@@ -168,7 +171,7 @@ void PlotController::clearPlot() {
     plot_.clearData();
     controls_.setIsoelasticsOffered(false);
     controls_.setLogAxisProblems(0, 0);
-    frame_ = PlotFrame();
+    frame_ = std::make_shared<const PlotFrame>();
     refreshPending_ = false; // what was chosen for the dataset before is stored with it
     lastXFeature_.clear();
     lastYFeature_.clear();
@@ -218,45 +221,43 @@ void PlotController::refresh() {
         return;
     }
     refreshPending_ = false;
-    frame_ = std::move(*frame);
-    draw(settings);
-    resetZoomIfNew(settings, *dataset);
-    updatePolygonOverlays(settings);
-    updateContours();
-    updateIsoelastics();
+    frame_ = std::make_shared<const PlotFrame>(std::move(*frame));
+    controls_.setLogAxisProblems(frame_->xNotOnLogAxis, frame_->yNotOnLogAxis);
+    controls_.setIsoelasticsOffered(isAreaAgainstDeformation(settings));
+    plot_.showScene(sceneOf(settings, *dataset));
     emit frameChanged();
     updateApplyButton();
     emit plotted();
 }
 
-void PlotController::draw(const PlotSettings& settings) {
-    controls_.setLogAxisProblems(frame_.xNotOnLogAxis, frame_.yNotOnLogAxis);
-    controls_.setIsoelasticsOffered(isAreaAgainstDeformation(settings));
-    plot_.setData(frame_.x, frame_.y, frame_.xLabel, frame_.yLabel, frame_.color, frame_.colorLabel);
-}
-
-void PlotController::resetZoomIfNew(const PlotSettings& settings, const DatasetEntry& dataset) {
-    if (settings.xFeatureName != lastXFeature_ || settings.yFeatureName != lastYFeature_ ||
-        dataset.id != lastDatasetId_) {
-        plot_.resetZoom();
-    }
+PlotScene PlotController::sceneOf(const PlotSettings& settings, const DatasetEntry& dataset) {
+    PlotScene scene;
+    // The plot reads the frame's columns where they are.
+    scene.points = std::make_shared<const PlotPoints>(PlotPoints::Column(frame_, &frame_->x),
+                                                      PlotPoints::Column(frame_, &frame_->y),
+                                                      PlotPoints::Column(frame_, &frame_->color));
+    scene.pointsVisible = settings.contourMode != ContourMode::Only;
+    scene.xLabel = frame_->xLabel;
+    scene.yLabel = frame_->yLabel;
+    scene.colorLabel = frame_->colorLabel;
+    scene.xScaleMode = settings.scaleXMode;
+    scene.yScaleMode = settings.scaleYMode;
+    scene.wholeRange = settings.xFeatureName != lastXFeature_ || settings.yFeatureName != lastYFeature_ ||
+                       dataset.id != lastDatasetId_;
     lastXFeature_ = settings.xFeatureName;
     lastYFeature_ = settings.yFeatureName;
     lastDatasetId_ = dataset.id;
-}
-
-void PlotController::updatePolygonOverlays(const PlotSettings& settings) {
-    plot_.clearPolygonOverlays();
-    const DatasetEntry* dataset = session_.active();
-    if (!dataset) {
-        return;
-    }
-    addOverlays(plot_, dataset->filter.rules(), settings, 0);
+    scene.contours = contoursOf(*frame_, settings);
+    scene.isoelastics = shownIsoelastics();
+    scene.isoelasticLabels = controls_.isoelasticLabelsChecked();
+    appendGates(scene.gates, dataset.filter.rules(), settings, 0);
     for (const auto& group : session_.filterGroups()) {
-        if (session_.isGroupEnabled(dataset, group->id)) {
-            addOverlays(plot_, group->rules, settings, OverlayId{group->id, 0}.number());
+        if (session_.isGroupEnabled(&dataset, group->id)) {
+            appendGates(scene.gates, group->rules, settings, OverlayId{group->id, 0}.number());
         }
     }
+    scene.markedPoint = plot_.highlightedPoint(); // until the selection has been placed anew
+    return scene;
 }
 
 void PlotController::updateContours() {
@@ -266,21 +267,17 @@ void PlotController::updateContours() {
     }
     const PlotSettings& settings = dataset->plotSettings();
     plot_.setDataVisible(settings.contourMode != ContourMode::Only);
-    const std::vector<ContourLevel> contours = contoursOf(frame_, settings);
-    if (contours.empty()) {
-        plot_.clearContours();
-    } else {
-        plot_.setContours(contours);
-    }
+    plot_.setContours(contoursOf(*frame_, settings));
 }
 
-void PlotController::updateIsoelastics() {
+std::vector<IsoelasticLine> PlotController::shownIsoelastics() const {
     const DatasetEntry* dataset = openActive();
-    const PlotSettings settings = dataset ? shownSettingsOf(*dataset) : PlotSettings();
-    if (!dataset || !dataset->featuresLoaded || !controls_.isoelasticsChecked() ||
-        !isAreaAgainstDeformation(settings)) {
-        plot_.clearIsoelastics();
-        return;
+    if (!dataset || !dataset->featuresLoaded || !controls_.isoelasticsChecked()) {
+        return {};
+    }
+    const PlotSettings settings = shownSettingsOf(*dataset);
+    if (!isAreaAgainstDeformation(settings)) {
+        return {};
     }
     std::vector<IsoelasticLine> lines = emodulus_.isoelastics(conditions_.emodulusParamsFor(dataset->metadata));
     if (settings.xFeatureName == "deform") {
@@ -290,7 +287,11 @@ void PlotController::updateIsoelastics() {
             }
         }
     }
-    plot_.setIsoelastics(lines, controls_.isoelasticLabelsChecked());
+    return lines;
+}
+
+void PlotController::updateIsoelastics() {
+    plot_.setIsoelastics(shownIsoelastics(), controls_.isoelasticLabelsChecked());
 }
 
 void PlotController::updateApplyButton() {

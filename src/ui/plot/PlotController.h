@@ -5,7 +5,9 @@
 
 #include <QObject>
 
+#include <memory>
 #include <string>
+#include <vector>
 
 class QWidget;
 
@@ -17,6 +19,8 @@ class PlotSettingsPanel;
 class ScatterPlot;
 class Session;
 struct DatasetEntry;
+struct IsoelasticLine;
+struct PlotScene;
 
 /// The way from the session to the plot and its controls. Every change of features, filter, colour or scale ends in
 /// refresh(). What else follows the plot (status, counts, statistics, selection) listens to its signals.
@@ -29,7 +33,7 @@ public:
                    const CalculationsDockWidget& conditions, QWidget* window);
 
     /// What the plot shows of the active dataset; empty until it is plotted.
-    const PlotFrame& frame() const { return frame_; }
+    const PlotFrame& frame() const { return *frame_; }
 
     /// The features that are plotted, which may not be those that were chosen last; empty if there is nothing to see.
     const std::string& plottedX() const { return lastXFeature_; }
@@ -66,9 +70,9 @@ private:
     void clearPlot();
     void setAxisScales(const PlotSettings& settings);
     void offerFeatures(DatasetEntry& dataset);
-    void draw(const PlotSettings& settings);
-    void resetZoomIfNew(const PlotSettings& settings, const DatasetEntry& dataset);
-    void updatePolygonOverlays(const PlotSettings& settings);
+    /// All that is shown of the frame; of the whole range if dataset or axes are others than before.
+    PlotScene sceneOf(const PlotSettings& settings, const DatasetEntry& dataset);
+    std::vector<IsoelasticLine> shownIsoelastics() const;
     void updateContours();
     void updateIsoelastics();
     void updateApplyButton();
@@ -80,7 +84,7 @@ private:
     PlotSettingsPanel& controls_;
     const CalculationsDockWidget& conditions_;
     QWidget* window_;
-    PlotFrame frame_;
+    std::shared_ptr<const PlotFrame> frame_ = std::make_shared<const PlotFrame>(); ///< lent to the plot
     std::string lastXFeature_;
     std::string lastYFeature_;
     int lastDatasetId_ = -1;
