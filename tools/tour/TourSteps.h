@@ -23,6 +23,8 @@ std::vector<TourStep> plotSteps();
 std::vector<TourStep> eventSteps();
 /// Folders, order, names, copies; filters and settings for all.
 std::vector<TourStep> datasetSteps();
+/// Rules typed, polygons drawn and edited, carried to all datasets; filter groups and their files.
+std::vector<TourStep> gateSteps();
 /// The matrix of filter groups and datasets.
 std::vector<TourStep> matrixSteps();
 /// Colour maps, refused files, small window, and the end of the session.
