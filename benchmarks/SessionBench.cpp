@@ -2,11 +2,20 @@
 #include "calc/density/Density.h"
 #include "core/EventFilter.h"
 #include "io/VQDReader.h"
+#include "plot/ScatterPlot.h"
 #include "session/PlotFrame.h"
 #include "session/Session.h"
 #include "session/filters/FilterPropagation.h"
 #include "session/filters/PeerMarks.h"
+#include "ui/calculations/CalculationsDockWidget.h"
+#include "ui/filters/FilterController.h"
+#include "ui/filters/FilterDockWidget.h"
+#include "ui/filters/PolygonController.h"
+#include "ui/plot/PlotController.h"
+#include "ui/plot/PlotSettingsPanel.h"
+#include "ui/plot/StatisticsDockWidget.h"
 
+#include <QApplication>
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
@@ -210,6 +219,89 @@ void refreshAlone(benchmark::State& state) {
     state.counters["events"] = static_cast<double>(eventCount);
 }
 
+/// The window's parts round the plot, over the workload's columns: four rules, coloured by density.
+struct PlottedGates {
+    Session session;
+    EModulus emodulus;
+    ScatterPlot plot;
+    PlotSettingsPanel controls;
+    FilterDockWidget dock;
+    CalculationsDockWidget conditions;
+    StatisticsDockWidget statistics;
+    PolygonController polygons{session, dock, plot, controller, nullptr};
+    FilterController filters{session, dock, nullptr};
+    PlotController controller{session, emodulus, plot, controls, conditions, &dock};
+    EventFilter filter;
+    int gate = 3;
+
+    PlottedGates() {
+        const Workload& work = workload();
+        QObject::connect(&controller, &PlotController::plotted, &statistics, [this] {
+            const PlotFrame& frame = controller.frame();
+            statistics.updateStatistics(frame.x, frame.y, frame.xLabel, frame.yLabel);
+        });
+        auto entry = session.newEntry();
+        entry->reader = work.dataset->reader;
+        for (int i = 0; i <= gate; ++i) {
+            entry->filter.addRule(work.filter.rules()[static_cast<std::size_t>(i)]);
+        }
+        filter = entry->filter;
+        entry->setPlotSettings(work.settings);
+        entry->contourMode = ContourMode::Off;
+        entry->featuresLoaded = true;
+        const int id = session.append(std::move(entry)).id;
+        plot.resize(900, 700);
+        plot.show();
+        statistics.show();
+        session.setActive(id);
+        QApplication::processEvents();
+        emit dock.polygonEditRequested(gate, true);
+    }
+};
+
+/// From a vertex that is released to the new picture.
+void vertexReleased(benchmark::State& state) {
+    PlottedGates gates;
+    QPolygonF polygon;
+    for (const auto& [x, y] : gates.filter.rules()[static_cast<std::size_t>(gates.gate)].polygonVertices) {
+        polygon << QPointF(x, y);
+    }
+    double shift = 1e-9;
+    for (auto _ : state) {
+        polygon[0].rx() += shift;
+        shift = -shift;
+        emit gates.plot.polygonEdited(gates.gate, polygon);
+        QApplication::processEvents();
+    }
+    if (!gates.plot.isEditing()) {
+        state.SkipWithError("the polygon isn't being edited");
+    }
+    state.counters["events"] = static_cast<double>(eventCount);
+}
+
+/// The same rules, density, statistics and repaint of the points left, each for itself.
+void vertexStepsAlone(benchmark::State& state) {
+    PlottedGates gates;
+    const Workload& work = workload();
+    const Column& allX = *work.columns.at("area_um");
+    const Column& allY = *work.columns.at("deform");
+    for (auto _ : state) {
+        Column x;
+        Column y;
+        for (const int event : gates.filter.evaluate(work.columns, eventCount)) {
+            x.push_back(allX[static_cast<std::size_t>(event)]);
+            y.push_back(allY[static_cast<std::size_t>(event)]);
+        }
+        benchmark::DoNotOptimize(computeDensity(x, y, DensityMethod::Kde));
+        gates.statistics.updateStatistics(x, y, {}, {});
+        gates.plot.replot();
+        QApplication::processEvents();
+    }
+    state.counters["events"] = static_cast<double>(eventCount);
+}
+
+BENCHMARK(vertexReleased)->Name("vertex_released")->Unit(benchmark::kMillisecond);
+BENCHMARK(vertexStepsAlone)->Name("vertex_released/baseline")->Unit(benchmark::kMillisecond);
 BENCHMARK(filterChange)->Name("filter_change_to_picture")->Unit(benchmark::kMillisecond);
 BENCHMARK(kernelsAlone)->Name("filter_change_to_picture/baseline")->Unit(benchmark::kMillisecond);
 BENCHMARK(ruleToAll)->Name("rule_to_200_datasets")->Unit(benchmark::kMillisecond);

@@ -24,6 +24,8 @@ RATIO_BARS = {
     "hover_while_drawing": 1.3,
     "filter_change_to_picture": 1.3,
     "rule_to_200_datasets": 1.2,
+    "dock_60_rules": 2.0,
+    "vertex_released": 1.3,
     "matrix_open": 1.5,
     "matrix_toggle_cell": 0.1,
     "click_to_event": 2.0,

@@ -22,4 +22,18 @@ private:
     QPolygonF vertices_;
 };
 
+/// Draws nothing, but lets the axes show the whole of a gate that is hidden: they stay where they are when its edit
+/// begins.
+class GateRoom : public QwtPlotItem {
+public:
+    /// @param bounds  in data units
+    explicit GateRoom(const QRectF& bounds) : bounds_(bounds) { setItemAttribute(AutoScale, true); }
+
+    QRectF boundingRect() const override { return bounds_; }
+    void draw(QPainter*, const QwtScaleMap&, const QwtScaleMap&, const QRectF&) const override {}
+
+private:
+    QRectF bounds_;
+};
+
 } // namespace Tessaly

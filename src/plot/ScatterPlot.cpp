@@ -334,15 +334,27 @@ void ScatterPlot::placeGate(const PlotGate& gate) {
         delete old->second;
     }
     auto* overlay = new PolygonOverlay(gate.polygon, gate.enabled);
-    overlay->setVisible(input_->editId() != gate.id || !input_->isEditing());
     overlay->attach(this);
+    if (input_->isEditing() && input_->editId() == gate.id) {
+        overlay->setVisible(false);
+        keepRoomFor(overlay);
+    }
     overlays_[gate.id] = overlay;
 }
 
 void ScatterPlot::setGateVisible(int id, bool visible) {
     if (const auto gate = overlays_.find(id); gate != overlays_.end()) {
         gate->second->setVisible(visible);
+        keepRoomFor(visible ? nullptr : gate->second);
         replot();
+    }
+}
+
+void ScatterPlot::keepRoomFor(const QwtPlotShapeItem* hiddenGate) {
+    roomOfHiddenGate_.reset();
+    if (hiddenGate) {
+        roomOfHiddenGate_ = std::make_unique<GateRoom>(hiddenGate->boundingRect());
+        roomOfHiddenGate_->attach(this);
     }
 }
 
@@ -357,6 +369,7 @@ void ScatterPlot::removeGates() {
         delete overlay;
     }
     overlays_.clear();
+    keepRoomFor(nullptr);
 }
 
 int ScatterPlot::findNearestPoint(const QPointF& dataPos) const {

@@ -17,6 +17,7 @@ class QwtPlotShapeItem;
 namespace Tessaly {
 
 class CanvasInput;
+class GateRoom;
 class PlainDotCurve;
 class PlotPoints;
 class RoundSpectroCurve;
@@ -165,6 +166,7 @@ private:
     void removeGates();
     /// Of the gate of an id, if there is one; replots.
     void setGateVisible(int id, bool visible);
+    void keepRoomFor(const QwtPlotShapeItem* hiddenGate);
 
     /// Asks for as many major steps as have room. False if there is no change.
     bool fitSteps();
@@ -180,6 +182,7 @@ private:
     std::shared_ptr<const PlotPoints> points_;
     int highlighted_ = -1;
     std::map<int, QwtPlotShapeItem*> overlays_;
+    std::unique_ptr<GateRoom> roomOfHiddenGate_;
     std::vector<QwtPlotCurve*> contourCurves_;
     std::vector<QwtPlotCurve*> isoLines_;
     std::vector<QwtPlotMarker*> isoLabels_;

@@ -12,6 +12,8 @@
 #include <qwt_plot_shapeitem.h>
 #include <qwt_scale_widget.h>
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include <utility>
@@ -575,6 +577,29 @@ TEST_F(PolygonOnPlotTest, TheGateUnderEditStaysHiddenWhenGatesAreShownAnew) {
     EXPECT_EQ(shown(), 1);
     plot.stopPolygonEdit();
     EXPECT_EQ(shown(), 2);
+}
+
+TEST_F(PolygonOnPlotTest, TheAxesKeepTheWholePolygonInViewWhileItIsEdited) {
+    plot.setData({1, 2, 3}, {1, 2, 3}, "x", "y", {}, {});
+    plot.resetZoom();
+    const QPolygonF large({{-50, 2}, {2, 90}, {70, 2}});
+    const auto seen = [this, &large] {
+        return std::ranges::all_of(large, [this](const QPointF& corner) {
+            return plot.axisInterval(QwtPlot::xBottom).contains(corner.x()) &&
+                   plot.axisInterval(QwtPlot::yLeft).contains(corner.y());
+        });
+    };
+    plot.addPolygonOverlay(3, large, true);
+    EXPECT_TRUE(seen());
+    plot.startPolygonEdit(3, large);
+    EXPECT_TRUE(seen());
+    plot.clearPolygonOverlays();
+    plot.addPolygonOverlay(3, large, true);
+    EXPECT_TRUE(seen());
+    plot.stopPolygonEdit();
+    EXPECT_TRUE(seen());
+    plot.clearPolygonOverlays();
+    EXPECT_FALSE(seen());
 }
 
 TEST_F(PolygonOnPlotTest, NewPointsAreHoveredAnew) {

@@ -79,6 +79,14 @@ void pressEscape(Tour& tour) {
     Tour::settle();
 }
 
+void deleteGroups(Tour& tour) {
+    while (!tour.window().filterGroups().empty()) {
+        const std::size_t before = tour.window().filterGroups().size();
+        tour.click(tour.find<QToolButton>("deleteGroupButton"));
+        Tour::expect(tour.window().filterGroups().size() + 1 == before, "A click deletes the group.");
+    }
+}
+
 // The way from an empty filter on area against deformation.
 void typeRange(Tour& tour) {
     showRow(tour, 0);
@@ -221,9 +229,11 @@ void makeGroup(Tour& tour) {
     const std::size_t before = shownCount(tour);
     tour.click(tour.find<QPushButton>("addGroupButton"));
     tour.typeInto(tour.find<QLineEdit>("groupNameEdit"), "Large <cells> & treated");
-    Tour::expect(tour.window().filterGroups()[0]->name == "Large <cells> & treated", "The group has its name.");
+    const FilterGroup& made = *tour.window().filterGroups().at(0);
+    Tour::expect(made.name == "Large <cells> & treated", "The group has its name.");
     tour.click(tour.find<QPushButton>("addGroupRuleButton"));
-    auto* group = tour.find<FilterGroupWidget>("filterGroup0");
+    const QByteArray name = "filterGroup" + QByteArray::number(made.id);
+    auto* group = tour.find<FilterGroupWidget>(name.constData());
     auto* feature = partOfRow<QComboBox>(group, 0, "ruleFeatureCombo");
     tour.choose(feature, feature->findData("area_um"));
     tour.typeInto(partOfRow<QWidget>(group, 0, "minimumSpinBox"), "50");
@@ -285,7 +295,7 @@ void exportAndImportGroups(Tour& tour) {
 } // namespace
 
 std::vector<TourStep> gateSteps() {
-    return {{"range-typed", typeRange},          {"polygon-cancelled", beginPolygonAndCancel},
+    return {{"groups-deleted", deleteGroups},    {"range-typed", typeRange},          {"polygon-cancelled", beginPolygonAndCancel},
             {"polygon-drawn", drawPolygon},      {"corner-moved", dragCorner},
             {"corner-added", addCorner},         {"corner-removed", removeCorner},
             {"other-scales", editOnOtherScales}, {"edit-refused", refuseOtherAxes},

@@ -28,6 +28,7 @@ namespace {
 
 constexpr int MinRowsHeight = 100;
 constexpr int GroupSpacing = 4;
+constexpr int RoomyWidth = 270; // two controls fit beside each other
 constexpr char ButtonSheet[] = "QPushButton { padding: 2px 8px; min-height: 16px; }";
 
 } // namespace
@@ -87,6 +88,7 @@ void FilterDockWidget::buildRows(QBoxLayout* layout) {
     rules_->setObjectName(QStringLiteral("ruleRows"));
     auto* content = new QWidget;
     content->setObjectName(QStringLiteral("filterRows"));
+    content->setMinimumWidth(1); // the rows follow the dock's width
     auto* contentLayout = new QVBoxLayout(content);
     contentLayout->setContentsMargins(0, 0, 4, 0);
     contentLayout->setSpacing(GroupSpacing);
@@ -99,6 +101,7 @@ void FilterDockWidget::buildRows(QBoxLayout* layout) {
     scroll_->setObjectName(QStringLiteral("filterRowsScrollArea"));
     scroll_->setWidgetResizable(true);
     scroll_->setMinimumHeight(MinRowsHeight);
+    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll_->setFrameShape(QFrame::NoFrame);
     scroll_->setFocusPolicy(Qt::NoFocus); // the rows in it have the focus
     scroll_->setWidget(content);
@@ -203,6 +206,21 @@ void FilterDockWidget::buildMenu() {
     more_->setMenu(menu);
 }
 
+void FilterDockWidget::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (const bool narrow = width() < RoomyWidth; narrow != narrow_) {
+        setNarrow(narrow);
+    }
+}
+
+void FilterDockWidget::setNarrow(bool narrow) {
+    narrow_ = narrow;
+    rules_->setNarrow(narrow);
+    for (FilterGroupWidget* group : groups_) {
+        group->setNarrow(narrow);
+    }
+}
+
 void FilterDockWidget::setDataset(DatasetEntry* dataset) {
     const bool other = dataset != dataset_;
     dataset_ = dataset;
@@ -277,6 +295,7 @@ FilterGroupWidget* FilterDockWidget::makeGroup(int groupId) {
     auto* group = new FilterGroupWidget(groupId, scroll_->widget());
     group->setObjectName(QStringLiteral("filterGroup%1").arg(groupId));
     group->setPeersExist(datasetCount_ > 1);
+    group->setNarrow(narrow_);
     connect(group, &FilterGroupWidget::renameRequested, this, &FilterDockWidget::renameFilterGroupRequested);
     connect(group, &FilterGroupWidget::deleteRequested, this, &FilterDockWidget::deleteFilterGroupRequested);
     connect(group, &FilterGroupWidget::enableToggled, this, &FilterDockWidget::groupEnableChanged);

@@ -52,6 +52,9 @@ public:
     /// @param groupId  -1 for the dataset's own rules;  @param ruleIndex  -1 for no polygon
     void showEditing(int groupId, int ruleIndex);
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 signals:
     /// The user has changed the dataset's filter.
     void filterChanged();
@@ -99,6 +102,7 @@ private:
     void updateSwitches();
     void updateButtons();
     void storeRules();
+    void setNarrow(bool narrow);
     void updateTabOrder();
     /// Lets the rows be seen that were just added.
     void scrollTo(QWidget* row);
@@ -106,6 +110,7 @@ private:
     DatasetEntry* dataset_ = nullptr;
     std::shared_ptr<RuleFeatures> features_;
     int datasetCount_ = 0;
+    bool narrow_ = false; ///< controls stand below each other
     QGroupBox* box_;
     QCheckBox* enabled_ = nullptr;
     QPushButton* enabledInAll_ = nullptr;

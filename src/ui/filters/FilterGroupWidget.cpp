@@ -2,6 +2,7 @@
 
 #include "ui/filters/RuleFeatures.h"
 #include "ui/filters/RuleList.h"
+#include "widgets/ElidedButton.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>
@@ -25,7 +26,7 @@ FilterGroupWidget::FilterGroupWidget(int groupId, QWidget* parent)
       nameEdit_(new QLineEdit),
       enabled_(new QCheckBox),
       delete_(new QToolButton),
-      propagate_(new QPushButton),
+      propagate_(new ElidedButton),
       addRule_(new QPushButton(tr("+ Rule"))),
       addPolygon_(new QPushButton(tr("+ Polygon"))),
       rules_(new RuleList(RuleRow::Home::Group)) {
@@ -55,18 +56,18 @@ void FilterGroupWidget::buildLayout() {
     first->addWidget(enabled_);
     first->addWidget(nameEdit_, 1);
     first->addWidget(delete_);
-    auto* second = new QHBoxLayout;
-    second->setSpacing(4);
-    second->addWidget(addRule_);
-    second->addWidget(addPolygon_);
-    second->addStretch();
+    additions_ = new QHBoxLayout;
+    additions_->setSpacing(4);
+    additions_->addWidget(addRule_);
+    additions_->addWidget(addPolygon_);
+    additions_->addStretch();
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 4, 4, 4);
     layout->setSpacing(4);
     layout->addLayout(first);
-    layout->addWidget(propagate_, 0, Qt::AlignLeft);
+    layout->addWidget(propagate_);
     layout->addWidget(rules_);
-    layout->addLayout(second);
+    layout->addLayout(additions_);
 }
 
 void FilterGroupWidget::connectControls() {
@@ -142,6 +143,11 @@ bool FilterGroupWidget::eventFilter(QObject* object, QEvent* event) {
 
 void FilterGroupWidget::setPeersExist(bool exist) {
     propagate_->setEnabled(exist);
+}
+
+void FilterGroupWidget::setNarrow(bool narrow) {
+    additions_->setDirection(narrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    rules_->setNarrow(narrow);
 }
 
 void FilterGroupWidget::showEditing(int ruleIndex) {

@@ -6,6 +6,7 @@
 
 #include <memory>
 
+class QBoxLayout;
 class QCheckBox;
 class QLineEdit;
 class QPushButton;
@@ -28,6 +29,8 @@ public:
     bool showGroup(const FilterGroup& group, bool enabled, const std::shared_ptr<RuleFeatures>& features);
     /// Whether there are other datasets to carry the switch to.
     void setPeersExist(bool exist);
+    /// With little room the controls stand below each other.
+    void setNarrow(bool narrow);
     /// Shows that the polygon of a rule is being edited, and no other; -1 for none. Emits nothing.
     void showEditing(int ruleIndex);
 
@@ -62,6 +65,7 @@ private:
     QPushButton* addRule_;
     QPushButton* addPolygon_;
     RuleList* rules_;
+    QBoxLayout* additions_; ///< the buttons that add rules
 };
 
 } // namespace Tessaly

@@ -113,6 +113,11 @@ void FilterRuleWidget::setRule(const FilterRule& rule) {
     showBounds(decimalsFor(rule.minValue, rule.maxValue), stepFor(rule.maxValue - rule.minValue));
 }
 
+void FilterRuleWidget::setNarrow(bool narrow) {
+    RuleRow::setNarrow(narrow);
+    body()->setDirection(narrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+}
+
 void FilterRuleWidget::showMissing(const std::string& feature) {
     missing_ = true;
     const QString key = QString::fromStdString(feature);

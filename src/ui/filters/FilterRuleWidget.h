@@ -21,6 +21,7 @@ public:
     ~FilterRuleWidget() override;
 
     void setRule(const FilterRule& rule) override;
+    void setNarrow(bool narrow) override;
     QList<QWidget*> controls() const override;
 
 private slots:

@@ -109,6 +109,7 @@ void RuleList::addRow(const FilterRule& rule) {
     }
     RuleRow* row = makeRow(rule);
     row->setPeersExist(peersExist_);
+    row->setNarrow(narrow_);
     rows_.push_back(row);
     row->setPlace(count(), groupName_);
     row->setRule(rule);
@@ -178,6 +179,13 @@ void RuleList::setPeersExist(bool exist) {
     peersExist_ = exist;
     for (RuleRow* row : rows_) {
         row->setPeersExist(exist);
+    }
+}
+
+void RuleList::setNarrow(bool narrow) {
+    narrow_ = narrow;
+    for (RuleRow* row : rows_) {
+        row->setNarrow(narrow);
     }
 }
 

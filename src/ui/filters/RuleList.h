@@ -35,6 +35,8 @@ public:
 
     void setGroupName(const QString& name);
     void setPeersExist(bool exist);
+    /// With little room the rows' controls stand below each other.
+    void setNarrow(bool narrow);
     /// One mark per row; rows without one lose theirs.
     void setMarks(const std::vector<RuleMarks>& marks);
     /// Shows that the polygon of a row is being edited, and no other; -1 for none. Emits nothing.
@@ -64,6 +66,7 @@ private:
     RuleRow::Home home_;
     QString groupName_;
     bool peersExist_ = false;
+    bool narrow_ = false;
     std::shared_ptr<RuleFeatures> features_;
     QVBoxLayout* layout_;
     std::vector<RuleRow*> rows_;

@@ -3,7 +3,7 @@
 #include "widgets/ElidedButton.h"
 
 #include <QCheckBox>
-#include <QGridLayout>
+#include <QHBoxLayout>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QToolButton>
@@ -33,7 +33,8 @@ RuleRow::RuleRow(Home home, QWidget* parent)
       remove_(new QToolButton),
       inverted_(new QCheckBox(tr("Invert"))),
       head_(new QHBoxLayout),
-      body_(new QHBoxLayout) {
+      body_(new QHBoxLayout),
+      foot_{new QHBoxLayout, new QHBoxLayout} {
     enabled_->setObjectName(QStringLiteral("ruleEnabledCheckBox"));
     enabled_->setChecked(true);
     remove_->setObjectName(QStringLiteral("removeRuleButton"));
@@ -50,18 +51,19 @@ RuleRow::RuleRow(Home home, QWidget* parent)
     first->addLayout(head_, 1);
     first->addWidget(remove_);
     body_->setSpacing(4);
-    auto* foot = new QGridLayout;
-    foot->setSpacing(4);
-    foot->addWidget(inverted_, 0, 0);
+    foot_[0]->addWidget(inverted_, 1);
     if (home_ == Home::Dataset) {
-        buildFoot(foot);
+        buildFoot();
     }
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 2, 0, 2);
     layout->setSpacing(2);
     layout->addLayout(first);
     layout->addLayout(body_);
-    layout->addLayout(foot);
+    for (QBoxLayout* line : foot_) {
+        line->setSpacing(4);
+        layout->addLayout(line);
+    }
 
     connect(enabled_, &QCheckBox::toggled, this, [this](bool on) { change(&FilterRule::enabled, on); });
     connect(inverted_, &QCheckBox::toggled, this, [this](bool on) { change(&FilterRule::inverted, on); });
@@ -75,18 +77,15 @@ QPushButton* RuleRow::makeButton(const char* name, const QString& text, void (Ru
     return button;
 }
 
-void RuleRow::buildFoot(QGridLayout* foot) {
+void RuleRow::buildFoot() {
     apply_ = makeButton("applyRuleToAllButton", tr("Apply to All"), &RuleRow::applyRuleToAllRequested);
     update_ = makeButton("updateRuleToAllButton", tr("Update in All"), &RuleRow::updateRuleToAllRequested);
     uncheckCheck_ = makeButton("uncheckCheckButton", QString(), &RuleRow::onUncheckCheckClicked);
     delete_ = makeButton("deleteRuleFromAllButton", tr("Delete from All"), &RuleRow::deleteRuleFromAllRequested);
-    // Two lines, so that three buttons fit the narrowest dock; a rule without copies needs one only.
-    foot->addWidget(apply_, 0, 1);
-    foot->addWidget(update_, 0, 1);
-    foot->addWidget(uncheckCheck_, 1, 0);
-    foot->addWidget(delete_, 1, 1);
-    foot->setColumnStretch(0, 1);
-    foot->setColumnStretch(1, 1);
+    foot_[0]->addWidget(apply_, 1);
+    foot_[0]->addWidget(update_, 1);
+    foot_[1]->addWidget(uncheckCheck_, 1);
+    foot_[1]->addWidget(delete_, 1);
     updateButtons();
 }
 
@@ -105,6 +104,12 @@ void RuleRow::setPlace(int number, const QString& group) {
         number_ = number;
         group_ = group;
         updateNames();
+    }
+}
+
+void RuleRow::setNarrow(bool narrow) {
+    for (QBoxLayout* line : foot_) {
+        line->setDirection(narrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
     }
 }
 

@@ -5,8 +5,8 @@
 
 #include <QWidget>
 
+class QBoxLayout;
 class QCheckBox;
-class QGridLayout;
 class QHBoxLayout;
 class QPushButton;
 class QToolButton;
@@ -34,6 +34,9 @@ public:
     /// Whether there are other datasets to carry the rule to.
     void setPeersExist(bool exist);
     void setMarks(const RuleMarks& marks);
+
+    /// With little room the controls stand below each other.
+    virtual void setNarrow(bool narrow);
 
     /// What can have the focus, in the order of the eye.
     virtual QList<QWidget*> controls() const = 0;
@@ -69,7 +72,7 @@ protected:
     /// The first line, between switch and delete button.
     QHBoxLayout* head() const { return head_; }
     /// The lines below.
-    QHBoxLayout* body() const { return body_; }
+    QBoxLayout* body() const { return body_; }
     /// Whether the rule can be switched.
     void setSwitchEnabled(bool on);
     QList<QWidget*> headControls(const QList<QWidget*>& own) const;
@@ -79,7 +82,7 @@ protected:
 
 private:
     QPushButton* makeButton(const char* name, const QString& text, void (RuleRow::*clicked)());
-    void buildFoot(QGridLayout* foot);
+    void buildFoot();
     void updateButtons();
 
     Home home_;
@@ -90,7 +93,8 @@ private:
     QToolButton* remove_;
     QCheckBox* inverted_;
     QHBoxLayout* head_;
-    QHBoxLayout* body_;
+    QBoxLayout* body_;
+    QBoxLayout* foot_[2];          ///< two lines, so that three buttons fit the usual dock
     QPushButton* apply_ = nullptr; ///< this and the next ones are null in a group
     QPushButton* update_ = nullptr;
     QPushButton* uncheckCheck_ = nullptr;
