@@ -295,13 +295,21 @@ void exportAndImportGroups(Tour& tour) {
 } // namespace
 
 std::vector<TourStep> gateSteps() {
-    return {{"groups-deleted", deleteGroups},    {"range-typed", typeRange},          {"polygon-cancelled", beginPolygonAndCancel},
-            {"polygon-drawn", drawPolygon},      {"corner-moved", dragCorner},
-            {"corner-added", addCorner},         {"corner-removed", removeCorner},
-            {"other-scales", editOnOtherScales}, {"edit-refused", refuseOtherAxes},
-            {"carried-to-all", carryToAll},      {"changed-in-one", changeInOne},
-            {"updated-in-all", updateInAll},     {"group-made", makeGroup},
-            {"soft-limits", importSoftLimits},   {"groups-read-again", exportAndImportGroups}};
+    return {{"groups-deleted", deleteGroups},
+            {"range-typed", typeRange},
+            {"polygon-cancelled", beginPolygonAndCancel},
+            {"polygon-drawn", drawPolygon},
+            {"corner-moved", dragCorner},
+            {"corner-added", addCorner},
+            {"corner-removed", removeCorner},
+            {"other-scales", editOnOtherScales},
+            {"edit-refused", refuseOtherAxes},
+            {"carried-to-all", carryToAll},
+            {"changed-in-one", changeInOne},
+            {"updated-in-all", updateInAll},
+            {"group-made", makeGroup},
+            {"soft-limits", importSoftLimits},
+            {"groups-read-again", exportAndImportGroups}};
 }
 
 } // namespace Tessaly

@@ -53,7 +53,8 @@ void watchForDialogs(QTimer& timer) {
 }
 
 int walk(Tour& tour) {
-    for (const auto& part : {loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), matrixSteps(), gateSteps(), windowSteps()}) {
+    for (const auto& part :
+         {loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), matrixSteps(), gateSteps(), windowSteps()}) {
         for (const TourStep& step : part) {
             try {
                 step.run(tour);
