@@ -29,7 +29,6 @@ namespace {
 constexpr int MinRowsHeight = 100;
 constexpr int GroupSpacing = 4;
 constexpr int RoomyWidth = 270; // two controls fit beside each other
-constexpr char ButtonSheet[] = "QPushButton { padding: 2px 8px; min-height: 16px; }";
 
 } // namespace
 
@@ -38,7 +37,6 @@ FilterDockWidget::FilterDockWidget(QWidget* parent)
       features_(std::make_shared<RuleFeatures>(nullptr)),
       box_(new QGroupBox(tr("Active Dataset Filter"))) {
     setObjectName(QStringLiteral("filterPanel"));
-    setStyleSheet(QLatin1String(ButtonSheet)); // one for all buttons: sheets aren't for free
     box_->setObjectName(QStringLiteral("activeFilterBox"));
     box_->setEnabled(false);
     auto* boxLayout = new QVBoxLayout(box_);
@@ -119,6 +117,7 @@ void FilterDockWidget::connectRules() {
     connect(rules_, &RuleList::ruleChanged, this, &FilterDockWidget::onRuleChanged);
     connect(rules_, &RuleList::removeRequested, this, [this](int index) {
         rules_->removeRow(index);
+        rules_->setVisible(rules_->count() > 0);
         updateTabOrder();
         storeRules();
         emit filterChanged();
@@ -245,7 +244,9 @@ void FilterDockWidget::updateFeatures() {
 void FilterDockWidget::updateRules() {
     updateFeatures();
     updateSwitches();
-    if (rules_->showRules(dataset_ ? dataset_->filter.rules() : std::vector<FilterRule>(), features_)) {
+    const std::vector<FilterRule> rules = dataset_ ? dataset_->filter.rules() : std::vector<FilterRule>();
+    rules_->setVisible(!rules.empty()); // before it has rows: these are laid out once, with all others
+    if (rules_->showRules(rules, features_)) {
         updateTabOrder();
     }
     updateButtons();
@@ -269,7 +270,6 @@ void FilterDockWidget::updateButtons() {
     applyToAll_->setEnabled(peers);
     addRule_->setEnabled(usable);
     addPolygon_->setEnabled(usable);
-    rules_->setVisible(rules_->count() > 0);
 }
 
 void FilterDockWidget::setDatasetCount(int count) {

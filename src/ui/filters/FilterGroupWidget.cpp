@@ -107,9 +107,8 @@ bool FilterGroupWidget::showGroup(const FilterGroup& group, bool enabled,
     addPolygon_->setEnabled(usable);
     updateTexts();
     rules_->setGroupName(name);
-    const bool changed = rules_->showRules(group.rules, features);
-    rules_->setVisible(rules_->count() > 0);
-    return changed;
+    rules_->setVisible(!group.rules.empty()); // before it has rows: these are laid out once, with all others
+    return rules_->showRules(group.rules, features);
 }
 
 void FilterGroupWidget::updateTexts() {

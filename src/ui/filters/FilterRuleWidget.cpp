@@ -1,7 +1,8 @@
 #include "ui/filters/FilterRuleWidget.h"
 
 #include "ui/filters/RuleFeatures.h"
-#include "widgets/FeatureCombo.h"
+#include "widgets/ToolTips.h"
+#include "widgets/WideCombo.h"
 
 #include <QDoubleSpinBox>
 #include <QHBoxLayout>
@@ -70,11 +71,13 @@ int decimalsFor(double minimum, double maximum) {
 FilterRuleWidget::FilterRuleWidget(std::shared_ptr<RuleFeatures> features, Home home, QWidget* parent)
     : RuleRow(home, parent),
       features_(std::move(features)),
-      feature_(new FeatureCombo),
+      feature_(new WideCombo),
       minimum_(makeBound("minimumSpinBox", tr("Minimum value (inclusive)"), &FilterRule::minValue)),
       maximum_(makeBound("maximumSpinBox", tr("Maximum value (inclusive)"), &FilterRule::maxValue)) {
     feature_->setObjectName(QStringLiteral("ruleFeatureCombo"));
     feature_->setModel(features_->model());
+    feature_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    feature_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     feature_->setEnabled(features_->isReady());
     head()->addWidget(feature_, 1);
     body()->addWidget(minimum_, 1);
@@ -185,6 +188,7 @@ QString FilterRuleWidget::subject() const {
 
 void FilterRuleWidget::updateNames() {
     RuleRow::updateNames();
+    feature_->setToolTip(plainToolTip(feature_->currentText())); // a narrow box cuts long names
     nameControl(feature_, tr("Feature"));
     nameControl(minimum_, tr("Minimum"));
     nameControl(maximum_, tr("Maximum"));

@@ -8,8 +8,8 @@ class QDoubleSpinBox;
 
 namespace Tessaly {
 
-class FeatureCombo;
 class RuleFeatures;
+class WideCombo;
 
 /// The row of a range rule. A rule on a feature that the dataset lacks is shown as "(n/a)" and can't be changed but for
 /// its switch in all datasets, its inversion and its feature.
@@ -39,7 +39,7 @@ private:
     void showBounds(int decimals, double step);
 
     std::shared_ptr<RuleFeatures> features_;
-    FeatureCombo* feature_;
+    WideCombo* feature_;
     QDoubleSpinBox* minimum_;
     QDoubleSpinBox* maximum_;
     bool missing_ = false; ///< the dataset lacks the feature

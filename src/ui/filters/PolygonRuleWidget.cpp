@@ -19,9 +19,7 @@ PolygonRuleWidget::PolygonRuleWidget(std::shared_ptr<RuleFeatures> features, Hom
       count_(new QLabel),
       edit_(new QPushButton(tr("Edit"))) {
     axes_->setObjectName(QStringLiteral("polygonAxesLabel"));
-    axes_->setStyleSheet(QStringLiteral("QLabel { font-weight: bold; }"));
     count_->setObjectName(QStringLiteral("polygonCountLabel"));
-    count_->setStyleSheet(QStringLiteral("QLabel { color: #787c82; }"));
     edit_->setObjectName(QStringLiteral("editPolygonButton"));
     edit_->setCheckable(true);
     edit_->setToolTip(tr("Edit polygon: drag vertices to reshape, left-click on an edge to add a vertex, right-click a "
