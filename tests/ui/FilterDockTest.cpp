@@ -166,6 +166,7 @@ TEST_F(FilterDockTest, RemovingARowLeavesTheOthersAndOneLineLess) {
     }
     session.setActive(dataset.id);
     const auto lines = [this] {
+        QCoreApplication::sendPostedEvents();
         return std::ranges::count_if(find<QWidget>("ruleRows")->findChildren<QFrame*>(Qt::FindDirectChildrenOnly),
                                      [](const QFrame* line) { return !line->isHidden(); });
     };
