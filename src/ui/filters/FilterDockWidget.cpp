@@ -53,8 +53,7 @@ FilterDockWidget::FilterDockWidget(QWidget* parent)
 
 FilterDockWidget::~FilterDockWidget() = default;
 
-QPushButton* FilterDockWidget::makeButton(const char* name, const QString& text, const QString& toolTip) {
-    auto* button = new ElidedButton(text);
+QPushButton* FilterDockWidget::makeButton(QPushButton* button, const char* name, const QString& toolTip) {
     button->setObjectName(QLatin1String(name));
     button->setToolTip(toolTip);
     return button;
@@ -64,12 +63,12 @@ void FilterDockWidget::buildSwitches(QBoxLayout* layout) {
     enabled_ = new QCheckBox(tr("Filtering Enabled"));
     enabled_->setObjectName(QStringLiteral("filteringEnabledCheckBox"));
     enabled_->setChecked(true);
-    enabledInAll_ = makeButton("filteringInAllButton", QString(),
+    enabledInAll_ = makeButton(new ElidedButton, "filteringInAllButton",
                                tr("Apply this dataset's filter-enabled state to every loaded dataset."));
     excluded_ = new QCheckBox(tr("Show Excluded Events"));
     excluded_->setObjectName(QStringLiteral("showExcludedCheckBox"));
     excluded_->setToolTip(tr("Invert the filter result so the events the rules normally reject are shown instead."));
-    excludedInAll_ = makeButton("excludedInAllButton", QString(),
+    excludedInAll_ = makeButton(new ElidedButton, "excludedInAllButton",
                                 tr("Apply this dataset's inversion state to every loaded dataset."));
     layout->addWidget(enabled_);
     layout->addWidget(enabledInAll_);
@@ -131,13 +130,14 @@ void FilterDockWidget::connectRules() {
 }
 
 void FilterDockWidget::buildButtons(QBoxLayout* layout) {
-    addRule_ = makeButton("addRuleButton", tr("+ Rule"), tr("Add a range rule to this dataset's filter"));
+    addRule_ =
+        makeButton(new QPushButton(tr("+ Rule")), "addRuleButton", tr("Add a range rule to this dataset's filter"));
     addPolygon_ = makeButton(
-        "addPolygonButton", tr("+ Polygon"),
+        new QPushButton(tr("+ Polygon")), "addPolygonButton",
         tr("Click in the plot to place polygon vertices. Double-click to close the polygon, or press Esc to cancel."));
     addPolygon_->setCheckable(true);
     addGroup_ = makeButton(
-        "addGroupButton", tr("+ Group"),
+        new QPushButton(tr("+ Group")), "addGroupButton",
         tr("Add a filter group whose rules are shared across all datasets, with per-dataset on/off toggles."));
     more_ = new QToolButton;
     more_->setObjectName(QStringLiteral("moreFilterActionsButton"));
@@ -147,9 +147,6 @@ void FilterDockWidget::buildButtons(QBoxLayout* layout) {
     more_->setPopupMode(QToolButton::InstantPopup);
     more_->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
     buildMenu();
-    for (QPushButton* button : {addRule_, addPolygon_, addGroup_}) {
-        button->setMinimumWidth(button->sizeHint().width()); // short enough to be whole at any width
-    }
     auto* ofDataset = new QHBoxLayout;
     ofDataset->setSpacing(4);
     ofDataset->addWidget(addRule_);

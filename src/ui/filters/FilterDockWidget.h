@@ -94,7 +94,7 @@ private:
     void buildRows(QBoxLayout* layout);
     void buildButtons(QBoxLayout* layout);
     void buildMenu();
-    QPushButton* makeButton(const char* name, const QString& text, const QString& toolTip);
+    static QPushButton* makeButton(QPushButton* button, const char* name, const QString& toolTip);
     void connectRules();
     FilterGroupWidget* makeGroup(int groupId);
     int combineMode() const;
