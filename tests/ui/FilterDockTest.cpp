@@ -1,7 +1,9 @@
 #include "FilterFixture.h"
 
+#include "ui/filters/PolygonPreview.h"
 #include "ui/filters/PolygonRuleWidget.h"
 
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 
@@ -157,6 +159,39 @@ TEST_F(FilterDockTest, APolygonTellsItsAxesAndVertices) {
     EXPECT_FALSE(part<QAbstractButton>(row(1), "editPolygonButton")->isChecked());
     EXPECT_TRUE(part<QAbstractButton>(row(0), "editPolygonButton")->isChecked());
     EXPECT_EQ(asked.count(), 1) << "only the user asks";
+}
+
+TEST(PolygonPreview, ShowsTheShapeInTheSpaceOfItsAxes) {
+    PolygonPreview preview;
+    FilterRule rule;
+    rule.type = FilterRule::Polygon;
+    // A triangle that points up. On a logarithmic axis its top lies at ln(10) / ln(100), in the middle.
+    rule.polygonVertices = {{1, 1}, {10, 2}, {100, 1}, {5, std::nan("")}};
+    const auto filled = [&](double across, double down) {
+        preview.setRule(rule);
+        const QImage picture = preview.grab().toImage();
+        const QPoint place(static_cast<int>(across * picture.width()), static_cast<int>(down * picture.height()));
+        return picture.pixelColor(place) == QColor(0xa6, 0xd7, 0xd5);
+    };
+    EXPECT_TRUE(filled(0.15, 0.5) && filled(0.3, 0.8) && !filled(0.5, 0.3) && !filled(0.8, 0.3));
+    rule.scaleXMode = 1;
+    EXPECT_TRUE(filled(0.5, 0.3) && filled(0.3, 0.8) && filled(0.7, 0.8) && !filled(0.1, 0.3) && !filled(0.9, 0.3));
+    rule.polygonVertices.clear();
+    EXPECT_FALSE(filled(0.5, 0.5));
+}
+
+TEST_F(FilterDockTest, ControlsTellWhatTheyAreForOutOfContext) {
+    DatasetEntry& dataset = add(four);
+    dataset.filter.addRule(rangeRule("area_um", 1, 50));
+    dataset.filter.addRule(rangeRule("gone %1", 1, 50));
+    session.addRuleToGroup(session.addFilterGroup("a %2 <b>"), rangeRule("area_um", 1, 50));
+    session.setActive(dataset.id);
+    const QString area = part<QComboBox>(&window, "xFeatureCombo")->currentText();
+    const auto nameOf = [](const QWidget* row, const char* name) { return part<QWidget>(row, name)->accessibleName(); };
+    EXPECT_EQ(nameOf(row(0), "minimumSpinBox"), "Minimum of rule 1, " + area);
+    EXPECT_EQ(nameOf(row(1), "maximumSpinBox"), "Maximum of rule 2, gone %1 (n/a)");
+    EXPECT_EQ(nameOf(groupRow(0, 0), "minimumSpinBox"), "Minimum of rule 1 in a %2 <b>, " + area);
+    EXPECT_EQ(nameOf(groups()[0], "groupNameEdit"), "Name of filter group a %2 <b>");
 }
 
 TEST_F(FilterDockTest, RemovingARowLeavesTheOthersAndOneLineLess) {
