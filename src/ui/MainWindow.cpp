@@ -32,18 +32,21 @@ MainWindow::MainWindow(QWidget* parent)
       panels_(buildMainPanels(*this)),
       dockLayout_(*this, panels_),
       loader_(session_, this),
-      datasets_(session_, loader_, *panels_.datasets, this),
+      runner_(session_),
+      datasets_(session_, loader_, runner_, *panels_.datasets, this),
       name_(session_, *panels_.rename, this),
       polygons_(session_, *panels_.filters, *panels_.plot, plot_, this),
       filters_(session_, *panels_.filters, this),
       metadata_(session_, *panels_.metadata, *panels_.metadataDock, this),
       events_(session_, *panels_.plot, *panels_.event, *panels_.eventNumber, this),
+      calculations_(session_, emodulus_, runner_, *panels_.calculations, this),
       plot_(session_, emodulus_, *panels_.plot, *panels_.plotSettings, *panels_.calculations, this),
       status_(session_, loader_, plot_, *panels_.status, this),
       colorMap_(session_),
       tools_(session_, *this, this) {
     setObjectName(QStringLiteral("mainWindow"));
     connectPlot();
+    connectCalculations();
     buildMainMenu({*this, panels_, colorMap_, datasets_, tools_});
     connectDocks();
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
@@ -104,10 +107,6 @@ void MainWindow::connectDocks() {
 void MainWindow::connectPlot() {
     connect(&loader_, &DatasetLoader::preloadStarted, &plot_, [this] { plot_.setPreloadRunning(true); });
     connect(&loader_, &DatasetLoader::preloadEnded, &plot_, [this] { plot_.setPreloadRunning(false); });
-    connect(&session_.notices(), &SessionNotices::activeChanged, &plot_, [this] {
-        const DatasetEntry* dataset = session_.active();
-        panels_.calculations->setDatasetMetadata(dataset ? &dataset->metadata : nullptr);
-    });
     connect(&filters_, &FilterController::statusChanged, panels_.status, &QLabel::setText);
     // What follows a refresh, in this order: counts, statistics, selection.
     connect(&plot_, &PlotController::frameChanged, &filters_, [this] { filters_.showCounts(plot_); });
@@ -123,6 +122,17 @@ void MainWindow::connectPlot() {
     connect(&plot_, &PlotController::plotted, hint, showHint);
     connect(&plot_, &PlotController::cleared, hint, showHint);
     connect(&plot_, &PlotController::datasetShown, &events_, &EventController::showCurrentEvent);
+}
+
+void MainWindow::connectCalculations() {
+    CalculationsDockWidget* dock = panels_.calculations;
+    connect(dock, &CalculationsDockWidget::traceDisplayChanged, &events_,
+            [this, dock] { events_.showRefinedTraces(dock->showsRefinedTrace()); });
+    connect(&calculations_, &CalculationController::featuresChanged, &plot_, [this](Calculation kind) {
+        plot_.setZoomResetCheck([kind](const std::string& feature) { return isResultOf(kind, feature); });
+        plot_.refreshFeaturesAndPlot();
+        events_.reload();
+    });
 }
 
 bool MainWindow::focusNextPrevChild(bool next) {

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "calc/emodulus/EModulus.h"
+#include "session/CalculationRunner.h"
 #include "session/Session.h"
 #include "session/SessionHost.h"
 #include "session/filters/FilterGroups.h"
 #include "ui/DockLayout.h"
 #include "ui/MainPanels.h"
 #include "ui/ToolWindows.h"
+#include "ui/calculations/CalculationController.h"
 #include "ui/datasets/DatasetController.h"
 #include "ui/datasets/DatasetLoader.h"
 #include "ui/datasets/NameController.h"
@@ -87,6 +89,7 @@ protected:
 private:
     void connectDocks();
     void connectPlot();
+    void connectCalculations();
 
     // In the order in which they hear of news: what a refresh needs is prepared before the plot controller refreshes.
     Session session_;
@@ -94,12 +97,14 @@ private:
     MainPanels panels_;
     DockLayout dockLayout_;
     DatasetLoader loader_;
+    CalculationRunner runner_;
     DatasetController datasets_;
     NameController name_;
     PolygonController polygons_; // ends drawing and editing before others act on the news
     FilterController filters_;
     MetadataController metadata_;
     EventController events_;
+    CalculationController calculations_;
     PlotController plot_;
     StatusController status_;
     ColorMapSetting colorMap_;

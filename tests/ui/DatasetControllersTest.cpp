@@ -2,6 +2,7 @@
 #include "UserActions.h"
 
 #include "io/VQDReader.h"
+#include "session/CalculationRunner.h"
 #include "session/Session.h"
 #include "support/SampleFile.h"
 #include "support/TemporaryFolder.h"
@@ -85,7 +86,8 @@ protected:
     DatasetsPanel list;
     Session session;
     DatasetLoader loader{session, &window};
-    DatasetController controller{session, loader, list, &window};
+    CalculationRunner runner{session};
+    DatasetController controller{session, loader, runner, list, &window};
     NameController nameController{session, field, nullptr};
 };
 

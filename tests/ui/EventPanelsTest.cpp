@@ -1,5 +1,4 @@
 #include "core/DatasetEntry.h"
-#include "ui/calculations/CalculationsDockWidget.h"
 #include "ui/event/MetadataPanel.h"
 #include "ui/filters/FilterDockWidget.h"
 #include "ui/plot/StatisticsDockWidget.h"
@@ -123,36 +122,6 @@ TEST(FilterDockWidgetTest, EditsTheDatasetsFilter) {
     enabled->click(); // disabled: reaches nothing
     EXPECT_TRUE(dataset.filter.isEnabled());
     EXPECT_EQ(changed.count(), 2);
-}
-
-TEST(CalculationsDockWidgetTest, ShowsTheConditionsOfTheMeasurement) {
-    CalculationsDockWidget panel;
-    const auto texts = [&panel] {
-        QStringList values;
-        for (const char* name : {"mediumLabel", "viscosityModelLabel", "viscosityLabel", "temperatureLabel",
-                                 "channelWidthLabel", "flowRateLabel", "pixelSizeLabel"}) {
-            values << panel.findChild<QLabel*>(name)->text();
-        }
-        return values;
-    };
-    const QString none = QStringLiteral("—");
-    EXPECT_EQ(texts(), QStringList(7, none));
-
-    VQDMetadata metadata;
-    panel.setDatasetMetadata(&metadata);
-    EXPECT_EQ(texts(), QStringList({"— (unknown)", "Manual", "1.000", "23.0 °C", none, none, none}));
-
-    metadata.setup = {{"medium", "water"}, {"channel width", "30"}, {"flow rate", "0.16"}, {"temperature", "20"}};
-    metadata.imaging = {{"pixel size", "0.34"}};
-    panel.setDatasetMetadata(&metadata);
-    // Water at 20 degrees Celsius, the reference point of the formula: 1.002 mPa s.
-    EXPECT_EQ(texts(), QStringList({"Water", "Kestin-1978", "1.002", "20.0 °C", "30 µm", "0.16 µL/s", "0.34 µm"}));
-
-    metadata.setup = {{"medium", "0.83% MC-PBS"}, {"channel width", "0"}, {"flow rate", "fast"}, {"temperature", "-1"}};
-    panel.setDatasetMetadata(&metadata);
-    EXPECT_EQ(texts().mid(0, 6), QStringList({"0.83% MC-PBS", "Manual", "1.000", "23.0 °C", none, none}));
-    panel.setDatasetMetadata(nullptr);
-    EXPECT_EQ(texts(), QStringList(7, none));
 }
 
 } // namespace

@@ -58,6 +58,10 @@ protected:
         options.events = columns.begin()->second.size();
         options.columns = columns;
         options.defaultColumns = false;
+        return add(options, ready);
+    }
+    /// The same with whatever a file may hold.
+    DatasetEntry& add(const SampleFileOptions& options, bool ready) {
         auto entry = session.newEntry();
         entry->filePath = folder.file(std::to_string(entry->id) + ".vqd");
         writeSampleFile(entry->filePath, options);

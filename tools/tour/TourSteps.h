@@ -21,6 +21,8 @@ std::vector<TourStep> loadingSteps();
 std::vector<TourStep> plotSteps();
 /// One event: picture, mask, traces, values; metadata and statistics.
 std::vector<TourStep> eventSteps();
+/// The four calculations for all datasets, what they give, and how far moduli can be trusted.
+std::vector<TourStep> calculationSteps();
 /// Folders, order, names, copies; filters and settings for all.
 std::vector<TourStep> datasetSteps();
 /// Rules typed, polygons drawn and edited, carried to all datasets; filter groups and their files.

@@ -1,6 +1,7 @@
 #include "ui/datasets/DatasetController.h"
 
 #include "core/DatasetEntry.h"
+#include "session/CalculationRunner.h"
 #include "session/DatasetOpening.h"
 #include "session/DatasetTexts.h"
 #include "session/Session.h"
@@ -14,10 +15,12 @@
 
 namespace Tessaly {
 
-DatasetController::DatasetController(Session& session, DatasetLoader& loader, DatasetsPanel& list, QWidget* window)
+DatasetController::DatasetController(Session& session, DatasetLoader& loader, const CalculationRunner& runner,
+                                     DatasetsPanel& list, QWidget* window)
     : QObject(window),
       session_(session),
       loader_(loader),
+      runner_(runner),
       list_(list),
       window_(window) {
     connect(&list_, &DatasetsPanel::datasetChosen, this, [this](int id) { session_.setActive(id); });
@@ -53,6 +56,10 @@ void DatasetController::duplicateDataset(int id) {
 void DatasetController::removeDataset(int id) {
     if (session_.findById(id) && id == loader_.preloadId()) {
         QMessageBox::warning(window_, tr("Cannot Remove"), tr("This dataset is still loading."));
+        return;
+    }
+    if (runner_.uses(id)) {
+        QMessageBox::warning(window_, tr("Cannot Remove"), tr("A calculation is using this dataset."));
         return;
     }
     session_.remove(id);

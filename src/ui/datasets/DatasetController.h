@@ -7,6 +7,7 @@ class QWidget;
 
 namespace Tessaly {
 
+class CalculationRunner;
 class DatasetLoader;
 class DatasetsPanel;
 class Session;
@@ -18,14 +19,15 @@ class DatasetController : public QObject {
 
 public:
     /// @param window  parent of dialogs
-    DatasetController(Session& session, DatasetLoader& loader, DatasetsPanel& list, QWidget* window);
+    DatasetController(Session& session, DatasetLoader& loader, const CalculationRunner& runner, DatasetsPanel& list,
+                      QWidget* window);
 
     /// Asks for files and opens them.
     void openFile();
     /// Opens files in their order; the first is opened at once unless a preload runs.
     void openPaths(QStringList paths);
     void duplicateDataset(int id);
-    /// Removes a dataset; says so if it can't be removed while it loads.
+    /// Removes a dataset; says so if it can't be removed while it loads or a calculation uses it.
     void removeDataset(int id);
     /// Empties the session, after a question.
     void clearSession();
@@ -36,6 +38,7 @@ private:
 
     Session& session_;
     DatasetLoader& loader_;
+    const CalculationRunner& runner_;
     DatasetsPanel& list_;
     QWidget* window_;
 };

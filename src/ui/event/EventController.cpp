@@ -69,10 +69,28 @@ void EventController::setDataset(DatasetEntry& dataset) {
         eventNumber_.setEnabled(count > 0);
     }
     panel_.imageViewer()->setMaskControlEnabled(reader.hasMask());
+    setupTraces(dataset);
+}
+
+void EventController::setupTraces(const DatasetEntry& dataset) {
     const FluorescenceSettings channels = fluorescenceSettingsOf(dataset.metadata);
     TracePlot* traces = panel_.tracePlot();
-    traces->setupChannels(channels.channelNames, channels.offsets, channels.sampleRate, reader.traceNames(), true);
+    traces->setupChannels(channels.channelNames, channels.offsets, channels.sampleRate, dataset.reader->traceNames(),
+                          refinedTraces_);
     traces->setVisible(traces->hasChannels());
+}
+
+void EventController::showRefinedTraces(bool on) {
+    refinedTraces_ = on;
+    reload();
+}
+
+void EventController::reload() {
+    const DatasetEntry* dataset = session_.active();
+    if (dataset && dataset->featuresLoaded && dataset->reader->isOpen()) {
+        setupTraces(*dataset);
+        showCurrentEvent();
+    }
 }
 
 void EventController::clear() {

@@ -28,6 +28,10 @@ public:
     void showCurrentEvent();
     /// Takes over a number that is still being typed.
     void finishTyping();
+    /// Whether traces are shown refined where they are, or as measured.
+    void showRefinedTraces(bool on);
+    /// Shows the current event anew: its dataset may have other traces and features by now.
+    void reload();
 
 private:
     void onActiveChanged();
@@ -37,6 +41,7 @@ private:
     void clear();
     /// Clears and takes the spin box back to its empty range.
     void reset();
+    void setupTraces(const DatasetEntry& dataset);
     void onPointClicked(int plotIndex);
     void onEventNumberChanged(int event);
     void onMaskToggled();
@@ -53,6 +58,7 @@ private:
     QSpinBox& eventNumber_;
     /// Of the last refresh, if that was one of the active dataset; owned by the plot controller.
     const PlotFrame* frame_ = nullptr;
+    bool refinedTraces_ = true;
 };
 
 } // namespace Tessaly

@@ -61,6 +61,7 @@ PlotController::PlotController(Session& session, EModulus& emodulus, ScatterPlot
       window_(window) {
     connect(&controls_, &PlotSettingsPanel::settingsChanged, this, &PlotController::onSettingsChanged);
     connect(&controls_, &PlotSettingsPanel::isoelasticsChanged, this, &PlotController::updateIsoelastics);
+    connect(&conditions_, &CalculationsDockWidget::conditionsChanged, this, &PlotController::updateIsoelastics);
     connect(&controls_, &PlotSettingsPanel::applyToAllRequested, this, &PlotController::applyPlotSettingsToAll);
 
     const SessionNotices& news = session_.notices();
@@ -242,8 +243,11 @@ PlotScene PlotController::sceneOf(const PlotSettings& settings, const DatasetEnt
     scene.colorLabel = frame_->colorLabel;
     scene.xScaleMode = settings.scaleXMode;
     scene.yScaleMode = settings.scaleYMode;
-    scene.wholeRange = settings.xFeatureName != lastXFeature_ || settings.yFeatureName != lastYFeature_ ||
-                       dataset.id != lastDatasetId_;
+    const auto isNew = std::exchange(zoomResetCheck_, nullptr);
+    const bool recomputed =
+        isNew && (isNew(settings.xFeatureName) || isNew(settings.yFeatureName) || isNew(settings.colorFeatureName));
+    scene.wholeRange = recomputed || settings.xFeatureName != lastXFeature_ ||
+                       settings.yFeatureName != lastYFeature_ || dataset.id != lastDatasetId_;
     lastXFeature_ = settings.xFeatureName;
     lastYFeature_ = settings.yFeatureName;
     lastDatasetId_ = dataset.id;
@@ -279,7 +283,8 @@ std::vector<IsoelasticLine> PlotController::shownIsoelastics() const {
     if (!isAreaAgainstDeformation(settings)) {
         return {};
     }
-    std::vector<IsoelasticLine> lines = emodulus_.isoelastics(conditions_.emodulusParamsFor(dataset->metadata));
+    std::vector<IsoelasticLine> lines =
+        emodulus_.isoelastics(conditions_.emodulusParamsFor(dataset->metadata, dataset->reader->hasFeature("temp")));
     if (settings.xFeatureName == "deform") {
         for (IsoelasticLine& line : lines) {
             for (auto& [area, deformation] : line.points) {

@@ -5,8 +5,10 @@
 
 #include <QObject>
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 class QWidget;
@@ -43,6 +45,9 @@ public:
     void refresh();
     /// After features were added: offers them and refreshes.
     void refreshFeaturesAndPlot();
+    /// Asked once, at the next refresh: whether a feature has other values than before, so that a zoom into it is
+    /// stale.
+    void setZoomResetCheck(std::function<bool(const std::string&)> check) { zoomResetCheck_ = std::move(check); }
     /// While a preload runs, another choice of features is put off until it has ended.
     void setPreloadRunning(bool running);
 
@@ -85,6 +90,7 @@ private:
     const CalculationsDockWidget& conditions_;
     QWidget* window_;
     std::shared_ptr<const PlotFrame> frame_ = std::make_shared<const PlotFrame>(); ///< lent to the plot
+    std::function<bool(const std::string&)> zoomResetCheck_;
     std::string lastXFeature_;
     std::string lastYFeature_;
     int lastDatasetId_ = -1;

@@ -1,0 +1,111 @@
+#include "ui/calculations/EModQualityDialog.h"
+
+#include "ui/calculations/CoveragePlot.h"
+
+#include <QDialogButtonBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace Tessaly {
+
+namespace {
+
+/// A circle in the colour of a figure: the smaller the better.
+QString light(double figure, double greenBelow, double amberBelow) {
+    const char* colour = figure < greenBelow ? "#2e7d32" : figure < amberBelow ? "#f9a825" : "#c62828";
+    return QStringLiteral("<span style=\"color: %1; font-size: 16px;\">&#x25CF;</span>").arg(QLatin1String(colour));
+}
+
+double share(int count, int whole) {
+    return whole > 0 ? static_cast<double>(count) / whole : 0.0;
+}
+
+QString countOf(int count, int whole) {
+    return whole > 0 ? QStringLiteral("%1 (%2%)").arg(count).arg(100.0 * share(count, whole), 0, 'f', 1)
+                     : QStringLiteral("0 (0.0%)");
+}
+
+} // namespace
+
+EModQualityDialog::EModQualityDialog(const EModulusQuality& quality, const QString& datasetName, QWidget* parent)
+    : QDialog(parent) {
+    setObjectName(QStringLiteral("qualityDialog"));
+    setWindowTitle(tr("YM Quality Assessment"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    setMinimumWidth(420);
+    auto* layout = new QVBoxLayout(this);
+    auto* name = new QLabel(tr("<b>Dataset:</b> %1").arg(datasetName.toHtmlEscaped()));
+    name->setTextFormat(Qt::RichText);
+    name->setWordWrap(true);
+    layout->addWidget(name);
+    figures_ = new QVBoxLayout;
+    layout->addLayout(figures_);
+    if (!quality.valid || quality.total == 0) {
+        figures_->addWidget(new QLabel(tr("No data available for quality assessment.")));
+    } else {
+        addCoverageGroup(quality);
+        addBoundaryGroup(quality);
+        addSensitivityGroup(quality);
+        addBiasGroup(quality);
+    }
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
+    layout->addWidget(buttons);
+}
+
+void EModQualityDialog::addGroup(const QString& title, const QStringList& lines) {
+    auto* box = new QGroupBox(title);
+    auto* layout = new QVBoxLayout(box);
+    layout->setSpacing(2);
+    for (const QString& line : lines) {
+        auto* label = new QLabel(line);
+        label->setTextFormat(Qt::RichText);
+        label->setWordWrap(true);
+        layout->addWidget(label);
+    }
+    figures_->addWidget(box);
+}
+
+void EModQualityDialog::addCoverageGroup(const EModulusQuality& quality) {
+    const double unmapped = 1.0 - share(quality.mapped, quality.total);
+    addGroup(tr("Coverage"),
+             {tr("%1 <b>Mapped:</b> %2").arg(light(unmapped, 0.05, 0.2), countOf(quality.mapped, quality.total)),
+              tr("Area too small: %1").arg(countOf(quality.areaTooSmall, quality.total)),
+              tr("Area too large: %1").arg(countOf(quality.areaTooLarge, quality.total)),
+              tr("Deform too low: %1").arg(countOf(quality.deformTooLow, quality.total)),
+              tr("Deform too high: %1").arg(countOf(quality.deformTooHigh, quality.total))});
+}
+
+void EModQualityDialog::addBoundaryGroup(const EModulusQuality& quality) {
+    addGroup(tr("Boundary Proximity"), {tr("%1 <b>Near low-deformation edge:</b> %2 of mapped events")
+                                            .arg(light(share(quality.nearBoundary, quality.mapped), 0.1, 0.3),
+                                                 countOf(quality.nearBoundary, quality.mapped)),
+                                        tr("Events within 10% of the local lower LUT boundary at their cell size"),
+                                        tr("These events yield less reliable (lower-bound) YM estimates")});
+}
+
+void EModQualityDialog::addSensitivityGroup(const EModulusQuality& quality) {
+    addGroup(tr("Gradient Sensitivity"),
+             {tr("%1 <b>Median sensitivity:</b> %2")
+                  .arg(light(quality.medianSensitivity, 0.3, 0.7))
+                  .arg(quality.medianSensitivity, 0, 'f', 3),
+              tr("|dE/dd| * MAD(deform) / E — ratio of propagated deformation uncertainty to YM value"),
+              tr("High sensitivity events (>1.0): %1").arg(countOf(quality.highSensitivity, quality.mapped))});
+}
+
+void EModQualityDialog::addBiasGroup(const EModulusQuality& quality) {
+    addGroup(tr("Population Bias"),
+             {tr("%1 <b>Bias:</b> %2%").arg(light(quality.bias, 0.05, 0.15)).arg(quality.bias * 100.0, 0, 'f', 1),
+              tr("Median YM (all mapped): %1 kPa").arg(quality.medianAll, 0, 'f', 2),
+              tr("Median YM (interior only): %1 kPa").arg(quality.medianInterior, 0, 'f', 2)});
+}
+
+void EModQualityDialog::setCoverage(const EModulusCoverage& coverage) {
+    if (!coverage.isEmpty()) {
+        auto* plot = new CoveragePlot(coverage);
+        figures_->addWidget(plot, 1);
+    }
+}
+
+} // namespace Tessaly
