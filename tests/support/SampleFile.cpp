@@ -189,4 +189,16 @@ void writeSampleFile(const std::string& path, const SampleFileOptions& options) 
     }
 }
 
+void writeUnreadableColumn(const std::string& path) {
+    const std::lock_guard lock(hdf5Mutex());
+    PlainFile file(path);
+    file.group("/events");
+    file.column("area_um", H5T_NATIVE_DOUBLE, std::vector<double>{1, 2, 3});
+    const hid_t properties = PlainFile::chunked({3});
+    PlainFile::checked(H5Pset_deflate(properties, 4));
+    file.dataset("/events/deform", H5T_NATIVE_DOUBLE, {3}, nullptr, properties);
+    H5Pclose(properties);
+    file.chunk("/events/deform", 0, {1, 2, 3});
+}
+
 } // namespace Tessaly

@@ -40,4 +40,7 @@ std::map<std::string, std::vector<double>> sampleColumns(std::size_t events, uns
 /// fl1_median to fl3_median are 16-bit pulses. Throws std::runtime_error if the file can't be written.
 void writeSampleFile(const std::string& path, const SampleFileOptions& options = {});
 
+/// Writes a file of three events with the columns area_um, {1, 2, 3}, and deform, which can't be read.
+void writeUnreadableColumn(const std::string& path);
+
 } // namespace Tessaly

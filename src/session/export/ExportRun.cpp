@@ -1,0 +1,244 @@
+#include "session/export/ExportRun.h"
+
+#include "core/FeatureCatalogue.h"
+#include "io/MeasurementWriter.h"
+#include "io/TsvWriter.h"
+#include "io/VQDReader.h"
+#include "io/VideoWriter.h"
+#include "session/Session.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#include <numeric>
+#include <set>
+
+namespace Tessaly {
+
+namespace {
+
+struct Texts {
+    Q_DECLARE_TR_FUNCTIONS(Tessaly::ExportRun)
+};
+
+UserMessage warning(const QString& text) {
+    return {UserMessage::Kind::Warning, Texts::tr("Export"), text};
+}
+
+UserMessage failure(const QString& text) {
+    return {UserMessage::Kind::Critical, Texts::tr("Export Error"), text};
+}
+
+/// What one export needs, independent of the session.
+struct ExportJob {
+    std::shared_ptr<VQDReader> reader;
+    VQDMetadata metadata;
+    QString displayName;
+    EventFilter filter;
+    std::vector<int> events;
+    std::vector<std::string> features;
+    std::optional<std::string> changedSampleName;
+    bool filterFailed = false; ///< a column of the filter can't be read
+};
+
+ExportJob jobOf(const Session& session, const DatasetEntry& dataset, const ExportConfig& config) {
+    ExportJob job;
+    job.reader = dataset.reader;
+    job.metadata = dataset.metadata;
+    job.displayName = dataset.displayName;
+    job.filter = session.buildEffectiveFilter(&dataset);
+    const std::uint64_t failedReadings = job.reader->failedReadings();
+    if (std::optional<std::vector<int>> passing = session.passingEvents(dataset)) {
+        job.events = *std::move(passing);
+    } else {
+        job.events.resize(job.reader->eventCount());
+        std::iota(job.events.begin(), job.events.end(), 0);
+    }
+    job.filterFailed = job.reader->failedReadings() != failedReadings;
+    for (const std::string& feature : config.features) {
+        if (isScalarFeature(feature) && job.reader->hasFeature(feature)) {
+            job.features.push_back(feature);
+        }
+    }
+    const std::string name = job.displayName.toStdString();
+    if (name != metadataValue(job.metadata.experiment, "sample")) {
+        job.changedSampleName = name;
+    }
+    return job;
+}
+
+std::optional<UserMessage> writeMeasurement(const ExportJob& job, const ExportConfig& config, const QString& path,
+                                            const std::function<void()>& onPause) {
+    MeasurementWriter writer;
+    writer.setOnPause(onPause);
+    if (!writer.create(path.toStdString())) {
+        return failure(Texts::tr("Failed to create: %1").arg(path));
+    }
+    writer.copyAttributes(job.metadata);
+    writer.writeOfflineFilter(job.filter);
+    writer.writeExportAttributes(job.events.size(), job.changedSampleName.value_or(std::string()));
+    writer.writeScalars(job.features, job.events, *job.reader);
+    if (config.images && job.reader->hasImage()) {
+        writer.writeImages(*job.reader, job.events);
+    }
+    if (config.masks && job.reader->hasMask()) {
+        writer.writeMasks(*job.reader, job.events);
+    }
+    if (config.traces && job.reader->hasTraces()) {
+        writer.writeTraces(*job.reader, job.events);
+    }
+    if (!writer.close()) {
+        return failure(Texts::tr("Failed to write: %1").arg(path));
+    }
+    return std::nullopt;
+}
+
+std::optional<UserMessage> writeTable(const ExportJob& job, const QString& path, const std::function<void()>& onPause) {
+    if (!writeTsv(path.toStdString(), job.metadata, job.changedSampleName, job.features, job.events, *job.reader,
+                  onPause)) {
+        return failure(Texts::tr("Failed to create: %1").arg(path));
+    }
+    return std::nullopt;
+}
+
+std::optional<UserMessage> writeFilm(const ExportJob& job, const ExportConfig& config, const QString& path,
+                                     const std::function<void()>& onPause) {
+    if (!job.reader->hasImage()) {
+        return warning(Texts::tr("No images available in: %1").arg(job.displayName));
+    }
+    const VideoOptions options{config.mjpeg, config.skipDuplicates, config.reanalysis};
+    switch (writeVideo(path.toStdString(), *job.reader, job.events, options, onPause)) {
+    case VideoOutcome::Written:
+        return std::nullopt;
+    case VideoOutcome::NoDimensions:
+        return warning(Texts::tr("Failed to read image dimensions."));
+    case VideoOutcome::NotCreated:
+        return failure(Texts::tr("Failed to create video file: %1").arg(path));
+    case VideoOutcome::Failed:
+        break;
+    }
+    return failure(Texts::tr("Failed to write: %1").arg(path));
+}
+
+bool isTaken(const QString& path) {
+    const QFileInfo file(path);
+    return file.exists() || file.isSymLink();
+}
+
+} // namespace
+
+std::vector<std::string> featuresOfAll(const Session& session) {
+    std::set<std::string> names;
+    for (const auto& dataset : session.datasets()) {
+        if (!dataset->reader) {
+            continue;
+        }
+        for (const std::string& name : dataset->reader->featureNames()) {
+            if (isScalarFeature(name)) {
+                names.insert(name);
+            }
+        }
+    }
+    return {names.begin(), names.end()};
+}
+
+QString exportPath(const DatasetEntry& dataset, const ExportConfig& config) {
+    const QFileInfo source(QString::fromStdString(dataset.filePath));
+    QString name = source.fileName();
+    if (config.tsv || config.avi) {
+        const QString ending = QStringLiteral(".vqd");
+        if (name.endsWith(ending, Qt::CaseInsensitive)) {
+            name.chop(ending.size());
+        }
+        name += config.tsv ? QStringLiteral(".tsv") : QStringLiteral(".avi");
+    }
+    name.prepend(QStringLiteral("TSYexport_"));
+    const QDir directory(config.customDirectory ? config.directory : source.absolutePath());
+    const qsizetype dot = name.lastIndexOf('.');
+    const QString base = dot < 0 ? name : name.left(dot);
+    const QString suffix = dot < 0 ? QString() : name.mid(dot);
+    QString path = directory.filePath(name);
+    for (int number = 2; isTaken(path); ++number) {
+        path = directory.filePath(base + '_' + QString::number(number) + suffix);
+    }
+    return path;
+}
+
+ExportResult exportDataset(const Session& session, const DatasetEntry& dataset, const ExportConfig& config,
+                           const std::function<void()>& onPause) {
+    ExportResult result;
+    if (!dataset.reader || !dataset.reader->isOpen()) {
+        return result;
+    }
+    const ExportJob job = jobOf(session, dataset, config);
+    const QString path = exportPath(dataset, config);
+    if (job.filterFailed) {
+        result.message = failure(Texts::tr("Failed to write: %1").arg(path));
+        return result;
+    }
+    if (job.events.empty()) {
+        result.message = warning(Texts::tr("No events pass the filter for: %1").arg(job.displayName));
+        return result;
+    }
+    result.path = path;
+    result.message = config.tsv   ? writeTable(job, path, onPause)
+                     : config.avi ? writeFilm(job, config, path, onPause)
+                                  : writeMeasurement(job, config, path, onPause);
+    result.written = !result.message;
+    return result;
+}
+
+ExportRun::ExportRun(const Session& session, ExportConfig config) : session_(session), config_(std::move(config)) {
+    if (!config_.allDatasets) {
+        if (const DatasetEntry* active = session_.active()) {
+            ids_.push_back(active->id);
+        }
+        return;
+    }
+    for (const auto& dataset : session_.datasets()) {
+        ids_.push_back(dataset->id);
+    }
+}
+
+std::optional<UserMessage> ExportRun::refusal(const Session& session) {
+    const DatasetEntry* active = session.active();
+    if (active && active->featuresLoaded) {
+        return std::nullopt;
+    }
+    return warning(Texts::tr("No loaded dataset available for export."));
+}
+
+QString ExportRun::label() const {
+    const DatasetEntry* dataset = isFinished() ? nullptr : session_.findById(ids_[static_cast<std::size_t>(index_)]);
+    return Texts::tr("Exporting %1 (%2/%3)")
+        .arg(dataset ? dataset->displayName : QString(), QString::number(index_ + 1), QString::number(count()));
+}
+
+ExportResult ExportRun::next(const std::function<void()>& onPause) {
+    if (isFinished()) {
+        return {};
+    }
+    const DatasetEntry* dataset = session_.findById(ids_[static_cast<std::size_t>(index_)]);
+    ExportResult result = dataset ? exportDataset(session_, *dataset, config_, onPause) : ExportResult();
+    ++index_;
+    written_ += result.written ? 1 : 0;
+    return result;
+}
+
+std::optional<UserMessage> ExportRun::closing() const {
+    const QString title = Texts::tr("Export");
+    if (!config_.allDatasets) {
+        return written_ == 0 ? std::nullopt
+                             : std::optional(UserMessage{UserMessage::Kind::Information, title,
+                                                         Texts::tr("Dataset exported successfully.")});
+    }
+    if (written_ == count()) {
+        return UserMessage{UserMessage::Kind::Information, title,
+                           Texts::tr("Exported %1 dataset(s) successfully.").arg(written_)};
+    }
+    return UserMessage{UserMessage::Kind::Warning, title,
+                       Texts::tr("Exported %1 of %2 dataset(s).").arg(written_).arg(count())};
+}
+
+} // namespace Tessaly
