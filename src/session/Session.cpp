@@ -7,6 +7,9 @@
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <limits>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace Tessaly {
@@ -98,6 +101,19 @@ int Session::duplicate(int id) {
     return append(std::move(copy)).id;
 }
 
+void Session::arrange(const std::vector<int>& ids) {
+    std::unordered_map<int, std::size_t> places;
+    for (const int id : ids) {
+        places.try_emplace(id, places.size());
+    }
+    const auto placeOf = [&places](const std::unique_ptr<DatasetEntry>& entry) {
+        const auto found = places.find(entry->id);
+        return found == places.end() ? places.size() : found->second;
+    };
+    std::ranges::stable_sort(datasets_, {}, placeOf);
+    emit notices_.datasetsChanged();
+}
+
 void Session::clear() {
     emit notices_.aboutToClear();
     activeId_ = -1;
@@ -150,6 +166,41 @@ FilterGroup* Session::findFilterGroup(int id) const {
     return found == filterGroups_.end() ? nullptr : found->get();
 }
 
+int Session::takeGroupId() {
+    if (nextGroupId_ < std::numeric_limits<int>::max()) {
+        return nextGroupId_++;
+    }
+    int free = 0; // only files that were made by hand lead here
+    while (findFilterGroup(free)) {
+        ++free;
+    }
+    return free;
+}
+
+void Session::replaceFilterGroups(std::vector<FilterGroup> groups, int nextGroupId) {
+    // Listeners let go of the old groups before they are gone.
+    const std::vector<std::unique_ptr<FilterGroup>> replaced = std::exchange(filterGroups_, {});
+    std::unordered_set<int> taken;
+    std::vector<FilterGroup*> withoutId;
+    nextGroupId_ = nextGroupId;
+    for (FilterGroup& group : groups) {
+        if (group.id < 0) {
+            continue;
+        }
+        nextGroupId_ = std::max(nextGroupId_, std::min(group.id, std::numeric_limits<int>::max() - 1) + 1);
+        const bool isFree = taken.insert(group.id).second;
+        filterGroups_.push_back(std::make_unique<FilterGroup>(std::move(group)));
+        if (!isFree) {
+            filterGroups_.back()->id = -1;
+            withoutId.push_back(filterGroups_.back().get());
+        }
+    }
+    for (FilterGroup* group : withoutId) {
+        group->id = takeGroupId();
+    }
+    emit notices_.groupsChanged();
+}
+
 int Session::addFilterGroup(const std::string& name) {
     FilterGroup group;
     group.name = name;
@@ -159,7 +210,7 @@ int Session::addFilterGroup(const std::string& name) {
 
 void Session::addFilterGroups(std::vector<FilterGroup> groups) {
     for (FilterGroup& added : groups) {
-        added.id = nextGroupId_++;
+        added.id = takeGroupId();
         if (added.name.empty()) {
             const QString name = QCoreApplication::translate("Tessaly::Session", "Filter group %1");
             added.name = name.arg(nextGroupId_).toStdString();

@@ -43,6 +43,8 @@ public:
     /// Appends a copy that shares reader and features, named with " (copy)" behind. Returns its id; -1 unless the
     /// dataset is ready.
     int duplicate(int id);
+    /// Sorts the rows: the datasets of these ids first, in this order, the others behind as they stand.
+    void arrange(const std::vector<int>& ids);
     /// Drops all datasets and groups. Dataset ids go on, group ids start at 0 again.
     void clear();
 
@@ -61,6 +63,11 @@ public:
     // Filter groups, in the order of their creation.
     const std::vector<std::unique_ptr<FilterGroup>>& filterGroups() const { return filterGroups_; }
     FilterGroup* findFilterGroup(int id) const;
+    /// Id that the next group gets.
+    int nextGroupId() const { return nextGroupId_; }
+    /// Replaces all groups. Those with a negative id are left out; one whose id is taken gets the next free one. The
+    /// datasets' switches are left alone.
+    void replaceFilterGroups(std::vector<FilterGroup> groups, int nextGroupId);
     /// Adds a group that is off for every dataset; an empty name becomes "Filter group N". Returns its id.
     int addFilterGroup(const std::string& name);
     /// Adds many in one step, with new ids. Their rules lose their links to other datasets' rules.
@@ -91,6 +98,8 @@ public:
     void applyPlotSettingsToPeers();
 
 private:
+    int takeGroupId();
+
     std::vector<std::unique_ptr<DatasetEntry>> datasets_;
     std::vector<std::unique_ptr<FilterGroup>> filterGroups_;
     SessionNotices notices_;
