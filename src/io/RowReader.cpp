@@ -1,6 +1,7 @@
 #include "io/RowReader.h"
 
 #include "io/DatasetAccess.h"
+#include "io/StorageCheck.h"
 
 #include <hdf5.h>
 
@@ -387,7 +388,7 @@ void RowReader::read(std::uint64_t first, std::uint64_t count, std::byte* target
     if (filtersAccepted_) {
         const bool packed = shuffleFilter_ >= 0 || deflateFilter_ >= 0 || checksumFilter_ >= 0;
         if (packed && readPacked(wanted, target)) {
-            return;
+            return requireWholeFile(dataset_);
         }
         // Asked for the size of one chunk without filters, the library gives the declared one, not what is stored.
         if (!packed && H5Dget_storage_size(dataset_) % (chunkElements_ * elementSize_) != 0) {
@@ -395,6 +396,7 @@ void RowReader::read(std::uint64_t first, std::uint64_t count, std::byte* target
         }
     }
     readByLibrary(wanted, target);
+    requireWholeFile(dataset_);
 }
 
 } // namespace Tessaly

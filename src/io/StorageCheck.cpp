@@ -11,6 +11,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
@@ -232,6 +233,17 @@ void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_
 
 bool isBackedByStorage(std::int64_t dataset, std::uint64_t bytes) {
     return bytes / largestCompression <= storedBytes(dataset, 0);
+}
+
+void requireWholeFile(std::int64_t object) {
+    const Hdf5Id file(H5Iget_file_id(object), H5Fclose, "H5Iget_file_id");
+    hsize_t size = 0; // as the library knows it from opening
+    void* handle = nullptr;
+    struct stat now {};
+    if (H5Fget_filesize(file.get(), &size) >= 0 && H5Fget_vfd_handle(file.get(), H5P_DEFAULT, &handle) >= 0 &&
+        ::fstat(*static_cast<int*>(handle), &now) == 0 && static_cast<std::uint64_t>(now.st_size) < size) {
+        throw FileError("the file has become shorter since it was opened");
+    }
 }
 
 } // namespace Tessaly

@@ -15,4 +15,8 @@ void requirePlausible(std::int64_t dataset, std::uint64_t elements, std::uint64_
 /// declared. Throws FileError for storage outside of the file that requirePlausible() refuses.
 bool isBackedByStorage(std::int64_t dataset, std::uint64_t bytes);
 
+/// Throws FileError if the file of an open object has become shorter since it was opened: the library reads zeros from
+/// beyond its end. About a microsecond.
+void requireWholeFile(std::int64_t object);
+
 } // namespace Tessaly

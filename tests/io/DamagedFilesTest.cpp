@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <malloc.h>
 #include <random>
@@ -147,6 +148,25 @@ TEST_F(DamagedFiles, CutOffAnywhere) {
             EXPECT_FALSE(reader_.open(path_)) << length;
             testing::internal::GetCapturedStderr();
         }
+    }
+}
+
+TEST_F(DamagedFiles, AFileThatBecomesShorterIsNotReadAsZeros) {
+    for (const bool gzip : {false, true}) {
+        const Bytes sound = soundFile(gzip);
+        VQDReader reader;
+        ASSERT_TRUE(reader.open(path_));
+        int width = 0;
+        int height = 0;
+        EXPECT_FALSE(reader.getImage(0, &width, &height).empty());
+        EXPECT_EQ(reader.column("area_um")->size(), 40U);
+        // Only the last byte is gone: what was asked for may be whole or not, nobody can tell.
+        std::filesystem::resize_file(path_, sound.size() - 1);
+        EXPECT_TRUE(reader.getImage(39, &width, &height).empty()) << gzip;
+        EXPECT_TRUE(reader.getTrace("fl1_median", 39).empty()) << gzip;
+        const std::uint64_t before = reader.failedReadings();
+        EXPECT_TRUE(reader.column("deform")->empty()) << gzip;
+        EXPECT_EQ(reader.failedReadings(), before + 1) << gzip;
     }
 }
 
