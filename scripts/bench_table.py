@@ -38,6 +38,13 @@ RATIO_BARS = {
     "fourier_masks": 0.5,
     "fourier_packed_masks": 2.0,
     "compensation_3_channels": 6.0,
+    "export_table": 0.2,
+    "export_pictures_copied": 0.06,
+    "export_pictures_packed": 0.6,
+    "export_video": 1.3,
+    "statistical_summary": 0.5,
+    "session_save": 1.5,
+    "session_restore": 3.0,
 }
 # Longest time in seconds that passes, for work that has no baseline.
 TIME_BARS = {"emodulus_triangulate": 1.0}
