@@ -12,10 +12,9 @@
 #include <qwt_plot_shapeitem.h>
 #include <qwt_scale_widget.h>
 
-#include <algorithm>
-
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Tessaly;

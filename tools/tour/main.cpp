@@ -53,9 +53,8 @@ void watchForDialogs(QTimer& timer) {
 }
 
 int walk(Tour& tour) {
-    for (const auto& part :
-         {loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), matrixSteps(), gateSteps(), calculationSteps(),
-          windowSteps()}) {
+    for (const auto& part : {loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), matrixSteps(), gateSteps(),
+                             calculationSteps(), windowSteps()}) {
         for (const TourStep& step : part) {
             try {
                 step.run(tour);

@@ -246,8 +246,8 @@ PlotScene PlotController::sceneOf(const PlotSettings& settings, const DatasetEnt
     const auto isNew = std::exchange(zoomResetCheck_, nullptr);
     const bool recomputed =
         isNew && (isNew(settings.xFeatureName) || isNew(settings.yFeatureName) || isNew(settings.colorFeatureName));
-    scene.wholeRange = recomputed || settings.xFeatureName != lastXFeature_ ||
-                       settings.yFeatureName != lastYFeature_ || dataset.id != lastDatasetId_;
+    scene.wholeRange = recomputed || settings.xFeatureName != lastXFeature_ || settings.yFeatureName != lastYFeature_ ||
+                       dataset.id != lastDatasetId_;
     lastXFeature_ = settings.xFeatureName;
     lastYFeature_ = settings.yFeatureName;
     lastDatasetId_ = dataset.id;
