@@ -119,8 +119,8 @@ void beginPolygonAndCancel(Tour& tour) {
 void drawPolygon(Tour& tour) {
     const std::size_t before = shownCount(tour);
     tour.click(tour.find<QPushButton>("addPolygonButton"));
-    clickPlot(tour, 35, 0.01);
-    clickPlot(tour, 75, 0.01);
+    clickPlot(tour, 35, 0.002);
+    clickPlot(tour, 75, 0.002);
     clickPlot(tour, 75, 0.08);
     clickPlot(tour, 35, 0.08);
     QTest::mouseDClick(tour.panels().plot->canvas(), Qt::LeftButton, {}, place(tour, 35, 0.08));
