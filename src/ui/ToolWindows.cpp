@@ -1,8 +1,10 @@
 #include "ui/ToolWindows.h"
 
 #include "session/Session.h"
+#include "session/document/SessionDocument.h"
 #include "tools/matrix/FilterGroupsMatrixWindow.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Tessaly {
@@ -33,19 +35,60 @@ ToolWindows::~ToolWindows() {
 }
 
 template <typename Window>
-Window* ToolWindows::open(std::vector<Window*>& list) {
+Window* ToolWindows::make(std::vector<Window*>& list) {
     auto* window = new Window(session_, host_);
     list.push_back(window);
     connect(window, &Window::windowClosed, this, [&list](Window* self) {
         std::erase(list, self);
         self->deleteLater();
     });
+    return window;
+}
+
+template <typename Window>
+Window* ToolWindows::open(std::vector<Window*>& list) {
+    Window* window = make(list);
     window->show();
     return window;
 }
 
+template <typename Window>
+void ToolWindows::keepInSessions(QJsonArray SessionDocument::*objects, std::vector<Window*>& list) {
+    const auto save = [&list](const DatasetNumbers& idToIndex) {
+        QJsonArray states;
+        for (const Window* window : list) {
+            states.append(window->sessionState(idToIndex));
+        }
+        return states;
+    };
+    const auto reopen = [this, &list](const QJsonObject& state, const DatasetNumbers& indexToId) {
+        Window* window = make(list);
+        window->restoreSessionState(state, indexToId);
+        window->show();
+    };
+    sessionKinds_.push_back({objects, save, reopen});
+}
+
 FilterGroupsMatrixWindow* ToolWindows::openFilterGroupsMatrix() {
     return open(matrices_);
+}
+
+bool ToolWindows::anyForSession() const {
+    return std::ranges::any_of(sessionKinds_, [](const SessionKind& kind) { return !kind.save({}).isEmpty(); });
+}
+
+void ToolWindows::saveInto(SessionDocument& document, const DatasetNumbers& idToIndex) const {
+    for (const SessionKind& kind : sessionKinds_) {
+        document.*kind.objects = kind.save(idToIndex);
+    }
+}
+
+void ToolWindows::reopen(const SessionDocument& document, const DatasetNumbers& indexToId) {
+    for (const SessionKind& kind : sessionKinds_) {
+        for (const QJsonValue state : document.*kind.objects) {
+            kind.reopen(state.toObject(), indexToId);
+        }
+    }
 }
 
 void ToolWindows::closeAll() {

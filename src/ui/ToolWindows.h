@@ -1,7 +1,11 @@
 #pragma once
 
+#include "session/SessionWindow.h"
+
+#include <QJsonArray>
 #include <QObject>
 
+#include <functional>
 #include <vector>
 
 namespace Tessaly {
@@ -9,6 +13,7 @@ namespace Tessaly {
 class FilterGroupsMatrixWindow;
 class Session;
 class SessionHost;
+struct SessionDocument;
 
 /// The open tool windows, one list a kind. They have no parent: each stands on its own and leaves its list when it is
 /// closed. All close, without a question, when the session is cleared or this object ends.
@@ -16,6 +21,13 @@ class ToolWindows : public QObject {
     Q_OBJECT
 
 public:
+    /// How a session file keeps one kind of windows.
+    struct SessionKind {
+        QJsonArray SessionDocument::*objects;                  ///< the windows' place in the document
+        std::function<QJsonArray(const DatasetNumbers&)> save; ///< the objects of the windows that are open
+        std::function<void(const QJsonObject&, const DatasetNumbers&)> reopen; ///< opens a window for an object
+    };
+
     ToolWindows(Session& session, SessionHost& host, QObject* parent);
     ~ToolWindows() override;
 
@@ -24,16 +36,31 @@ public:
 
     const std::vector<FilterGroupsMatrixWindow*>& filterGroupsMatrices() const { return matrices_; }
 
+    /// Adds a kind that session files keep.
+    void keepInSessions(SessionKind kind) { sessionKinds_.push_back(std::move(kind)); }
+    /// Whether a window is open that a session file would keep.
+    bool anyForSession() const;
+    /// Puts the objects of the open windows into a document.
+    void saveInto(SessionDocument& document, const DatasetNumbers& idToIndex) const;
+    /// Opens the windows of a document, kind after kind.
+    void reopen(const SessionDocument& document, const DatasetNumbers& indexToId);
+
     /// Closes all windows of all kinds without a question; they are gone on return.
     void closeAll();
 
 private:
     template <typename Window>
+    Window* make(std::vector<Window*>& list);
+    template <typename Window>
     Window* open(std::vector<Window*>& list);
+    /// Lets session files keep the windows of a list, which are SessionWindows. For the constructor.
+    template <typename Window>
+    void keepInSessions(QJsonArray SessionDocument::*objects, std::vector<Window*>& list);
 
     Session& session_;
     SessionHost& host_;
     std::vector<FilterGroupsMatrixWindow*> matrices_;
+    std::vector<SessionKind> sessionKinds_;
 };
 
 } // namespace Tessaly

@@ -204,7 +204,7 @@ TEST_F(SessionFiles, KeysAndTypesAsOtherProgramsSeeThem) {
 TEST_F(SessionFiles, JsonOfAnyShape) {
     const auto read = [](const char* json) { return sessionFromJson(json); };
     const auto error = [](const QString& text) { return UserMessage{Kind::Critical, "Error", text}; };
-    EXPECT_EQ(read("{]").error, error("Invalid session file: illegal value"));
+    EXPECT_EQ(read("[nonsense]").error, error("Invalid session file: illegal value"));
     EXPECT_TRUE(read("").error->text.startsWith("Invalid session file: "));
     EXPECT_TRUE(sessionFromJson(QByteArray(10'000, '[') + QByteArray(10'000, ']')).error);
     for (const char* json : {"[]", "{}", R"({"version": 0})", R"({"version": "1"})", R"({"version": null})"}) {
