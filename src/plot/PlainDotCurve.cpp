@@ -3,6 +3,7 @@
 #include "plot/DotPainter.h"
 #include "plot/DotPositions.h"
 #include "plot/PointSeries.h"
+#include "plot/VectorDots.h"
 
 #include <QPainter>
 #include <QPolygonF>
@@ -50,7 +51,13 @@ QRectF PlainDotCurve::boundingRect() const {
 }
 
 void PlainDotCurve::drawSymbols(QPainter* painter, const QwtSymbol& symbol, const QwtScaleMap& xMap,
-                                const QwtScaleMap& yMap, const QRectF& /*canvasRect*/, int from, int to) const {
+                                const QwtScaleMap& yMap, const QRectF& canvasRect, int from, int to) const {
+    if (dotsGoAsPicture(*painter, to - from + 1)) {
+        drawDotsAsPicture(*painter, canvasRect, [&](QPainter& inPicture) {
+            drawSymbols(&inPicture, symbol, xMap, yMap, canvasRect, from, to);
+        });
+        return;
+    }
     const auto* series = dynamic_cast<const PointSeries*>(data());
     const DotPositions positions =
         series ? DotPositions(series->points(), xMap, yMap) : DotPositions(*data(), xMap, yMap);

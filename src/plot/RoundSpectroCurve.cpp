@@ -3,6 +3,7 @@
 #include "plot/DotPainter.h"
 #include "plot/DotPositions.h"
 #include "plot/PointSeries.h"
+#include "plot/VectorDots.h"
 
 #include <QPainter>
 #include <qwt_color_map.h>
@@ -20,8 +21,13 @@ QRectF RoundSpectroCurve::boundingRect() const {
 }
 
 void RoundSpectroCurve::drawDots(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
-                                 const QRectF& /*canvasRect*/, int from, int to) const {
+                                 const QRectF& canvasRect, int from, int to) const {
     if (!colorMap() || from > to) {
+        return;
+    }
+    if (dotsGoAsPicture(*painter, to - from + 1)) {
+        drawDotsAsPicture(*painter, canvasRect,
+                          [&](QPainter& inPicture) { drawDots(&inPicture, xMap, yMap, canvasRect, from, to); });
         return;
     }
     const auto* series = dynamic_cast<const ColorPointSeries*>(data());

@@ -5,7 +5,7 @@
 namespace Tessaly {
 
 /// Points coloured by value, drawn as round antialiased dots of the pen's width, later points over earlier ones.
-/// On raster devices the dots come from prepared masks, elsewhere (SVG, PDF, printers) they stay vector shapes.
+/// On raster devices the dots come from prepared masks; in SVG and PDF they stay vector shapes up to MaxVectorDots.
 /// A NaN value has the colour of the smallest value; points without a finite pixel are left out.
 class RoundSpectroCurve : public QwtPlotSpectroCurve {
 public:

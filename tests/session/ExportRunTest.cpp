@@ -154,12 +154,12 @@ TEST_F(Export, WhatTheUserIsTold) {
 
     config_.customDirectory = true;
     config_.directory = file("missing");
-    expectTold(Kind::Critical, "Export Error", "Failed to create: " + file("TSYexport_a.vqd"));
+    expectTold(Kind::Critical, "Export Error", "Failed to create: " + file("missing/TSYexport_a.vqd"));
     config_.tsv = true;
-    expectTold(Kind::Critical, "Export Error", "Failed to create: " + file("TSYexport_a.tsv"));
+    expectTold(Kind::Critical, "Export Error", "Failed to create: " + file("missing/TSYexport_a.tsv"));
     config_.tsv = false;
     config_.avi = true;
-    expectTold(Kind::Critical, "Export Error", "Failed to create video file: " + file("TSYexport_a.avi"));
+    expectTold(Kind::Critical, "Export Error", "Failed to create video file: " + file("missing/TSYexport_a.avi"));
     config_.customDirectory = false;
     EXPECT_TRUE(run(dataset).written);
 
