@@ -18,7 +18,11 @@ public:
     explicit PictureSource(Hdf5Id dataset);
 
     std::uint64_t rows() const { return rows_; }
+    std::uint64_t height() const { return height_; }
+    std::uint64_t width() const { return width_; }
     std::size_t pictureBytes() const { return pictureBytes_; }
+    /// Pictures as rows.
+    RowReader& rowReader() { return reader_; }
 
     /// Reads pictures one behind the other as 8-bit grey. Every event is below rows().
     void read(std::span<const int> events, std::uint8_t* target);

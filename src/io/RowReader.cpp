@@ -99,27 +99,21 @@ std::span<const std::byte> withoutChecksum(std::span<const std::byte> stored) {
 
 } // namespace
 
-/// What one thread needs to unpack chunks.
-struct RowReader::Workspace {
-    libdeflate_decompressor* const decompressor = libdeflate_alloc_decompressor();
-    std::vector<std::byte> inflated;
-    std::vector<std::byte> values;
+RowReader::Workspace::Workspace() : decompressor_(libdeflate_alloc_decompressor()) {}
 
-    Workspace() = default;
-    ~Workspace() { libdeflate_free_decompressor(decompressor); }
-    Workspace(const Workspace&) = delete;
-    Workspace& operator=(const Workspace&) = delete;
+RowReader::Workspace::~Workspace() {
+    libdeflate_free_decompressor(decompressor_);
+}
 
-    void inflate(std::span<const std::byte> packed, std::span<std::byte> target) const {
-        std::size_t length = 0;
-        if (decompressor == nullptr ||
-            libdeflate_zlib_decompress(decompressor, packed.data(), packed.size(), target.data(), target.size(),
-                                       &length) != LIBDEFLATE_SUCCESS ||
-            length != target.size()) {
-            throw FileError("a chunk can't be unpacked to its declared length");
-        }
+void RowReader::Workspace::inflate(std::span<const std::byte> packed, std::span<std::byte> target) const {
+    std::size_t length = 0;
+    if (decompressor_ == nullptr ||
+        libdeflate_zlib_decompress(decompressor_, packed.data(), packed.size(), target.data(), target.size(),
+                                   &length) != LIBDEFLATE_SUCCESS ||
+        length != target.size()) {
+        throw FileError("a chunk can't be unpacked to its declared length");
     }
-};
+}
 
 RowReader::RowReader(std::int64_t dataset, std::int64_t memoryType)
     : dataset_(dataset),
@@ -190,7 +184,7 @@ bool RowReader::moveToNextChunk(Position& chunkStart, const Box& wanted) const {
     return false;
 }
 
-bool RowReader::fetchChunk(const Position& chunkStart) {
+bool RowReader::fetchChunk(const Position& chunkStart, PackedRows& rows) const {
     hsize_t size = 0;
     if (H5Dget_chunk_storage_size(dataset_, chunkStart.data(), &size) < 0 || size == 0) {
         return false;
@@ -199,15 +193,15 @@ bool RowReader::fetchChunk(const Position& chunkStart) {
     if (size > 2 * chunkElements_ * elementSize_ + 1024) {
         throw FileError("a chunk is longer than its data can be");
     }
-    PackedChunk chunk{chunkStart, stored_.size(), size, 0};
-    stored_.resize(stored_.size() + size);
+    PackedChunk chunk{chunkStart, rows.bytes.size(), size, 0};
+    rows.bytes.resize(rows.bytes.size() + size);
     requireSuccess(
-        H5Dread_chunk(dataset_, H5P_DEFAULT, chunkStart.data(), &chunk.skipped, stored_.data() + chunk.offset),
+        H5Dread_chunk(dataset_, H5P_DEFAULT, chunkStart.data(), &chunk.skipped, rows.bytes.data() + chunk.offset),
         "H5Dread_chunk");
     if (rawEdges_ && !isWhole(chunkStart)) {
         chunk.skipped = ~0U;
     }
-    batch_.push_back(std::move(chunk));
+    rows.chunks.push_back(std::move(chunk));
     return true;
 }
 
@@ -217,22 +211,23 @@ void RowReader::unpackBatch(const Box& wanted, std::byte* target) {
             workspace = std::make_unique<Workspace>();
         }
         for (std::size_t i = begin; i < end; ++i) {
-            unpackChunk(batch_[i], wanted, target, *workspace);
+            unpackChunk(batch_.chunks[i], batch_.bytes, wanted, target, *workspace);
         }
     };
     // Converting needs the library, which this thread alone may call.
-    const bool shared = !converting_ && batch_.size() > 1 && stored_.size() >= smallestSharedBatch;
-    const std::size_t middle = shared ? batch_.size() / 2 : batch_.size();
+    const std::size_t chunks = batch_.chunks.size();
+    const bool shared = !converting_ && chunks > 1 && batch_.bytes.size() >= smallestSharedBatch;
+    const std::size_t middle = shared ? chunks / 2 : chunks;
     std::future<void> helper;
     if (shared) {
-        helper = std::async(std::launch::async, [&] { unpack(middle, batch_.size(), workspaces_[1]); });
+        helper = std::async(std::launch::async, [&] { unpack(middle, chunks, workspaces_[1]); });
     }
     unpack(0, middle, workspaces_[0]); // if it throws, the future waits for the helper
     if (shared) {
         helper.get();
     }
-    batch_.clear();
-    stored_.clear();
+    batch_.chunks.clear();
+    batch_.bytes.clear();
 }
 
 /// Where a chunk's values can be written at once: it holds whole rows, all of them wanted. Null if they have to be
@@ -245,8 +240,8 @@ std::byte* RowReader::directTarget(const Position& chunkStart, const Box& wanted
     return target + (chunkStart[0] - wanted.begin[0]) * productOf(std::span(extent_).subspan(1)) * elementSize_;
 }
 
-void RowReader::unpackChunk(const PackedChunk& chunk, const Box& wanted, std::byte* target,
-                            Workspace& workspace) const {
+void RowReader::unpackChunk(const PackedChunk& chunk, std::span<const std::byte> stored, const Box& wanted,
+                            std::byte* target, Workspace& workspace) const {
     const std::size_t length = chunkElements_ * elementSize_;
     const auto applies = [&chunk](int filter) { return filter >= 0 && (chunk.skipped >> filter & 1U) == 0; };
     std::byte* const direct = directTarget(chunk.start, wanted, target);
@@ -257,17 +252,17 @@ void RowReader::unpackChunk(const PackedChunk& chunk, const Box& wanted, std::by
         return std::span(direct != nullptr ? direct : buffer.data(), length);
     };
 
-    std::span<const std::byte> bytes = std::span(stored_).subspan(chunk.offset, chunk.size);
+    std::span<const std::byte> bytes = stored.subspan(chunk.offset, chunk.size);
     if (applies(checksumFilter_)) {
         bytes = withoutChecksum(bytes);
     }
     if (applies(deflateFilter_)) {
         std::span<std::byte> inflated;
         if (applies(shuffleFilter_)) {
-            workspace.inflated.resize(length);
-            inflated = workspace.inflated;
+            workspace.inflated_.resize(length);
+            inflated = workspace.inflated_;
         } else {
-            inflated = whereTo(workspace.values);
+            inflated = whereTo(workspace.values_);
         }
         workspace.inflate(bytes, inflated);
         bytes = inflated;
@@ -276,13 +271,13 @@ void RowReader::unpackChunk(const PackedChunk& chunk, const Box& wanted, std::by
         throw FileError("a chunk isn't of its declared length");
     }
     if (applies(shuffleFilter_)) {
-        unshuffle(bytes, elementSize_, whereTo(workspace.values).data());
+        unshuffle(bytes, elementSize_, whereTo(workspace.values_).data());
     } else if (!applies(deflateFilter_)) {
-        std::memcpy(whereTo(workspace.values).data(), bytes.data(), length);
+        std::memcpy(whereTo(workspace.values_).data(), bytes.data(), length);
     }
     if (direct == nullptr) {
-        convertValues(workspace.values);
-        copyValues(chunk.start, wanted, 0, workspace.values.data(), target);
+        convertValues(workspace.values_);
+        copyValues(chunk.start, wanted, 0, workspace.values_.data(), target);
     }
 }
 
@@ -343,12 +338,12 @@ bool RowReader::readPacked(const Box& wanted, std::byte* target) {
     Position chunkStart(extent_.size(), 0);
     chunkStart[0] = wanted.begin[0] / chunk_[0] * chunk_[0];
     bool allWritten = true;
-    batch_.clear(); // of a reading that failed
-    stored_.clear();
+    batch_.chunks.clear(); // of a reading that failed
+    batch_.bytes.clear();
     do {
         // The chunks behind one that isn't there are looked at nevertheless, before the library reads them.
-        allWritten = fetchChunk(chunkStart) && allWritten;
-        if (stored_.size() >= batchBytes) {
+        allWritten = fetchChunk(chunkStart, batch_) && allWritten;
+        if (batch_.bytes.size() >= batchBytes) {
             unpackBatch(wanted, target);
         }
     } while (moveToNextChunk(chunkStart, wanted));
@@ -378,25 +373,54 @@ void RowReader::readByLibrary(const Box& wanted, std::byte* target) const {
     }
 }
 
+RowReader::Box RowReader::rows(std::uint64_t first, std::uint64_t count) const {
+    Box box{Position(extent_.size(), 0), extent_};
+    box.begin[0] = first;
+    box.end[0] = first + count;
+    return box;
+}
+
 void RowReader::read(std::uint64_t first, std::uint64_t count, std::byte* target) {
-    Box wanted{Position(extent_.size(), 0), extent_};
-    wanted.begin[0] = first;
-    wanted.end[0] = first + count;
+    const Box wanted = rows(first, count);
     if (!chunk_.empty()) {
         requireFewChunks(wanted);
     }
     if (filtersAccepted_) {
-        const bool packed = shuffleFilter_ >= 0 || deflateFilter_ >= 0 || checksumFilter_ >= 0;
-        if (packed && readPacked(wanted, target)) {
+        if (isPacked() && readPacked(wanted, target)) {
             return requireWholeFile(dataset_);
         }
         // Asked for the size of one chunk without filters, the library gives the declared one, not what is stored.
-        if (!packed && H5Dget_storage_size(dataset_) % (chunkElements_ * elementSize_) != 0) {
+        if (!isPacked() && H5Dget_storage_size(dataset_) % (chunkElements_ * elementSize_) != 0) {
             throw FileError("a chunk isn't of its declared length");
         }
     }
     readByLibrary(wanted, target);
     requireWholeFile(dataset_);
+}
+
+bool RowReader::fetch(std::uint64_t first, std::uint64_t count, PackedRows& rows) const {
+    rows = {first, count, {}, {}};
+    if (!filtersAccepted_ || !isPacked() || converting_) {
+        return false;
+    }
+    const Box wanted = this->rows(first, count);
+    requireFewChunks(wanted);
+    Position chunkStart(extent_.size(), 0);
+    chunkStart[0] = wanted.begin[0] / chunk_[0] * chunk_[0];
+    do {
+        if (!fetchChunk(chunkStart, rows)) {
+            return false;
+        }
+    } while (moveToNextChunk(chunkStart, wanted));
+    requireWholeFile(dataset_);
+    return true;
+}
+
+void RowReader::unpack(const PackedRows& rows, std::byte* target, Workspace& workspace) const {
+    const Box wanted = this->rows(rows.first, rows.count);
+    for (const PackedChunk& chunk : rows.chunks) {
+        unpackChunk(chunk, rows.bytes, wanted, target, workspace);
+    }
 }
 
 } // namespace Tessaly

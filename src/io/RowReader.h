@@ -6,7 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
+
+struct libdeflate_decompressor;
 
 namespace Tessaly {
 
@@ -15,9 +18,44 @@ namespace Tessaly {
 /// is faster than the library's own reading, and safer: the library doesn't check that an unpacked chunk is as long as
 /// the dataset's type and chunk size promise, and reads past its end. Everything else is left to the library.
 ///
-/// Internal to the io layer; the caller holds hdf5Mutex().
+/// Internal to the io layer; the caller holds hdf5Mutex(), but for unpack().
 class RowReader {
+    using Position = std::vector<unsigned long long>; ///< a number per dimension, of the library's kind
+
+    /// A chunk as it lies in the file.
+    struct PackedChunk {
+        Position start;
+        std::size_t offset = 0; ///< in PackedRows::bytes
+        std::size_t size = 0;
+        std::uint32_t skipped = 0; ///< filters that don't apply to it, a bit each
+    };
+
 public:
+    /// What one thread needs to unpack chunks; to be used again and again.
+    class Workspace {
+    public:
+        Workspace();
+        ~Workspace();
+        Workspace(const Workspace&) = delete;
+        Workspace& operator=(const Workspace&) = delete;
+
+    private:
+        friend class RowReader;
+        void inflate(std::span<const std::byte> packed, std::span<std::byte> target) const;
+
+        libdeflate_decompressor* const decompressor_;
+        std::vector<std::byte> inflated_;
+        std::vector<std::byte> values_;
+    };
+
+    /// Rows as they are stored, for unpack().
+    struct PackedRows {
+        std::uint64_t first = 0;
+        std::uint64_t count = 0;
+        std::vector<PackedChunk> chunks;
+        std::vector<std::byte> bytes;
+    };
+
     /// @param dataset  an open dataset with at least one dimension, which must outlive the reader
     /// @param memoryType  the number type of the library to which values are converted
     RowReader(std::int64_t dataset, std::int64_t memoryType);
@@ -30,20 +68,19 @@ public:
     /// and for rows that lie in more pieces than is sane.
     void read(std::uint64_t first, std::uint64_t count, std::byte* target);
 
+    /// The first half of read(): takes rows as they are stored. Returns false if read() alone can give them, since they
+    /// aren't packed, or of another number type, or were never written. Throws as read().
+    bool fetch(std::uint64_t first, std::uint64_t count, PackedRows& rows) const;
+    /// The second half, without the library: on any thread, on several at once, and without the lock. Throws as read().
+    void unpack(const PackedRows& rows, std::byte* target, Workspace& workspace) const;
+
+    /// Rows that share a chunk; 1 without chunks.
+    std::uint64_t rowsPerChunk() const { return chunk_.empty() ? 1 : chunk_[0]; }
+
 private:
-    struct Workspace;
-    using Position = std::vector<unsigned long long>; ///< a number per dimension, of the library's kind
     struct Box {
         Position begin;
         Position end;
-    };
-
-    /// A chunk as it lies in the file.
-    struct PackedChunk {
-        Position start;
-        std::size_t offset = 0; ///< in stored_
-        std::size_t size = 0;
-        std::uint32_t skipped = 0; ///< filters that don't apply to it, a bit each
     };
 
     bool acceptFilters(std::int64_t properties);
@@ -51,13 +88,16 @@ private:
     void requireFewChunks(const Box& wanted) const;
     bool readPacked(const Box& wanted, std::byte* target);
     void readByLibrary(const Box& wanted, std::byte* target) const;
+    bool isPacked() const { return shuffleFilter_ >= 0 || deflateFilter_ >= 0 || checksumFilter_ >= 0; }
+    Box rows(std::uint64_t first, std::uint64_t count) const;
     bool isWhole(const Position& chunkStart) const;
     bool moveToNextChunk(Position& chunkStart, const Box& wanted) const;
-    /// Adds a chunk to the batch. Returns false for one that was never written.
-    bool fetchChunk(const Position& chunkStart);
+    /// Adds a chunk. Returns false for one that was never written.
+    bool fetchChunk(const Position& chunkStart, PackedRows& rows) const;
     /// Unpacks the batch to where it belongs, and empties it.
     void unpackBatch(const Box& wanted, std::byte* target);
-    void unpackChunk(const PackedChunk& chunk, const Box& wanted, std::byte* target, Workspace& workspace) const;
+    void unpackChunk(const PackedChunk& chunk, std::span<const std::byte> bytes, const Box& wanted, std::byte* target,
+                     Workspace& workspace) const;
     std::byte* directTarget(const Position& chunkStart, const Box& wanted, std::byte* target) const;
     void convertValues(std::vector<std::byte>& values) const;
     void copyValues(const Position& chunkStart, const Box& wanted, std::size_t dimension, const std::byte* source,
@@ -77,8 +117,7 @@ private:
     int shuffleFilter_ = -1;
     int checksumFilter_ = -1; ///< the last one
     bool converting_ = false; ///< whether the file's number type isn't the wanted one
-    std::vector<PackedChunk> batch_;
-    std::vector<std::byte> stored_; ///< bytes of the batch
+    PackedRows batch_;
     std::array<std::unique_ptr<Workspace>, 2> workspaces_;
 };
 

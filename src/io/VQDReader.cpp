@@ -6,6 +6,7 @@
 #include "io/DatasetAccess.h"
 #include "io/EventReading.h"
 #include "io/MetadataReading.h"
+#include "io/PictureFetch.h"
 #include "io/TraceChain.h"
 
 #include <hdf5.h>
@@ -446,6 +447,14 @@ bool VQDReader::hasTraces() const {
 
 std::vector<std::uint8_t> VQDReader::getImage(std::size_t index, int* width, int* height) {
     return impl_->picture("image", &Contents::imageAvailable, index, width, height, nullptr);
+}
+
+void VQDReader::readImages(std::span<const int> events, const PictureTaker& take) {
+    const auto failed = [this](int event, const std::string& what) {
+        impl_->fail("Error reading image at index " + std::to_string(event) + ": " + what, nullptr);
+    };
+    const auto openImages = [this]() -> Hdf5Id { return impl_->open && hasImage() ? openStored("image") : Hdf5Id(); };
+    fetchPictures(openImages, events, take, failed);
 }
 
 std::vector<std::uint8_t> VQDReader::getMask(std::size_t index, int* width, int* height, std::string* problem) {

@@ -5,9 +5,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -26,6 +28,16 @@ void initializeHdf5();
 using SharedColumn = std::shared_ptr<const std::vector<double>>;
 
 class Hdf5Id;
+
+/// A picture as it is handed out, 8-bit grey, row by row. Its pixels live as long as the call that brings it.
+struct PictureView {
+    std::span<const std::uint8_t> pixels;
+    int width = 0;
+    int height = 0;
+};
+
+/// Takes a picture; `place` is the event's position in the list that was asked for.
+using PictureTaker = std::function<void(std::size_t place, const PictureView& picture)>;
 
 /// The only door to a measurement file: lists what it holds, turns attributes into text, serves feature columns as
 /// doubles from a cache, and reads images, masks and traces one event at a time.
@@ -82,6 +94,11 @@ public:
     /// One camera frame, row by row, 8-bit grey. Empty for an index out of range or on failure; then width and height
     /// are left alone.
     std::vector<std::uint8_t> getImage(std::size_t index, int* width, int* height);
+    /// The frames of many events in any order, each piece of the file once: fetched under the lock, some at a time, and
+    /// unpacked outside of it on two threads. What getImage() would give empty is left out, with a line for each event
+    /// that fails.
+    /// @param take  called once for every other place of `events`, in no order, by two threads at once
+    void readImages(std::span<const int> events, const PictureTaker& take);
     /// One segmentation mask; non-zero is inside. As getImage().
     /// @param problem  takes what went wrong, which then isn't written to the standard error stream; null to have it
     ///                 written
