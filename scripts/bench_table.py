@@ -38,6 +38,9 @@ RATIO_BARS = {
     "fourier_masks": 0.5,
     "fourier_packed_masks": 2.0,
     "compensation_3_channels": 6.0,
+    "apply_to_all_fourier": 1.02,
+    "apply_to_all_refine": 1.02,
+    "apply_to_all_modulus": 1.02,
     "export_table": 0.2,
     "export_pictures_copied": 0.06,
     "export_pictures_packed": 0.6,
@@ -47,7 +50,13 @@ RATIO_BARS = {
     "session_restore": 3.0,
 }
 # Longest time in seconds that passes, for work that has no baseline.
-TIME_BARS = {"emodulus_triangulate": 1.0}
+TIME_BARS = {
+    "emodulus_triangulate": 1.0,
+    "turn_while_refining": 0.05,
+    "turn_while_fourier": 0.05,
+    "turn_while_modulus": 0.05,
+    "turn_while_compensating": 0.05,
+}
 
 SECONDS = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
 COLUMNS = ("workload", "events", "time", "baseline", "ratio", "bar", "")

@@ -34,7 +34,7 @@ public:
     /// one whose measurements have left the session meanwhile is dropped.
     void enqueue(CalculationJob job);
     /// Ends the running job at the events at hand, without results, and drops those that wait. The session calls for
-    /// this when it is cleared.
+    /// this when it is cleared, the window when it is closed.
     void stop();
 
 signals:

@@ -8,6 +8,7 @@
 #include "ui/plot/StatisticsDockWidget.h"
 #include "widgets/EmptyHint.h"
 
+#include <QCloseEvent>
 #include <QDockWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -89,6 +90,9 @@ bool MainWindow::selectEvent(int datasetId, int event) {
 void MainWindow::closeEvent(QCloseEvent* event) {
     tools_.closeAll();
     QMainWindow::closeEvent(event);
+    if (event->isAccepted()) {
+        runner_.stop();
+    }
 }
 
 void MainWindow::connectDocks() {

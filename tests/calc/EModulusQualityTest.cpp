@@ -1,4 +1,5 @@
 #include "calc/SyntheticLut.h"
+#include "calc/emodulus/Coverage.h"
 #include "calc/emodulus/EModulus.h"
 #include "calc/emodulus/Lookup.h"
 #include "calc/emodulus/Mesh.h"
@@ -8,9 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 namespace Tessaly {
@@ -179,6 +183,89 @@ TEST(EModulusQuality, Extremes) {
     EXPECT_NEAR(biased.medianInterior, 2.2, 1e-9);
     EXPECT_NEAR(biased.bias, 1.04 / 2.2, 1e-9);
     EXPECT_EQ(trapezium().assess({1, 1}, {0.5}, {0, 1}).mapped, 1); // a shorter column
+}
+
+using Edge = std::array<double, 4>;
+
+/// Each edge from its lesser end to the other, in order.
+std::vector<Edge> sorted(std::vector<Edge> edges) {
+    for (Edge& edge : edges) {
+        if (std::pair(edge[2], edge[3]) < std::pair(edge[0], edge[1])) {
+            edge = {edge[2], edge[3], edge[0], edge[1]};
+        }
+    }
+    std::ranges::sort(edges);
+    return edges;
+}
+
+TEST(EModulusCoverageTest, OutlineAndEventsAreInTheMeasurementsPlane) {
+    // A channel half as wide as the table's: its areas are a quarter. The pixels leave 0.0012 of deformation.
+    EModulusParams params;
+    params.channelWidth = 10.0;
+    params.pixelSize = 1e-4;
+    const std::vector<double> area{12.5, 12.5, 12.5, 26.0, NaN, 12.5, 1.0};
+    const std::vector<double> deform{0.5012, 0.0112, 1.0512, 0.5, 0.5, INFINITY, 0.9012};
+    const std::vector<std::int32_t> events{6, 0, -1, 1, 2, 3, 4, 5, 7};
+    const EModulusCoverage coverage = coverageOf(trapezium().view(), area, deform, events, params);
+    const std::vector<Edge> outline = sorted(coverage.outline);
+    const std::vector<Edge> expected{{0, 0, 0, 1}, {0, 0, 25, 0.5}, {0, 1, 25, 0.6}, {25, 0.5, 25, 0.6}};
+    ASSERT_EQ(outline.size(), expected.size()) << "the edge between both triangles bounds nothing";
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            EXPECT_NEAR(outline[i][k], expected[i][k], 1e-12) << i << ' ' << k;
+        }
+    }
+    struct Shown {
+        double area, deform;
+        EModulusFate fate;
+    };
+    const Shown shown[] = {{1.0, 0.9, EModulusFate::Mapped},
+                           {12.5, 0.5, EModulusFate::Mapped},
+                           {12.5, 0.01, EModulusFate::DeformTooLow},
+                           {12.5, 1.05, EModulusFate::DeformTooHigh},
+                           {26.0, 0.4988, EModulusFate::AreaTooLarge}};
+    ASSERT_EQ(coverage.events.size(), std::size(shown));
+    for (std::size_t i = 0; i < std::size(shown); ++i) {
+        EXPECT_EQ(coverage.events[i].area, shown[i].area);
+        EXPECT_NEAR(coverage.events[i].deform, shown[i].deform, 1e-12);
+        EXPECT_EQ(coverage.events[i].fate, shown[i].fate) << i;
+    }
+    EXPECT_EQ(coverageOf(trapezium().view(), area, {}, events, params).events.size(), 0U);
+}
+
+// The counts are SciPy's, as above.
+TEST(EModulusCoverageTest, CountsAreThoseOfTheAssessment) {
+    const TemporaryFolder folder;
+    installLut(folder.path().string(), lutText(syntheticLut()));
+    EModulus engine;
+    engine.setSearchDirectory(folder.path().string());
+    std::vector<double> area, deform;
+    std::vector<std::int32_t> events(372);
+    std::iota(events.begin(), events.end(), 0);
+    for (int k = 0; k < 372; ++k) {
+        area.push_back(30.0 + 420.0 * std::fmod(0.618034 * k, 1.0));
+        deform.push_back(0.004 + 0.2 * std::pow(std::fmod(0.754878 * k, 1.0), 2));
+    }
+    EModulusParams params;
+    params.channelWidth = 25.0;
+    VQDReader reader;
+    EXPECT_TRUE(engine.coverage(nullptr, params, events).isEmpty());
+    reader.setFeature("area_um", std::move(area));
+    EXPECT_TRUE(engine.coverage(&reader, params, events).isEmpty());
+    reader.setFeature("deform", std::move(deform));
+
+    const EModulusCoverage coverage = engine.coverage(&reader, params, events);
+    const auto count = [&coverage](EModulusFate fate) {
+        return std::ranges::count(coverage.events, fate, &EModulusCoverage::Event::fate);
+    };
+    EXPECT_EQ(count(EModulusFate::Mapped), 220);
+    EXPECT_EQ(count(EModulusFate::AreaTooSmall), 28);
+    EXPECT_EQ(count(EModulusFate::AreaTooLarge), 30);
+    EXPECT_EQ(count(EModulusFate::DeformTooLow), 70);
+    EXPECT_EQ(count(EModulusFate::DeformTooHigh), 24);
+
+    params.channelWidth = 0.0; // then the table has no size
+    EXPECT_TRUE(engine.coverage(&reader, params, events).isEmpty());
 }
 
 } // namespace

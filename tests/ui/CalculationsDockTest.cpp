@@ -3,6 +3,7 @@
 #include "ui/calculations/CoveragePlot.h"
 #include "ui/calculations/EModQualityDialog.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
@@ -13,7 +14,9 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSignalSpy>
+#include <QStackedWidget>
 #include <QTableWidget>
 #include <QTest>
 #include <qwt_plot_curve.h>
@@ -206,15 +209,28 @@ TEST_F(CalculationsDockTest, TheTableHoldsTheSpilloverMatrix) {
             QTest::keyClicks(editor, text + 1);
             QTest::keyClick(editor, Qt::Key_Return);
         }
+        QApplication::processEvents(); // an editor commits when the key has been dealt with
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     };
     type(1, 0, "0.25");
     type(0, 1, "lots");
     type(1, 1, "7"); // can't be edited
     EXPECT_EQ(dock.spilloverMatrix(), (SquareMatrix{{1, 0}, {0.25, 1}}));
+    const auto struckOut = [table](int row, int column) { return table->item(row, column)->font().strikeOut(); };
+    EXPECT_TRUE(struckOut(0, 1));
+    EXPECT_TRUE(table->item(0, 1)->toolTip().contains("counts as 0"));
+    EXPECT_FALSE(struckOut(1, 0));
+    type(0, 1, "0,5"); // a comma doesn't part decimals
+    EXPECT_TRUE(struckOut(0, 1));
+    type(0, 1, "0.5");
+    EXPECT_FALSE(struckOut(0, 1));
+    EXPECT_EQ(dock.spilloverMatrix(), (SquareMatrix{{1, 0.5}, {0.25, 1}}));
+    type(1, 0, "inf");
+    EXPECT_TRUE(struckOut(1, 0));
     dock.setSpilloverMatrix({{1, 0.123456789}, {-2e-7, 1}});
     EXPECT_EQ(table->item(0, 1)->text(), "0.123457");
     EXPECT_EQ(table->item(1, 0)->text(), "-2e-07");
+    EXPECT_FALSE(struckOut(1, 0));
     dock.setSpilloverMatrix({{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}); // of other channels
     EXPECT_EQ(table->item(0, 1)->text(), "0.123457");
     dock.setChannels({1, 2, 3, 4});
@@ -306,6 +322,31 @@ TEST_F(CalculationsDockTest, ButtonsAskForTheirCalculationAndSayWhyTheyCannot) {
     }
     EXPECT_EQ(find<QPushButton>("assessQualityButton")->toolTip(),
               "Evaluate how well the YM mapping works for this dataset");
+}
+
+TEST_F(CalculationsDockTest, NothingIsCutWhereThereIsLittleRoom) {
+    const VQDMetadata metadata = conditions("0.83% MC-PBS");
+    dock.setDatasetMetadata(&metadata, true);
+    dock.setChannels({1, 2, 3});
+    for (const QSize size : {QSize(180, 400), QSize(240, 400), QSize(180, 900)}) {
+        dock.resize(size);
+        for (int page = 0; page < 4; ++page) {
+            showPage(page);
+            QApplication::processEvents();
+            const auto* area = qobject_cast<QScrollArea*>(dock.findChild<QStackedWidget*>()->currentWidget());
+            ASSERT_NE(area, nullptr);
+            EXPECT_LE(area->widget()->width(), area->viewport()->width()) << size.width() << ", page " << page;
+            for (const QWidget* control : area->widget()->findChildren<QWidget*>()) {
+                const QString name = control->objectName();
+                if (control->isVisible() && !name.isEmpty() && !name.startsWith("qt_")) {
+                    const int right = control->mapTo(area->widget(), QPoint(control->width(), 0)).x();
+                    EXPECT_LE(right, area->viewport()->width()) << control->objectName().toStdString();
+                    EXPECT_GE(control->width(), control->minimumSizeHint().width())
+                        << size.width() << ' ' << control->objectName().toStdString();
+                }
+            }
+        }
+    }
 }
 
 namespace {

@@ -9,10 +9,14 @@
 #include "ui/MainPanels.h"
 #include "ui/MainWindow.h"
 #include "ui/calculations/EModQualityDialog.h"
+#include "ui/datasets/DatasetListWidget.h"
+#include "ui/datasets/DatasetsPanel.h"
 #include "ui/event/EventPanel.h"
 
 #include <QApplication>
 #include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
@@ -72,14 +76,15 @@ void showRefinedTrace(Tour& tour) {
     waitForEnd(tour);
     Tour::expect(countWith(tour, &DatasetEntry::flRefinementApplied) == datasetCount(tour),
                  "The fluorescence of every dataset is refined.");
-    // The event whose stray light was the brightest.
-    VQDReader& reader = *tour.window().session().active()->reader;
-    const std::vector<double>& before = reader.getFeature("fl1_max");
-    const std::vector<double>& after = reader.getFeature("fl1_max_rf");
-    std::size_t event = 0;
-    for (std::size_t i = 0; i < before.size(); ++i) {
-        event = before[i] - after[i] > before[event] - after[event] ? i : event;
-    }
+    // The event shown whose stray light was the brightest.
+    const Session& session = tour.window().session();
+    const std::vector<double>& before = session.active()->reader->getFeature("fl1_max");
+    const std::vector<double>& after = session.active()->reader->getFeature("fl1_max_rf");
+    const std::vector<int> shown = session.passingEvents(*session.active()).value_or(std::vector<int>{0});
+    const int event = *std::ranges::max_element(shown, {}, [&](int i) {
+        const auto place = static_cast<std::size_t>(i);
+        return before[place] - after[place];
+    });
     tour.typeInto(tour.panels().eventNumber, QString::number(event));
     Tour::expect(tour.panels().event->tracePlot()->channels().front().traceName == "fl1_median_rf",
                  "Refined traces take the place of the median ones.");
@@ -94,8 +99,10 @@ void showMedianTrace(Tour& tour) {
 void typeCell(QTableWidget* table, int row, int column, const QString& text) {
     QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, table->visualItemRect(table->item(row, column)).center());
     QTest::keyClick(table, text[0].toLatin1());
-    QTest::keyClicks(QApplication::focusWidget(), text.mid(1));
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    auto* editor = table->viewport()->findChild<QLineEdit*>();
+    Tour::expect(editor != nullptr, "A cell of the table can be typed into.");
+    QTest::keyClicks(editor, text.mid(1));
+    QTest::keyClick(editor, Qt::Key_Return);
     Tour::settle();
     Tour::expect(table->item(row, column)->text() == text, "The table takes the number.");
 }
@@ -124,6 +131,9 @@ void compensateAll(Tour& tour) {
 void computeFourier(Tour& tour) {
     showPage(tour, Fourier);
     startForAll(tour, "fourierApplyToAll", "fourierButton");
+    const auto* progress = tour.find<QProgressBar>("calculationProgress");
+    Tour::waitFor([progress] { return !progress->isVisible() || progress->value() > 30; },
+                  "The progress bar tells how far the calculation is.");
 }
 
 void plotFourier(Tour& tour) {
@@ -160,10 +170,48 @@ void openQuality(Tour& tour) {
                  "A dialog tells how far the moduli can be trusted.");
 }
 
-void goBack(Tour& tour) {
+void closeQuality(Tour& tour) {
     QTest::keyClick(qualityDialog(tour), Qt::Key_Escape);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     Tour::expect(qualityDialog(tour) == nullptr, "Escape closes the dialog.");
+}
+
+void assessAll(Tour& tour) {
+    closeQuality(tour);
+    clickBox(tour, "assessFilteredCheckBox");
+    openQuality(tour);
+}
+
+void setTemperature(Tour& tour) {
+    closeQuality(tour);
+    clickBox(tour, "assessFilteredCheckBox");
+    const QString before = tour.find<QDoubleSpinBox>("viscositySpinBox")->text();
+    clickBox(tour, "temperatureManual");
+    tour.typeInto(tour.find<QDoubleSpinBox>("temperatureSpinBox"), "30");
+    Tour::expect(tour.find<QDoubleSpinBox>("viscositySpinBox")->text() != before,
+                 "The viscosity follows the temperature.");
+}
+
+void useEventTemperatures(Tour& tour) {
+    clickBox(tour, "temperatureEvent");
+    Tour::expect(!tour.find<QDoubleSpinBox>("temperatureSpinBox")->isVisible(),
+                 "Events with their own temperatures need no other.");
+}
+
+void showReservoir(Tour& tour) {
+    clickBox(tour, "temperatureMeta");
+    const auto& datasets = tour.window().datasets();
+    const auto reservoir = std::ranges::find_if(datasets, [](const auto& each) { return isInReservoir(*each); });
+    Tour::expect(reservoir != datasets.end(), "There is a dataset of the reservoir.");
+    QListWidget* list = tour.panels().datasets->list();
+    tour.clickRow(list, list->visualItemRect(list->item(static_cast<int>(reservoir - datasets.begin()))));
+    Tour::expect(!tour.find<QPushButton>("computeModulusButton")->isEnabled(),
+                 "Cells of the reservoir aren't deformed and have no modulus.");
+}
+
+void goBack(Tour& tour) {
+    QListWidget* list = tour.panels().datasets->list();
+    tour.clickRow(list, list->visualItemRect(list->item(1)));
     tour.chooseFeature("yFeatureCombo", "deform");
     tour.clickDockTab("Filters");
 }
@@ -180,6 +228,10 @@ std::vector<TourStep> calculationSteps() {
             {"fourier-deformation", plotFourier},
             {"moduli", computeModuli},
             {"quality", openQuality},
+            {"quality-of-all", assessAll},
+            {"temperature-set", setTemperature},
+            {"temperature-of-events", useEventTemperatures},
+            {"reservoir", showReservoir},
             {"after-calculations", goBack}};
 }
 

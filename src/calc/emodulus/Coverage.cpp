@@ -61,7 +61,8 @@ EModulusCoverage coverageOf(const EModulusTableView& table, std::span<const doub
 
 EModulusCoverage EModulus::coverage(VQDReader* reader, const EModulusParams& params,
                                     std::span<const std::int32_t> events) {
-    const Table* table = reader == nullptr ? nullptr : prepared(params.lutId);
+    const bool complete = reader != nullptr && reader->hasFeature("area_um") && reader->hasFeature("deform");
+    const Table* table = complete ? prepared(params.lutId) : nullptr;
     // Without a channel's width nothing lies in the table, which then has no size in measured area either.
     if (table == nullptr || !(params.channelWidth > 0.0)) {
         return {};

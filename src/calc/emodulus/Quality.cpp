@@ -49,7 +49,8 @@ private:
 
     std::size_t binOf(double area) const {
         const double place = Bins * ((area - mesh_.xMin) / mesh_.xRange);
-        return static_cast<std::size_t>(std::clamp(place, 0.0, Bins - 1.0));
+        // A table of one area has no places: all is in the first bin.
+        return place > 0.0 ? static_cast<std::size_t>(std::min(place, Bins - 1.0)) : 0;
     }
 
     const EModulusMesh& mesh_;
@@ -69,7 +70,9 @@ public:
 
     void add(double area, double deform) {
         const EModulusMesh& mesh = table_.mesh;
-        const double e = area < mesh.xMin || area > mesh.xMax ? NAN : table_.lookup(area, deform);
+        // Just beyond its bounds a place may still be rounded onto the table.
+        const bool outside = area < mesh.xMin || area > mesh.xMax || deform < mesh.yMin || deform > mesh.yMax;
+        const double e = outside ? NAN : table_.lookup(area, deform);
         if (std::isnan(e)) {
             count(fateOf(table_, area, deform));
             return;

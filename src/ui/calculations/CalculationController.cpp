@@ -176,6 +176,9 @@ void CalculationController::computeFourier() {
                                                             : tr("This dataset has no segmentation masks."));
         return;
     }
+    if (!runner_.isRunning()) {
+        namesDatasets_ = scope == CalculationScope::All;
+    }
     start(std::move(job));
 }
 
@@ -195,7 +198,7 @@ void CalculationController::assessQuality() {
 }
 
 void CalculationController::showProgress(int percent, int number, int count) {
-    if (runner_.running() == Calculation::Fourier && count > 1) {
+    if (runner_.running() == Calculation::Fourier && namesDatasets_) {
         dock_.setProgress(percent, tr("Dataset %1 of %2 — %p%").arg(number).arg(count));
     } else {
         dock_.setProgress(((number - 1) * 100 + percent) / count, QStringLiteral("%p%"));

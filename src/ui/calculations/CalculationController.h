@@ -50,6 +50,7 @@ private:
     CalculationRunner& runner_;
     CalculationsDockWidget& dock_;
     QWidget* window_;
+    bool namesDatasets_ = false; ///< whether the progress of Fourier deformations tells the dataset
 };
 
 } // namespace Tessaly

@@ -12,7 +12,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollArea>
-#include <QScrollBar>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -58,6 +57,14 @@ CalculationsDockWidget::CalculationsDockWidget(QWidget* parent) : QWidget(parent
     setRefused({none, none, none, none, none});
 }
 
+void CalculationsDockWidget::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    constexpr int usualCharacters = 36;
+    const bool narrow = width() < usualCharacters * fontMetrics().averageCharWidth();
+    modulus_->setNarrow(narrow);
+    refinement_->setNarrow(narrow);
+}
+
 QWidget* CalculationsDockWidget::buildFourierPage() {
     auto* page = new QWidget;
     auto* note = new QLabel(tr("Decomposes each cell's contour into Fourier components and stores the deformation of "
@@ -81,10 +88,9 @@ void CalculationsDockWidget::addPage(const QString& title, QWidget* page) {
     auto* scroll = new QScrollArea;
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
-    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(page);
-    scroll->setMinimumWidth(page->minimumSizeHint().width() + scroll->verticalScrollBar()->sizeHint().width());
+    page->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // rows give way, to the side nothing moves
     scroll->viewport()->setAutoFillBackground(false);
     page->setAutoFillBackground(false);
     chooser_->addItem(title);

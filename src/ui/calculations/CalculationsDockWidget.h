@@ -75,6 +75,9 @@ signals:
     /// The user has set other conditions: lines of equal modulus lie elsewhere.
     void conditionsChanged();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     QWidget* buildFourierPage();
     void addPage(const QString& title, QWidget* page);

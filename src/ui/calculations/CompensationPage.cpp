@@ -11,8 +11,19 @@
 #include <QVBoxLayout>
 
 #include <cmath>
+#include <optional>
 
 namespace Tessaly {
+
+namespace {
+
+std::optional<double> numberIn(const QTableWidgetItem& cell) {
+    bool parsed = false;
+    const double value = cell.text().trimmed().toDouble(&parsed);
+    return parsed && std::isfinite(value) ? std::optional(value) : std::nullopt;
+}
+
+} // namespace
 
 CompensationPage::CompensationPage(QWidget* parent) : QWidget(parent) {
     table_ = new QTableWidget;
@@ -32,6 +43,7 @@ CompensationPage::CompensationPage(QWidget* parent) : QWidget(parent) {
     layout->addWidget(start_);
     layout->addStretch();
     connect(start_, &QPushButton::clicked, this, &CompensationPage::startRequested);
+    connect(table_, &QTableWidget::itemChanged, this, &CompensationPage::showWhetherNumber);
     setChannels({});
 }
 
@@ -82,10 +94,8 @@ SquareMatrix CompensationPage::spilloverMatrix() const {
     SquareMatrix matrix(count, std::vector<double>(count, 0.0));
     for (std::size_t row = 0; row < count; ++row) {
         for (std::size_t column = 0; column < count; ++column) {
-            bool parsed = false;
-            const double value =
-                table_->item(static_cast<int>(row), static_cast<int>(column))->text().trimmed().toDouble(&parsed);
-            matrix[row][column] = parsed && std::isfinite(value) ? value : 0.0;
+            matrix[row][column] =
+                numberIn(*table_->item(static_cast<int>(row), static_cast<int>(column))).value_or(0.0);
         }
         matrix[row][row] = 1.0;
     }
@@ -100,11 +110,22 @@ void CompensationPage::setSpilloverMatrix(const SquareMatrix& matrix) {
     for (std::size_t row = 0; row < matrix.size(); ++row) {
         for (std::size_t column = 0; column < matrix.size() && column < matrix[row].size(); ++column) {
             if (row != column) {
-                table_->item(static_cast<int>(row), static_cast<int>(column))
-                    ->setText(QString::number(matrix[row][column], 'g', 6));
+                QTableWidgetItem* cell = table_->item(static_cast<int>(row), static_cast<int>(column));
+                cell->setText(QString::number(matrix[row][column], 'g', 6));
+                showWhetherNumber(cell);
             }
         }
     }
+}
+
+void CompensationPage::showWhetherNumber(QTableWidgetItem* cell) {
+    const QSignalBlocker blocker(table_);
+    const bool counts = numberIn(*cell).has_value();
+    QFont font = cell->font();
+    font.setStrikeOut(!counts);
+    cell->setFont(font);
+    cell->setForeground(counts ? QBrush() : QBrush(QColor(0xc6, 0x28, 0x28)));
+    cell->setToolTip(counts ? QString() : tr("This is no number and counts as 0. Decimals follow a point."));
 }
 
 bool CompensationPage::appliesToAll() const {

@@ -9,6 +9,7 @@
 class QCheckBox;
 class QPushButton;
 class QTableWidget;
+class QTableWidgetItem;
 
 namespace Tessaly {
 
@@ -38,6 +39,8 @@ protected:
 
 private:
     void fitTable();
+    /// Strikes out what is typed into a cell and doesn't count.
+    void showWhetherNumber(QTableWidgetItem* cell);
 
     QTableWidget* table_ = nullptr;
     QCheckBox* applyToAll_ = nullptr;

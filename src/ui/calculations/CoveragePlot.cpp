@@ -64,6 +64,10 @@ CoveragePlot::CoveragePlot(const EModulusCoverage& coverage, QWidget* parent) : 
     replot();
 }
 
+QSize CoveragePlot::sizeHint() const {
+    return {400, 210}; // small, beneath figures that say more
+}
+
 void CoveragePlot::addOutline(const EModulusCoverage& coverage) {
     areaMin_ = deformMin_ = 1e300;
     areaMax_ = deformMax_ = -1e300;

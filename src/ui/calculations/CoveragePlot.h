@@ -14,6 +14,8 @@ class CoveragePlot : public QwtPlot {
 public:
     explicit CoveragePlot(const EModulusCoverage& coverage, QWidget* parent = nullptr);
 
+    QSize sizeHint() const override;
+
 private:
     void addOutline(const EModulusCoverage& coverage);
     void addEvents(const EModulusCoverage& coverage);

@@ -5,7 +5,11 @@
 #include <QDialogButtonBox>
 #include <QGroupBox>
 #include <QLabel>
+#include <QScreen>
+#include <QScrollArea>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace Tessaly {
 
@@ -39,8 +43,18 @@ EModQualityDialog::EModQualityDialog(const EModulusQuality& quality, const QStri
     name->setTextFormat(Qt::RichText);
     name->setWordWrap(true);
     layout->addWidget(name);
-    figures_ = new QVBoxLayout;
-    layout->addLayout(figures_);
+    auto* content = new QWidget;
+    figures_ = new QVBoxLayout(content);
+    figures_->setContentsMargins(0, 0, 0, 0);
+    scroll_ = new QScrollArea;
+    scroll_->setFrameShape(QFrame::NoFrame);
+    scroll_->setWidgetResizable(true);
+    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll_->setFocusPolicy(Qt::NoFocus);
+    scroll_->setWidget(content);
+    scroll_->viewport()->setAutoFillBackground(false);
+    content->setAutoFillBackground(false);
+    layout->addWidget(scroll_, 1);
     if (!quality.valid || quality.total == 0) {
         figures_->addWidget(new QLabel(tr("No data available for quality assessment.")));
     } else {
@@ -54,10 +68,33 @@ EModQualityDialog::EModQualityDialog(const EModulusQuality& quality, const QStri
     layout->addWidget(buttons);
 }
 
+void EModQualityDialog::setVisible(bool visible) {
+    if (visible && !isVisible()) {
+        fitToFigures();
+    }
+    QDialog::setVisible(visible);
+}
+
+void EModQualityDialog::fitToFigures() {
+    constexpr int usualWidth = 480;
+    constexpr int roomForFrame = 60;
+    ensurePolished();
+    for (QWidget* part : findChildren<QWidget*>()) {
+        part->ensurePolished(); // the style sheet has its say on their sizes
+    }
+    const QMargins margins = layout()->contentsMargins();
+    const int inner = usualWidth - margins.left() - margins.right();
+    const int around = layout()->totalMinimumSize().height() - scroll_->minimumSizeHint().height();
+    const int figures =
+        figures_->hasHeightForWidth() ? figures_->totalHeightForWidth(inner) : figures_->totalSizeHint().height();
+    resize(usualWidth, std::min(around + figures, screen()->availableSize().height() - roomForFrame));
+}
+
 void EModQualityDialog::addGroup(const QString& title, const QStringList& lines) {
     auto* box = new QGroupBox(title);
     auto* layout = new QVBoxLayout(box);
     layout->setSpacing(2);
+    layout->setContentsMargins(8, 4, 8, 8);
     for (const QString& line : lines) {
         auto* label = new QLabel(line);
         label->setTextFormat(Qt::RichText);

@@ -4,7 +4,7 @@
 
 #include <QDialog>
 
-class QGroupBox;
+class QScrollArea;
 class QVBoxLayout;
 
 namespace Tessaly {
@@ -20,7 +20,11 @@ public:
     /// Adds the picture beneath the figures; an empty one is left out.
     void setCoverage(const EModulusCoverage& coverage);
 
+    void setVisible(bool visible) override;
+
 private:
+    /// As high as the figures at a width that few lines need more of, if the screen is.
+    void fitToFigures();
     void addGroup(const QString& title, const QStringList& lines);
     void addCoverageGroup(const EModulusQuality& quality);
     void addBoundaryGroup(const EModulusQuality& quality);
@@ -28,6 +32,7 @@ private:
     void addBiasGroup(const EModulusQuality& quality);
 
     QVBoxLayout* figures_ = nullptr;
+    QScrollArea* scroll_ = nullptr; ///< for screens that are lower than the figures
 };
 
 } // namespace Tessaly

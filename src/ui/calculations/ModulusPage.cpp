@@ -97,6 +97,7 @@ void setBlocked(QDoubleSpinBox* box, double value) {
 ModulusPage::ModulusPage(QWidget* parent) : QWidget(parent) {
     auto* form = new QFormLayout(this);
     form->setContentsMargins(0, 0, 0, 0);
+    form->setRowWrapPolicy(QFormLayout::WrapLongRows);
     medium_ = addValue(form, tr("Medium:"), "mediumLabel");
     model_ = new WideCombo;
     model_->setObjectName(QStringLiteral("viscosityModelCombo"));
@@ -145,24 +146,28 @@ ModulusPage::ModulusPage(QWidget* parent) : QWidget(parent) {
 
 QLayout* ModulusPage::buildTemperatureSources() {
     temperatureSource_ = new QButtonGroup(this);
-    auto* choices = new QHBoxLayout;
-    choices->setSpacing(8);
-    const auto add = [this, choices](std::int32_t source, const QString& text, const char* name,
-                                     const QString& meaning) {
+    temperatureChoices_ = new QHBoxLayout;
+    temperatureChoices_->setSpacing(8);
+    const auto add = [this](std::int32_t source, const QString& text, const char* name, const QString& meaning) {
         auto* button = new QRadioButton(text);
         button->setObjectName(QLatin1String(name));
         button->setAccessibleName(meaning);
         button->setToolTip(meaning);
         temperatureSource_->addButton(button, source);
-        choices->addWidget(button);
+        temperatureChoices_->addWidget(button);
         return button;
     };
     add(TemperatureSource::Manual, tr("Manual"), "temperatureManual", tr("One temperature, set here"));
     add(TemperatureSource::Metadata, tr("Meta"), "temperatureMeta", tr("The temperature that the file states"))
         ->setChecked(true);
     add(TemperatureSource::PerEvent, tr("Event"), "temperatureEvent", tr("Each event's own temperature"));
-    choices->addStretch();
-    return choices;
+    temperatureChoices_->addStretch();
+    return temperatureChoices_;
+}
+
+void ModulusPage::setNarrow(bool narrow) {
+    temperatureChoices_->setDirection(narrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    temperatureChoices_->setSpacing(narrow ? 4 : 8);
 }
 
 void ModulusPage::connectControls() {

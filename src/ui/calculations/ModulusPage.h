@@ -4,6 +4,7 @@
 
 #include <QWidget>
 
+class QBoxLayout;
 class QButtonGroup;
 class QCheckBox;
 class QComboBox;
@@ -31,6 +32,9 @@ public:
     /// The parameters for any dataset: its own conditions, with the page's choice of temperature, viscosity and source.
     EModulusParams paramsFor(const VQDMetadata& metadata, bool allowEvent) const;
 
+    /// Puts choices below each other.
+    void setNarrow(bool narrow);
+
     bool appliesToAll() const;
     bool assessesFiltered() const;
     QPushButton* computeButton() const { return compute_; }
@@ -56,6 +60,7 @@ private:
     QComboBox* model_ = nullptr;
     QDoubleSpinBox* viscosity_ = nullptr;
     QDoubleSpinBox* temperature_ = nullptr;
+    QBoxLayout* temperatureChoices_ = nullptr;
     QButtonGroup* temperatureSource_ = nullptr; ///< ids are TemperatureSource
     QLabel* channelWidth_ = nullptr;
     QLabel* flowRate_ = nullptr;

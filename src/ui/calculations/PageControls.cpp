@@ -1,5 +1,7 @@
 #include "ui/calculations/PageControls.h"
 
+#include "widgets/ElidedButton.h"
+
 #include <QCheckBox>
 #include <QCoreApplication>
 #include <QPushButton>
@@ -14,7 +16,7 @@ QCheckBox* makeApplyToAll(const char* objectName, const QString& accessibleName)
 }
 
 QPushButton* makeStartButton(const QString& text, const char* objectName) {
-    auto* button = new QPushButton(text);
+    auto* button = new ElidedButton(text);
     button->setObjectName(QLatin1String(objectName));
     button->setAutoDefault(false);
     button->setEnabled(false);

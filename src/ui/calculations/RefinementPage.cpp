@@ -17,18 +17,19 @@ namespace Tessaly {
 RefinementPage::RefinementPage(QWidget* parent) : QWidget(parent) {
     const FLRefinementParams defaults;
     auto* box = new QGroupBox(tr("Trace Filters"));
-    auto* grid = new QGridLayout(box);
-    grid->setColumnStretch(0, 1);
-    hampel1_ = addFilter(grid, tr("Hampel 1"), "hampel1", defaults.hampel1, defaults.hampel1HalfWindow);
-    hampel2_ = addFilter(grid, tr("Hampel 2"), "hampel2", defaults.hampel2, defaults.hampel2HalfWindow);
-    median_ = addFilter(grid, tr("Median"), "median", defaults.median, defaults.medianHalfWindow);
+    grid_ = new QGridLayout(box);
+    grid_->setColumnStretch(0, 1);
+    hampel1_ = makeFilter(tr("Hampel 1"), "hampel1", defaults.hampel1, defaults.hampel1HalfWindow);
+    hampel2_ = makeFilter(tr("Hampel 2"), "hampel2", defaults.hampel2, defaults.hampel2HalfWindow);
+    median_ = makeFilter(tr("Median"), "median", defaults.median, defaults.medianHalfWindow);
     median_.on->setToolTip(tr("Sliding median filter — removes impulse bursts shorter than k+1 samples"));
-    rolling_ = addFilter(grid, tr("Rolling Avg"), "rolling", defaults.rolling, defaults.rollingHalfWindow);
+    rolling_ = makeFilter(tr("Rolling Avg"), "rolling", defaults.rolling, defaults.rollingHalfWindow);
     rolling_.on->setToolTip(tr("Moving mean filter (window = 2k+1)"));
-    savitzkyGolay_ = addFilter(grid, tr("Savitzky-Golay"), "savitzkyGolay", defaults.savitzkyGolay,
-                               defaults.savitzkyGolayHalfWindow);
+    savitzkyGolay_ =
+        makeFilter(tr("Savitzky-Golay"), "savitzkyGolay", defaults.savitzkyGolay, defaults.savitzkyGolayHalfWindow);
     savitzkyGolay_.halfWindow->setMaximum(20);
     savitzkyGolay_.halfWindow->setToolTip(tr("Half-window size (quadratic fit, window = 2k+1)"));
+    setNarrow(false);
 
     flMaxThreshold_ = new QDoubleSpinBox;
     flMaxThreshold_->setObjectName(QStringLiteral("flMaxThresholdSpinBox"));
@@ -38,6 +39,7 @@ RefinementPage::RefinementPage(QWidget* parent) : QWidget(parent) {
     flMaxThreshold_->setValue(defaults.flMaxThreshold);
     flMaxThreshold_->setToolTip(tr("Minimum fl_max value for velocity estimation events"));
     auto* form = new QFormLayout;
+    form->setRowWrapPolicy(QFormLayout::WrapLongRows);
     form->addRow(tr("FL max threshold:"), flMaxThreshold_);
 
     applyToAll_ = makeApplyToAll("refinementApplyToAll", tr("Fluorescence refinement of all datasets"));
@@ -59,9 +61,9 @@ RefinementPage::RefinementPage(QWidget* parent) : QWidget(parent) {
     connect(showRefined_, &QCheckBox::toggled, this, &RefinementPage::traceDisplayChanged);
 }
 
-RefinementPage::Filter RefinementPage::addFilter(QGridLayout* grid, const QString& name, const char* objectName,
-                                                 bool on, int halfWindow) {
-    Filter filter{new QCheckBox(name), new QSpinBox};
+RefinementPage::Filter RefinementPage::makeFilter(const QString& name, const char* objectName, bool on,
+                                                  int halfWindow) {
+    Filter filter{new QCheckBox(name), new QSpinBox, new QLabel(tr("k:"))};
     filter.on->setObjectName(QLatin1String(objectName) + QLatin1String("CheckBox"));
     filter.on->setChecked(on);
     filter.halfWindow->setObjectName(QLatin1String(objectName) + QLatin1String("SpinBox"));
@@ -70,13 +72,19 @@ RefinementPage::Filter RefinementPage::addFilter(QGridLayout* grid, const QStrin
     filter.halfWindow->setValue(halfWindow);
     filter.halfWindow->setMinimumWidth(60);
     filter.halfWindow->setToolTip(tr("Half-window size (full window = 2k+1)"));
-    auto* label = new QLabel(tr("k:"));
-    label->setBuddy(filter.halfWindow);
-    const int row = grid->rowCount();
-    grid->addWidget(filter.on, row, 0);
-    grid->addWidget(label, row, 1);
-    grid->addWidget(filter.halfWindow, row, 2);
+    filter.caption->setBuddy(filter.halfWindow);
     return filter;
+}
+
+void RefinementPage::setNarrow(bool narrow) {
+    int row = 0;
+    for (const Filter& filter : {hampel1_, hampel2_, median_, rolling_, savitzkyGolay_}) {
+        grid_->addWidget(filter.on, row, 0, 1, narrow ? 3 : 1);
+        row += narrow ? 1 : 0;
+        grid_->addWidget(filter.caption, row, 1);
+        grid_->addWidget(filter.halfWindow, row, 2);
+        ++row;
+    }
 }
 
 FLRefinementParams RefinementPage::params() const {

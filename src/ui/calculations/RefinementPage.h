@@ -7,6 +7,7 @@
 class QCheckBox;
 class QDoubleSpinBox;
 class QGridLayout;
+class QLabel;
 class QPushButton;
 class QSpinBox;
 
@@ -20,6 +21,9 @@ public:
     explicit RefinementPage(QWidget* parent = nullptr);
 
     FLRefinementParams params() const;
+    /// Puts half-windows below their filters.
+    void setNarrow(bool narrow);
+
     bool appliesToAll() const;
     bool showsRefinedTrace() const;
     QPushButton* startButton() const { return start_; }
@@ -33,9 +37,11 @@ private:
     struct Filter {
         QCheckBox* on = nullptr;
         QSpinBox* halfWindow = nullptr;
+        QLabel* caption = nullptr;
     };
-    Filter addFilter(QGridLayout* grid, const QString& name, const char* objectName, bool on, int halfWindow);
+    static Filter makeFilter(const QString& name, const char* objectName, bool on, int halfWindow);
 
+    QGridLayout* grid_ = nullptr;
     Filter hampel1_, hampel2_, median_, rolling_, savitzkyGolay_;
     QDoubleSpinBox* flMaxThreshold_ = nullptr;
     QCheckBox* applyToAll_ = nullptr;
