@@ -368,7 +368,7 @@ void sessionRestore(benchmark::State& state) {
         indexToId[row] = session.datasetAt(row)->id;
     }
     for (auto _ : state) {
-        SessionLoad load{sessionFromJson(json).document, {}, indexToId};
+        SessionLoad load{sessionFromJson(json).document, indexToId};
         benchmark::DoNotOptimize(restoreSession(session, load));
     }
 }

@@ -186,21 +186,22 @@ std::vector<CalculationJob> rebuildJobs(const DatasetEntry& dataset) {
     if (!isLoaded(dataset)) {
         return jobs;
     }
+    // The dataset is marked already, and a copy of it may not be.
+    const auto nothingNew = [](DatasetEntry&) {};
     const VQDReader& reader = *dataset.reader;
     const std::vector<std::string> features = reader.featureNames();
     const auto isRefined = [&reader](const std::string& feature) {
         return isResultOf(Calculation::Refinement, feature) && reader.isComputedFeature(feature);
     };
     if (dataset.flRefinementApplied && std::ranges::none_of(features, isRefined)) {
-        jobs.push_back({Calculation::Refinement, {refinementTask(dataset, {})}, [](DatasetEntry& entry) {
-                            entry.flRefinementApplied = true;
-                        }});
+        jobs.push_back({Calculation::Refinement, {refinementTask(dataset, {})}, nothingNew});
     }
     const auto isThere = [&reader](int channel) {
         return reader.isComputedFeature("fl" + std::to_string(channel) + "_max_ctc");
     };
     if (dataset.ctcApplied && keepsUsableMatrix(dataset) && !std::ranges::all_of(dataset.ctcChannels, isThere)) {
         jobs.push_back(compensationOf({&dataset}, dataset.ctcChannels, dataset.spilloverMatrix));
+        jobs.back().mark = nothingNew;
     }
     return jobs;
 }

@@ -18,6 +18,10 @@ void LoadingQueue::queuePath(const QString& path) {
     pendingPaths_.push_back(path);
 }
 
+void LoadingQueue::queueSessionFiles(const std::vector<PendingSessionFile>& files) {
+    pendingSessionFiles_.insert(pendingSessionFiles_.end(), files.begin(), files.end());
+}
+
 int LoadingQueue::finish() {
     running_ = false;
     return std::exchange(preloadId_, -1);
@@ -32,6 +36,11 @@ LoadingQueue::Step LoadingQueue::takeNext() {
         step.kind = Step::Kind::Preload;
         step.id = pendingIds_.front();
         pendingIds_.pop_front();
+    } else if (!pendingSessionFiles_.empty()) {
+        step.kind = Step::Kind::OpenForSession;
+        step.sessionIndex = pendingSessionFiles_.front().index;
+        step.path = std::move(pendingSessionFiles_.front().path);
+        pendingSessionFiles_.pop_front();
     } else if (!pendingPaths_.empty()) {
         step.kind = Step::Kind::Open;
         step.path = pendingPaths_.front();

@@ -32,6 +32,9 @@ DatasetEntry* Session::findByPath(const std::string& filePath) const {
 }
 
 int Session::rowOf(int id) const {
+    if (id < 0) {
+        return -1; // asked for often while nothing is active
+    }
     const auto found = std::ranges::find(datasets_, id, [](const auto& entry) { return entry->id; });
     return found == datasets_.end() ? -1 : static_cast<int>(found - datasets_.begin());
 }

@@ -1,8 +1,10 @@
 #include "ui/MainMenu.h"
 
+#include "session/SessionNotices.h"
 #include "ui/MainPanels.h"
 #include "ui/ToolWindows.h"
 #include "ui/datasets/DatasetController.h"
+#include "ui/files/SessionController.h"
 #include "ui/plot/ColorMapSetting.h"
 
 #include <QActionGroup>
@@ -45,7 +47,12 @@ std::vector<Menu> menuTable(const MainMenuTargets& to) {
          {
              {"openAction", tr("&Open..."), QKeySequence::Open, [&to = to.datasets] { to.openFile(); }},
              {},
-             {"clearSessionAction", tr("&Clear Session"), {}, [&to = to.datasets] { to.clearSession(); }},
+             {"saveSessionAction", tr("&Save Session..."), Qt::CTRL | Qt::SHIFT | Qt::Key_S,
+              [&to = to.sessions] { to.saveSession(); }},
+             {"loadSessionAction", tr("&Load Session..."), Qt::CTRL | Qt::SHIFT | Qt::Key_O,
+              [&to = to.sessions] { to.loadSession(); }},
+             {},
+             {"clearSessionAction", tr("&Clear Session"), {}, [&to = to.sessions] { to.clearSession(); }},
              {},
              {"exitAction", tr("E&xit"), QKeySequence::Quit, [&to = to.window] { to.close(); }},
          }},
@@ -84,7 +91,7 @@ void addDocks(QMenu& menu, const MainPanels& panels) {
     }
 }
 
-void addColorMaps(QMenu& settingsMenu, ColorMapSetting& setting) {
+void addColorMaps(QMenu& settingsMenu, ColorMapSetting& setting, const SessionNotices& news) {
     QMenu* menu = settingsMenu.addMenu(tr("Color &Map"));
     menu->setObjectName(QStringLiteral("colorMapMenu"));
     auto* group = new QActionGroup(menu);
@@ -99,6 +106,9 @@ void addColorMaps(QMenu& settingsMenu, ColorMapSetting& setting) {
     }
     QObject::connect(group, &QActionGroup::triggered, menu,
                      [&setting](const QAction* action) { setting.choose(action->data().toInt()); });
+    // A session may bring another one.
+    QObject::connect(&news, &SessionNotices::colorMapChanged, menu,
+                     [menu](int index) { menu->actions().at(index)->setChecked(true); });
 }
 
 } // namespace
@@ -110,7 +120,7 @@ void buildMainMenu(const MainMenuTargets& targets) {
         if (menu->objectName() == QLatin1String("viewMenu")) {
             addDocks(*menu, targets.panels);
         } else if (menu->objectName() == QLatin1String("settingsMenu")) {
-            addColorMaps(*menu, targets.colorMap);
+            addColorMaps(*menu, targets.colorMap, targets.news);
         }
     }
 }

@@ -6,6 +6,8 @@ namespace Tessaly {
 
 class ColorMapSetting;
 class DatasetController;
+class SessionController;
+class SessionNotices;
 class ToolWindows;
 struct MainPanels;
 
@@ -16,6 +18,8 @@ struct MainMenuTargets {
     ColorMapSetting& colorMap;
     DatasetController& datasets;
     ToolWindows& tools;
+    SessionController& sessions;
+    const SessionNotices& news;
 };
 
 /// Fills the window's menu bar.

@@ -44,11 +44,12 @@ MainWindow::MainWindow(QWidget* parent)
       plot_(session_, emodulus_, *panels_.plot, *panels_.plotSettings, *panels_.calculations, this),
       status_(session_, loader_, plot_, *panels_.status, this),
       colorMap_(session_),
-      tools_(session_, *this, this) {
+      tools_(session_, *this, this),
+      sessions_(session_, loader_, colorMap_, tools_, this) {
     setObjectName(QStringLiteral("mainWindow"));
     connectPlot();
     connectCalculations();
-    buildMainMenu({*this, panels_, colorMap_, datasets_, tools_});
+    buildMainMenu({*this, panels_, colorMap_, datasets_, tools_, sessions_, session_.notices()});
     connectDocks();
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
     resize(sizeOnScreen(QSize(1400, 900), minimumSizeHint(), screen()->availableSize() - FrameSize));
@@ -88,6 +89,7 @@ bool MainWindow::selectEvent(int datasetId, int event) {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
+    sessions_.giveUpLoading();
     tools_.closeAll();
     QMainWindow::closeEvent(event);
     if (event->isAccepted()) {
@@ -112,6 +114,11 @@ void MainWindow::connectPlot() {
     connect(&loader_, &DatasetLoader::preloadStarted, &plot_, [this] { plot_.setPreloadRunning(true); });
     connect(&loader_, &DatasetLoader::preloadEnded, &plot_, [this] { plot_.setPreloadRunning(false); });
     connect(&filters_, &FilterController::statusChanged, panels_.status, &QLabel::setText);
+    connect(&sessions_, &SessionController::statusChanged, &status_, [this](const QString& text) {
+        status_.say(text);
+        panels_.status->repaint(); // the files of a session are looked at without a pause
+    });
+    connect(&sessions_, &SessionController::aboutToSave, &events_, &EventController::finishTyping);
     // What follows a refresh, in this order: counts, statistics, selection.
     connect(&plot_, &PlotController::frameChanged, &filters_, [this] { filters_.showCounts(plot_); });
     connect(&plot_, &PlotController::plotted, panels_.statistics, [this] {

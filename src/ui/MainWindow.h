@@ -14,6 +14,7 @@
 #include "ui/datasets/NameController.h"
 #include "ui/event/EventController.h"
 #include "ui/event/MetadataController.h"
+#include "ui/files/SessionController.h"
 #include "ui/filters/FilterController.h"
 #include "ui/filters/PolygonController.h"
 #include "ui/plot/ColorMapSetting.h"
@@ -69,6 +70,8 @@ public:
     /// Takes over what is still being typed; everything else is in the active entry at once.
     void saveCurrentDatasetState() { events_.finishTyping(); }
     void refreshFeaturesAndPlot() { plot_.refreshFeaturesAndPlot(); }
+    /// Whether the files of a session are being loaded; it is restored when they are.
+    bool sessionLoading() const { return sessions_.sessionLoading(); }
     /// The open tool windows.
     const ToolWindows& toolWindows() const { return tools_; }
 
@@ -78,6 +81,9 @@ public slots:
     /// Tells the user of an exception that a slot let escape; reports that come while the dialog is up are dropped.
     void onUnhandledException(const QString& title, const QString& message);
 
+    void saveSession() { sessions_.saveSession(); }
+    void loadSession() { sessions_.loadSession(); }
+    void clearSession() { sessions_.clearSession(); }
     void openFilterGroupsMatrixWindow() { tools_.openFilterGroupsMatrix(); }
 
 protected:
@@ -109,6 +115,7 @@ private:
     StatusController status_;
     ColorMapSetting colorMap_;
     ToolWindows tools_;
+    SessionController sessions_;
     bool exceptionDialogOpen_ = false;
 };
 

@@ -26,4 +26,19 @@ void showMessage(QWidget* parent, QMessageBox::Icon icon, const QString& title, 
     box.exec();
 }
 
+QMessageBox::StandardButton askQuestion(QWidget* parent, QMessageBox::Icon icon, const QString& title,
+                                        const QString& text, QMessageBox::StandardButtons buttons,
+                                        QMessageBox::StandardButton byDefault) {
+    QMessageBox box(icon, title, QString(), buttons, parent);
+    box.setTextFormat(Qt::PlainText);
+    box.setText(text);
+    box.setDefaultButton(byDefault);
+    for (const QMessageBox::StandardButton refusal : {QMessageBox::Cancel, QMessageBox::No}) {
+        if (box.button(refusal)) {
+            box.setEscapeButton(refusal);
+        }
+    }
+    return static_cast<QMessageBox::StandardButton>(box.exec());
+}
+
 } // namespace Tessaly

@@ -14,4 +14,9 @@ QString singleLine(QString text);
 /// A message box with one button whose text is shown as it is. Returns when it was closed.
 void showMessage(QWidget* parent, QMessageBox::Icon icon, const QString& title, const QString& text);
 
+/// A question whose text is shown as it is. Returns the button that was pressed, or No or Cancel if the box was closed.
+QMessageBox::StandardButton askQuestion(QWidget* parent, QMessageBox::Icon icon, const QString& title,
+                                        const QString& text, QMessageBox::StandardButtons buttons,
+                                        QMessageBox::StandardButton byDefault);
+
 } // namespace Tessaly

@@ -9,9 +9,7 @@
 
 namespace Tessaly {
 
-namespace {
-
-bool mayReplace(QWidget* parent, const QString& title, const QString& fileName) {
+bool mayReplaceFile(QWidget* parent, const QString& title, const QString& fileName) {
     const QString question =
         QCoreApplication::translate("SaveFileDialog", "%1 already exists.\nDo you want to replace it?");
     QMessageBox box(QMessageBox::Question, title, question.arg(QFileInfo(fileName).fileName()),
@@ -21,8 +19,6 @@ bool mayReplace(QWidget* parent, const QString& title, const QString& fileName) 
     return box.exec() == QMessageBox::Yes;
 }
 
-} // namespace
-
 QString askSaveFileName(QWidget* parent, const QString& title, const QString& filters, const QString& proposal) {
     QString filter;
     const QString typed = QFileDialog::getSaveFileName(parent, title, proposal, filters, &filter);
@@ -31,7 +27,7 @@ QString askSaveFileName(QWidget* parent, const QString& title, const QString& fi
     }
     const QString fileName = withFilterSuffix(typed, filter);
     // The dialog has asked about the name as it was typed.
-    if (fileName != typed && QFileInfo::exists(fileName) && !mayReplace(parent, title, fileName)) {
+    if (fileName != typed && QFileInfo::exists(fileName) && !mayReplaceFile(parent, title, fileName)) {
         return {};
     }
     return fileName;

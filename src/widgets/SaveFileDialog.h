@@ -13,4 +13,7 @@ namespace Tessaly {
 /// @return empty if the user cancelled or doesn't want the file replaced
 QString askSaveFileName(QWidget* parent, const QString& title, const QString& filters, const QString& proposal = {});
 
+/// Asks whether a file that exists is to be replaced, in the words of the save dialog.
+bool mayReplaceFile(QWidget* parent, const QString& title, const QString& fileName);
+
 } // namespace Tessaly

@@ -83,7 +83,7 @@ protected:
     /// Loads a document into a fresh session, without the files of some indices. Returns the row to select.
     static int load(Session& session, const SessionDocument& document, const QString& sessionPath,
                     const std::vector<int>& skipped = {}) {
-        SessionLoad state{document, {}, {}};
+        SessionLoad state{document, {}};
         for (const SessionFile& file : filesOf(document, sessionPath)) {
             if (std::ranges::find(skipped, file.index) == skipped.end()) {
                 EXPECT_TRUE(file.exists) << file.path.toStdString();

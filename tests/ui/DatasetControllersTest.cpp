@@ -153,8 +153,8 @@ TEST_F(DatasetControllersTest, ClearingDuringAPreloadLeavesNothingBehind) {
     const QString first = sample("first");
     const QString second = sample("second");
     controller.openPaths({first, second});
-    MessageBoxWatcher boxes(QMessageBox::Ok);
-    controller.clearSession();
+    loader.stop();
+    session.clear();
     EXPECT_EQ(session.datasetCount(), 0);
     EXPECT_EQ(list.list()->count(), 0);
     QTest::qWait(50);

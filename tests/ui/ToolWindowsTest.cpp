@@ -221,7 +221,7 @@ TEST_F(ToolWindowsTest, AnEventCanBeChosenForAReadyDatasetThatHasIt) {
 
 TEST_F(ToolWindowsTest, TheMenusHoldTheirEntriesInOrder) {
     const std::vector<std::pair<QString, QStringList>> expected{
-        {"&File", {"&Open...", "", "&Clear Session", "", "E&xit"}},
+        {"&File", {"&Open...", "", "&Save Session...", "&Load Session...", "", "&Clear Session", "", "E&xit"}},
         {"&View", {"Datasets", "Filters", "Calculations", "Metadata", "Plot Statistics"}},
         {"&Tool Windows", {"Filter Groups &Matrix..."}},
         {"&Settings", {"Color &Map"}},

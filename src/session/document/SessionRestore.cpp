@@ -90,7 +90,7 @@ std::optional<Fingerprint> fingerprintOfFile(const QString& path, const FileProb
     return fingerprintOf(reader, path);
 }
 
-void restoreDuplicates(Session& session, const SessionDocument& document, std::map<int, int>& indexToId) {
+void restoreDuplicates(Session& session, const SessionDocument& document, DatasetNumbers& indexToId) {
     std::unordered_map<int, DatasetEntry*> entries = entriesById(session);
     QSignalBlocker once(session.notices()); // the list is told of when all are there
     for (std::size_t i = 0; i < document.datasets.size(); ++i) {
@@ -126,7 +126,7 @@ void restoreFilterGroups(Session& session, const SessionDocument& document) {
     session.replaceFilterGroups(document.filterGroups, document.nextGroupId);
 }
 
-void restoreDatasets(Session& session, const SessionDocument& document, const std::map<int, int>& indexToId) {
+void restoreDatasets(Session& session, const SessionDocument& document, const DatasetNumbers& indexToId) {
     const std::unordered_map<int, DatasetEntry*> entries = entriesById(session);
     for (const auto& [index, id] : indexToId) {
         const auto found = entries.find(id);
@@ -138,7 +138,7 @@ void restoreDatasets(Session& session, const SessionDocument& document, const st
     emit session.notices().eventsChanged();
 }
 
-int restoredActiveId(const Session& session, const SessionDocument& document, const std::map<int, int>& indexToId) {
+int restoredActiveId(const Session& session, const SessionDocument& document, const DatasetNumbers& indexToId) {
     const auto active = indexToId.find(document.activeDatasetIndex);
     if (active != indexToId.end() && session.findById(active->second)) {
         return active->second;

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "session/FileProbing.h"
+#include "session/SessionWindow.h"
 #include "session/document/SessionDocument.h"
 
 #include <QString>
 
-#include <deque>
-#include <map>
 #include <optional>
 #include <vector>
 
@@ -36,23 +35,22 @@ QString changedFileQuestion(const SessionDataset& saved, const Fingerprint& foun
 /// Opens a file for a moment and looks at it. Nothing if it can't be opened. Costs as much as opening it.
 std::optional<Fingerprint> fingerprintOfFile(const QString& path, const FileProbing& probing = {});
 
-/// A session being loaded: which files wait, and which dataset came of which entry. While there is one, a load is under
+/// A session being loaded: what to restore, and which dataset came of which entry. While there is one, a load is under
 /// way; it is dropped as a whole when that ends or is given up.
 struct SessionLoad {
     SessionDocument document;
-    std::deque<SessionFile> pending; ///< to be opened one after the other
-    std::map<int, int> indexToId;    ///< session index to dataset id
+    DatasetNumbers indexToId; ///< by session index
 };
 
 /// Makes the duplicates whose originals were restored, in document order, adds them to the map, and brings all rows
 /// into the order of the document.
-void restoreDuplicates(Session& session, const SessionDocument& document, std::map<int, int>& indexToId);
+void restoreDuplicates(Session& session, const SessionDocument& document, DatasetNumbers& indexToId);
 /// Replaces the filter groups.
 void restoreFilterGroups(Session& session, const SessionDocument& document);
 /// Applies everything that the document keeps of the datasets that are in the map.
-void restoreDatasets(Session& session, const SessionDocument& document, const std::map<int, int>& indexToId);
+void restoreDatasets(Session& session, const SessionDocument& document, const DatasetNumbers& indexToId);
 /// The dataset that was selected; the first one if it wasn't restored; -1 without datasets.
-int restoredActiveId(const Session& session, const SessionDocument& document, const std::map<int, int>& indexToId);
+int restoredActiveId(const Session& session, const SessionDocument& document, const DatasetNumbers& indexToId);
 
 /// All of these, in this order. Tells of the changes through the session's notices. Returns the id of
 /// the dataset to select.

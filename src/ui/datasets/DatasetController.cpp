@@ -65,21 +65,6 @@ void DatasetController::removeDataset(int id) {
     session_.remove(id);
 }
 
-void DatasetController::clearSession() {
-    if (session_.datasetCount() == 0) {
-        return;
-    }
-    const auto answer = QMessageBox::question(
-        window_, tr("Clear Session"),
-        tr("This will close all datasets and combine plot windows.\nUnsaved changes will be lost.\n\nContinue?"),
-        QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel);
-    if (answer != QMessageBox::Ok) {
-        return;
-    }
-    loader_.stop();
-    session_.clear();
-}
-
 void DatasetController::showRows() {
     std::vector<DatasetRow> rows;
     for (const auto& dataset : session_.datasets()) {

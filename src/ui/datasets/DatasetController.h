@@ -12,8 +12,8 @@ class DatasetLoader;
 class DatasetsPanel;
 class Session;
 
-/// What the user does with datasets as a whole: open, choose, reorder, duplicate, remove, clear. Keeps the list like
-/// the session.
+/// What the user does with datasets as a whole: open, choose, reorder, duplicate, remove. Keeps the list like the
+/// session.
 class DatasetController : public QObject {
     Q_OBJECT
 
@@ -29,8 +29,6 @@ public:
     void duplicateDataset(int id);
     /// Removes a dataset; says so if it can't be removed while it loads or a calculation uses it.
     void removeDataset(int id);
-    /// Empties the session, after a question.
-    void clearSession();
 
 private:
     void showRows();

@@ -7,6 +7,7 @@
 #include "widgets/PlainText.h"
 
 #include <QDebug>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QTimer>
 #include <QtConcurrent/QtConcurrentRun>
@@ -48,12 +49,23 @@ void DatasetLoader::open(const QString& path) {
         queue_.queuePath(path);
         return;
     }
+    std::unique_ptr<DatasetEntry> entry = openEntry(path);
+    if (!entry) {
+        return;
+    }
+    session_.inheritPeerSettings(*entry);
+    const int id = session_.append(std::move(entry)).id;
+    startPreload(id);
+    session_.setActive(id);
+}
+
+std::unique_ptr<DatasetEntry> DatasetLoader::openEntry(const QString& path) {
     std::unique_ptr<DatasetEntry> entry = session_.newEntry();
     switch (openMeasurement(path, *entry)) {
     case OpenOutcome::Unreadable:
         qWarning() << "Failed to open" << path;
         showMessage(window_, QMessageBox::Critical, tr("Error"), tr("Failed to open: %1").arg(path));
-        return;
+        return nullptr;
     case OpenOutcome::Unsupported:
         qWarning() << "Not a measurement of the instrument:" << path;
         if (!std::exchange(unsupportedDataWarned_, true)) {
@@ -61,14 +73,27 @@ void DatasetLoader::open(const QString& path) {
                                  tr("The data does not seem to originate from a ORVANE INSTRUMENTS Vortiq.\n"
                                     "Tessaly is not designed to handle this data."));
         }
-        return;
+        return nullptr;
     case OpenOutcome::Opened:
         break;
     }
-    session_.inheritPeerSettings(*entry);
+    return entry;
+}
+
+void DatasetLoader::openForSession(const std::vector<PendingSessionFile>& files) {
+    queue_.queueSessionFiles(files);
+    startNext();
+}
+
+int DatasetLoader::openSessionDataset(const QString& path) {
+    std::unique_ptr<DatasetEntry> entry = openEntry(path);
+    if (!entry) {
+        return -1;
+    }
+    entry->displayName = QFileInfo(path).fileName();
     const int id = session_.append(std::move(entry)).id;
     startPreload(id);
-    session_.setActive(id);
+    return id;
 }
 
 void DatasetLoader::startPreload(int id) {
@@ -96,13 +121,21 @@ void DatasetLoader::startNext() {
     // A path that is open by now, or that can't be opened, starts no preload whose end would call the next one.
     while (!queue_.isRunning()) {
         const LoadingQueue::Step next = queue_.takeNext();
-        if (next.kind == LoadingQueue::Step::Kind::Nothing) {
+        switch (next.kind) {
+        case LoadingQueue::Step::Kind::Nothing:
+            emit ranEmpty();
             return;
-        }
-        if (next.kind == LoadingQueue::Step::Kind::Preload) {
+        case LoadingQueue::Step::Kind::Preload:
             startPreload(next.id);
-        } else {
+            break;
+        case LoadingQueue::Step::Kind::OpenForSession:
+            if (const int id = openSessionDataset(next.path); id >= 0) {
+                emit openedForSession(next.sessionIndex, id);
+            }
+            break;
+        case LoadingQueue::Step::Kind::Open:
             open(next.path);
+            break;
         }
     }
 }

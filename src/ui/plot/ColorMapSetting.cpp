@@ -17,9 +17,7 @@ constexpr std::array ColorMapNames = {"Viridis", "Jet", "Jet+", "Plasma", "Quori
 } // namespace
 
 ColorMapSetting::ColorMapSetting(Session& session) : session_(session) {
-    const int stored = QSettings().value(QLatin1String(ColorMapKey), 0).toInt();
-    index_ = stored >= 0 && stored < static_cast<int>(ColorMapNames.size()) ? stored : 0;
-    emit session_.notices().colorMapChanged(index_);
+    show(QSettings().value(QLatin1String(ColorMapKey), 0).toInt());
 }
 
 QStringList ColorMapSetting::names() {
@@ -31,9 +29,13 @@ QStringList ColorMapSetting::names() {
 }
 
 void ColorMapSetting::choose(int index) {
-    index_ = index;
     QSettings().setValue(QLatin1String(ColorMapKey), index);
-    emit session_.notices().colorMapChanged(index);
+    show(index);
+}
+
+void ColorMapSetting::show(int index) {
+    index_ = index >= 0 && index < static_cast<int>(ColorMapNames.size()) ? index : 0;
+    emit session_.notices().colorMapChanged(index_);
 }
 
 } // namespace Tessaly

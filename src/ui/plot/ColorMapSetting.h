@@ -19,6 +19,8 @@ public:
     int index() const { return index_; }
     /// Takes a colour map, stores it and tells SessionNotices::colorMapChanged().
     void choose(int index);
+    /// Takes the colour map of a session without storing it. An index that isn't in the list counts as the first.
+    void show(int index);
 
 private:
     Session& session_;

@@ -18,8 +18,10 @@ public:
     StatusController(Session& session, const DatasetLoader& loader, const PlotController& plot, QLabel& label,
                      QObject* parent);
 
-private:
+    /// Shows a text until there are other news.
     void say(const QString& text);
+
+private:
     void onActiveChanged();
     void onPreloadStarted(int id);
     /// What is shown, if the active dataset is ready.
