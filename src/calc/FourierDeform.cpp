@@ -86,6 +86,8 @@ FourierResult analyze(std::span<const OutlinePoint> points, int harmonics, bool 
     RadialCurve curve = polarCurve(centredHull(points), resample ? parts : fineParts);
     if (resample) {
         curve = resampled(curve);
+    } else {
+        weighByGaps(curve);
     }
     const RebuiltRadii radii = rebuilt(curve, harmonics);
     return {deformationOf(radii.directions, radii.odd), deformationOf(radii.directions, radii.even),

@@ -54,19 +54,6 @@ void sortByAngle(std::vector<PolarPoint>& points) {
     }
 }
 
-/// Half of the gaps on both sides of each angle.
-std::vector<double> gapWeights(const std::vector<double>& angles) {
-    const std::size_t count = angles.size();
-    const auto gap = [&angles](std::size_t from, std::size_t to) {
-        return std::fmod(angles[to] - angles[from] + 2.0 * pi, 2.0 * pi);
-    };
-    std::vector<double> weights;
-    for (std::size_t i = 0; i < count; ++i) {
-        weights.push_back(0.5 * (gap((i + count - 1) % count, i) + gap(i, (i + 1) % count)));
-    }
-    return weights;
-}
-
 /// The angles j * 2 pi / 100.
 const std::vector<double>& gridAngles() {
     static const std::vector<double> angles = [] {
@@ -140,17 +127,32 @@ RadialCurve polarCurve(std::span<const std::pair<double, double>> corners, std::
         sortByAngle(points);
     }
     RadialCurve curve;
+    curve.angles.reserve(points.size());
+    curve.radii.reserve(points.size());
     for (const PolarPoint& point : points) {
         curve.angles.push_back(point.angle);
         curve.radii.push_back(point.radius);
     }
-    curve.weights = gapWeights(curve.angles);
     return curve;
+}
+
+void weighByGaps(RadialCurve& curve) {
+    const std::vector<double>& angles = curve.angles;
+    const std::size_t count = angles.size();
+    const auto gap = [&angles](std::size_t from, std::size_t to) {
+        return std::fmod(angles[to] - angles[from] + 2.0 * pi, 2.0 * pi);
+    };
+    curve.weights.clear();
+    for (std::size_t i = 0; i < count; ++i) {
+        curve.weights.push_back(0.5 * (gap((i + count - 1) % count, i) + gap(i, (i + 1) % count)));
+    }
 }
 
 RadialCurve resampled(const RadialCurve& curve) {
     std::vector<double> angles{0.0}; // the place of the last point, a turn earlier
     std::vector<double> radii{0.0};
+    angles.reserve(curve.angles.size() + 2);
+    radii.reserve(curve.angles.size() + 2);
     for (std::size_t i = 0; i < curve.angles.size(); ++i) {
         if (i == 0 || curve.angles[i] != curve.angles[i - 1]) {
             angles.push_back(curve.angles[i]);

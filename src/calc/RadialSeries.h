@@ -25,13 +25,16 @@ struct RebuiltRadii {
     Waves directions;                   ///< of the angles
 };
 
-/// Radius over angle around the origin, of the closed polygon with these corners, each edge cut into equal parts.
-/// Throws std::runtime_error if a coordinate is NaN.
+/// Radius over angle around the origin, of the closed polygon with these corners, each edge cut into equal parts. It
+/// has no weights yet. Throws std::runtime_error if a coordinate is NaN.
 RadialCurve polarCurve(std::span<const std::pair<double, double>> corners, std::size_t partsPerEdge);
 
 /// The curve at 100 equal angles from 0 on, linear in the angle between its points, equal angles counting once.
 /// Throws std::runtime_error if the curve has fewer than two different angles.
 RadialCurve resampled(const RadialCurve& curve);
+
+/// Weighs each angle by half of the gaps on both sides of it.
+void weighByGaps(RadialCurve& curve);
 
 /// Expands a curve into orders 0 to `harmonics` - 1 and sums up those that are odd, even, and all.
 RebuiltRadii rebuilt(const RadialCurve& curve, int harmonics);
