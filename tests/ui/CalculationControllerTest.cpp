@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QPointer>
 #include <QProgressBar>
+#include <QSet>
 #include <QTableWidget>
 #include <qwt_scale_div.h>
 
@@ -200,6 +201,17 @@ TEST_F(CalculationControllerTest, FourierDeformationOfAllNamesTheDatasetAndItNee
         // An ellipse is as good as symmetrical: what its odd harmonics add to the circle is small.
         EXPECT_LT(dataset->reader->getFeature("deform_odd")[0], dataset->reader->getFeature("deform_fc")[0]);
     }
+    session.remove(session.datasets().front()->id);
+    formats.clear();
+    click(3, "fourierButton");
+    ASSERT_TRUE(waitForEnd(2));
+    EXPECT_TRUE(formats.contains("Dataset 1 of 1 — %p%")) << "also where all are one";
+    click(3, "fourierApplyToAll");
+    formats.clear();
+    click(3, "fourierButton");
+    ASSERT_TRUE(waitForEnd(3));
+    EXPECT_EQ(QSet<QString>(formats.begin(), formats.end()), QSet<QString>({"%p%"}));
+    click(3, "fourierApplyToAll");
     const auto* sources = conditions.findChild<QComboBox*>("deformationSourceCombo");
     EXPECT_EQ(sources->count(), 3);
     EXPECT_FALSE(sources->isVisibleTo(&conditions));
