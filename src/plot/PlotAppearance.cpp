@@ -16,11 +16,8 @@ PlotAppearance::PlotAppearance(QwtPlot& plot)
         frameStyle_ = frame->frameStyle();
     }
     for (int axis = 0; axis < QwtAxis::AxisPositions; ++axis) {
-        const QwtScaleDraw* draw = plot.axisScaleDraw(axis);
         axes_[static_cast<std::size_t>(axis)] = {plot.isAxisVisible(axis), plot.plotLayout()->canvasMargin(axis),
-                                                 plot.plotLayout()->alignCanvasToScale(axis),
-                                                 draw->hasComponent(QwtAbstractScaleDraw::Ticks),
-                                                 draw->hasComponent(QwtAbstractScaleDraw::Labels)};
+                                                 plot.plotLayout()->alignCanvasToScale(axis)};
     }
 }
 
@@ -37,21 +34,11 @@ void PlotAppearance::applyForPrint() {
     for (int axis = 0; axis < QwtAxis::AxisPositions; ++axis) {
         plot_.plotLayout()->setCanvasMargin(0, axis);
     }
-    for (const int axis : {int(QwtAxis::XTop), int(QwtAxis::YRight)}) {
-        if (!plot_.isAxisVisible(axis)) {
-            plot_.setAxisVisible(axis, true);
-            plot_.axisScaleDraw(axis)->enableComponent(QwtAbstractScaleDraw::Labels, false);
-            plot_.axisScaleDraw(axis)->enableComponent(QwtAbstractScaleDraw::Ticks, false);
-        }
-    }
-    plot_.updateLayout();
 }
 
 PlotAppearance::~PlotAppearance() {
     for (int axis = 0; axis < QwtAxis::AxisPositions; ++axis) {
         const Axis& before = axes_[static_cast<std::size_t>(axis)];
-        plot_.axisScaleDraw(axis)->enableComponent(QwtAbstractScaleDraw::Ticks, before.hasTicks);
-        plot_.axisScaleDraw(axis)->enableComponent(QwtAbstractScaleDraw::Labels, before.hasLabels);
         plot_.setAxisVisible(axis, before.visible);
         plot_.plotLayout()->setAlignCanvasToScale(axis, before.aligned);
         plot_.plotLayout()->setCanvasMargin(before.margin, axis);

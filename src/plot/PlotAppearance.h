@@ -3,7 +3,6 @@
 #include <QBrush>
 #include <QPalette>
 #include <qwt_axis.h>
-#include <qwt_scale_draw.h>
 
 #include <array>
 
@@ -20,8 +19,9 @@ public:
     PlotAppearance(const PlotAppearance&) = delete;
     PlotAppearance& operator=(const PlotAppearance&) = delete;
 
-    /// The look on paper: white, without the canvas's frame and margins, with axes on all four sides. Those that were
-    /// hidden have neither numbers nor ticks.
+    /// The look on paper: white, without the canvas's frame and margins. The frame about the canvas comes from the
+    /// renderer, which draws all four sides, so that hidden axes needn't be shown for it: that would lay out the window
+    /// anew.
     void applyForPrint();
 
 private:
@@ -29,8 +29,6 @@ private:
         bool visible;
         int margin;   ///< of the canvas on that side
         bool aligned; ///< canvas to scale
-        bool hasTicks;
-        bool hasLabels;
     };
 
     QwtPlot& plot_;

@@ -4,6 +4,7 @@
 #include "ui/MainPanels.h"
 #include "ui/ToolWindows.h"
 #include "ui/datasets/DatasetController.h"
+#include "ui/files/ExportController.h"
 #include "ui/files/SessionController.h"
 #include "ui/plot/ColorMapSetting.h"
 
@@ -55,6 +56,18 @@ std::vector<Menu> menuTable(const MainMenuTargets& to) {
              {"clearSessionAction", tr("&Clear Session"), {}, [&to = to.sessions] { to.clearSession(); }},
              {},
              {"exitAction", tr("E&xit"), QKeySequence::Quit, [&to = to.window] { to.close(); }},
+         }},
+        {"exportMenu",
+         tr("&Export"),
+         {
+             {"exportPlotAction", tr("Export &Plot..."), QKeySequence(tr("Ctrl+E")),
+              [&to = to.exports] { to.exportPlot(); }},
+             {"exportDataAction", tr("Export &Data..."), QKeySequence(tr("Ctrl+Shift+E")),
+              [&to = to.exports] { to.exportData(); }},
+             {"exportSummaryAction",
+              tr("Export Statistical &Summary..."),
+              {},
+              [&to = to.exports] { to.exportStatSummary(); }},
          }},
         {"viewMenu", tr("&View"), {}},
         {"toolWindowsMenu",

@@ -8,6 +8,7 @@ class ColorMapSetting;
 class DatasetController;
 class SessionController;
 class SessionNotices;
+class ExportController;
 class ToolWindows;
 struct MainPanels;
 
@@ -17,6 +18,7 @@ struct MainMenuTargets {
     const MainPanels& panels;
     ColorMapSetting& colorMap;
     DatasetController& datasets;
+    ExportController& exports;
     ToolWindows& tools;
     SessionController& sessions;
     const SessionNotices& news;

@@ -44,12 +44,13 @@ MainWindow::MainWindow(QWidget* parent)
       plot_(session_, emodulus_, *panels_.plot, *panels_.plotSettings, *panels_.calculations, this),
       status_(session_, loader_, plot_, *panels_.status, this),
       colorMap_(session_),
+      exports_(session_, *panels_.plot, this),
       tools_(session_, *this, this),
       sessions_(session_, loader_, colorMap_, tools_, this) {
     setObjectName(QStringLiteral("mainWindow"));
     connectPlot();
     connectCalculations();
-    buildMainMenu({*this, panels_, colorMap_, datasets_, tools_, sessions_, session_.notices()});
+    buildMainMenu({*this, panels_, colorMap_, datasets_, exports_, tools_, sessions_, session_.notices()});
     connectDocks();
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
     resize(sizeOnScreen(QSize(1400, 900), minimumSizeHint(), screen()->availableSize() - FrameSize));

@@ -14,6 +14,7 @@
 #include "ui/datasets/NameController.h"
 #include "ui/event/EventController.h"
 #include "ui/event/MetadataController.h"
+#include "ui/files/ExportController.h"
 #include "ui/files/SessionController.h"
 #include "ui/filters/FilterController.h"
 #include "ui/filters/PolygonController.h"
@@ -84,6 +85,9 @@ public slots:
     void saveSession() { sessions_.saveSession(); }
     void loadSession() { sessions_.loadSession(); }
     void clearSession() { sessions_.clearSession(); }
+    void exportData() { exports_.exportData(); }
+    void exportStatSummary() { exports_.exportStatSummary(); }
+    void exportPlot() { exports_.exportPlot(); }
     void openFilterGroupsMatrixWindow() { tools_.openFilterGroupsMatrix(); }
 
 protected:
@@ -114,6 +118,7 @@ private:
     PlotController plot_;
     StatusController status_;
     ColorMapSetting colorMap_;
+    ExportController exports_;
     ToolWindows tools_;
     SessionController sessions_;
     bool exceptionDialogOpen_ = false;

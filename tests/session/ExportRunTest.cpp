@@ -257,7 +257,7 @@ TEST_F(Export, ClosingBoxes) {
         all.next();
     }
     EXPECT_EQ(all.closing(), (UserMessage{Kind::Information, "Export", "Exported 2 dataset(s) successfully."}));
-    EXPECT_EQ(featuresOfAll(session_), (std::vector<std::string>{"area_um", "deform"}));
+    EXPECT_EQ(featuresOfAll(session_.datasets()), (std::vector<std::string>{"area_um", "deform"}));
 }
 
 } // namespace Tessaly

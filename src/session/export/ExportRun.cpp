@@ -128,9 +128,9 @@ bool isTaken(const QString& path) {
 
 } // namespace
 
-std::vector<std::string> featuresOfAll(const Session& session) {
+std::vector<std::string> featuresOfAll(const std::vector<std::unique_ptr<DatasetEntry>>& datasets) {
     std::set<std::string> names;
-    for (const auto& dataset : session.datasets()) {
+    for (const auto& dataset : datasets) {
         if (!dataset->reader) {
             continue;
         }

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,7 +24,7 @@ struct ExportResult {
 };
 
 /// Scalar features that at least one dataset has, in rising order: what the export dialogs list.
-std::vector<std::string> featuresOfAll(const Session& session);
+std::vector<std::string> featuresOfAll(const std::vector<std::unique_ptr<DatasetEntry>>& datasets);
 
 /// Where an export of the dataset goes: a name that no file bears yet.
 QString exportPath(const DatasetEntry& dataset, const ExportConfig& config);
