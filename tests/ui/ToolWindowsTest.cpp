@@ -222,6 +222,7 @@ TEST_F(ToolWindowsTest, AnEventCanBeChosenForAReadyDatasetThatHasIt) {
 TEST_F(ToolWindowsTest, TheMenusHoldTheirEntriesInOrder) {
     const std::vector<std::pair<QString, QStringList>> expected{
         {"&File", {"&Open...", "", "&Save Session...", "&Load Session...", "", "&Clear Session", "", "E&xit"}},
+        {"&Export", {"Export &Plot...", "Export &Data...", "Export Statistical &Summary..."}},
         {"&View", {"Datasets", "Filters", "Calculations", "Metadata", "Plot Statistics"}},
         {"&Tool Windows", {"Filter Groups &Matrix..."}},
         {"&Settings", {"Color &Map"}},
