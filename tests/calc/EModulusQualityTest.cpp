@@ -233,6 +233,18 @@ TEST(EModulusCoverageTest, OutlineAndEventsAreInTheMeasurementsPlane) {
     EXPECT_EQ(coverageOf(trapezium().view(), area, {}, events, params).events.size(), 0U);
 }
 
+TEST(EModulusCoverageTest, ATableNeedsNotBeginAtNothing) {
+    const SmallTable corner(EModulusLut{{20, 100, 20}, {0.1, 0.2, 0.5}, {1, 2, 3}});
+    const std::vector<Edge> outline = sorted(coverageOf(corner.view(), {}, {}, {}, {}).outline);
+    const std::vector<Edge> expected{{20, 0.1, 20, 0.5}, {20, 0.1, 100, 0.2}, {20, 0.5, 100, 0.2}};
+    ASSERT_EQ(outline.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            EXPECT_NEAR(outline[i][k], expected[i][k], 1e-12) << i << ' ' << k;
+        }
+    }
+}
+
 // The counts are SciPy's, as above.
 TEST(EModulusCoverageTest, CountsAreThoseOfTheAssessment) {
     const TemporaryFolder folder;
