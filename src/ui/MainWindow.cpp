@@ -119,6 +119,8 @@ void MainWindow::connectPlot() {
         status_.say(text);
         panels_.status->repaint(); // the files of a session are looked at without a pause
     });
+    connect(&sessions_, &SessionController::eventRestored, &events_,
+            [this](int id, int event) { selectEvent(id, event); });
     connect(&sessions_, &SessionController::aboutToSave, &events_, &EventController::finishTyping);
     // What follows a refresh, in this order: counts, statistics, selection.
     connect(&plot_, &PlotController::frameChanged, &filters_, [this] { filters_.showCounts(plot_); });

@@ -31,5 +31,7 @@ std::vector<TourStep> gateSteps();
 std::vector<TourStep> matrixSteps();
 /// Colour maps, refused files, small window, and the end of the session.
 std::vector<TourStep> windowSteps();
+/// A session saved, loaded from where it was moved to, with files that are missing or have changed.
+std::vector<TourStep> sessionSteps();
 
 } // namespace Tessaly

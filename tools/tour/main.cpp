@@ -54,7 +54,7 @@ void watchForDialogs(QTimer& timer) {
 
 int walk(Tour& tour) {
     for (const auto& part : {loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), matrixSteps(), gateSteps(),
-                             calculationSteps(), windowSteps()}) {
+                             calculationSteps(), windowSteps(), sessionSteps()}) {
         for (const TourStep& step : part) {
             try {
                 step.run(tour);

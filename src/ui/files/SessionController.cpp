@@ -16,6 +16,7 @@
 #include <QScopeGuard>
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 namespace Tessaly {
@@ -200,10 +201,17 @@ void SessionController::apply(SessionLoad& load) {
     session_.setActive(-1);
     const int active = restoreSession(session_, load);
     colorMap_.show(load.document.colorMapIndex);
+    const DatasetEntry* shown = session_.findById(active);
+    const int event = shown ? shown->currentEventIndex : -1;
     session_.setActive(active);
+    emit eventRestored(active, event);
     tools_.reopen(load.document, load.indexToId);
-    const auto count = std::ranges::count_if(
-        load.indexToId, [this](const auto& numbers) { return session_.findById(numbers.second) != nullptr; });
+    std::unordered_set<int> restored;
+    for (const auto& [index, id] : load.indexToId) {
+        restored.insert(id);
+    }
+    const auto count =
+        std::ranges::count_if(session_.datasets(), [&](const auto& entry) { return restored.contains(entry->id); });
     emit statusChanged(tr("Session loaded: %1 dataset(s)").arg(count));
 }
 

@@ -47,6 +47,8 @@ signals:
     /// The records are about to be read: what is still being typed has to be in them.
     void aboutToSave();
     void statusChanged(const QString& text);
+    /// The dataset to be shown is shown; the user was looking at this event of it, which filters may leave out.
+    void eventRestored(int datasetId, int event);
 
 private:
     bool isEmpty() const;
