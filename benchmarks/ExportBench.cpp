@@ -81,7 +81,8 @@ std::string featureName(std::size_t i) {
 /// A file without events of its own; the columns are put into the reader.
 std::unique_ptr<VQDReader> readerOfColumns(std::size_t columns, std::size_t events) {
     initializeHdf5();
-    const std::string path = folder().file("empty.vqd");
+    static int count = 0; // a file that is open can't be made anew
+    const std::string path = folder().file("empty" + std::to_string(count++) + ".vqd");
     H5Fclose(checked(H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT)));
     auto reader = std::make_unique<VQDReader>();
     reader->open(path);
