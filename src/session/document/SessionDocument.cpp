@@ -71,27 +71,27 @@ QJsonObject fingerprintToJson(const Fingerprint& fingerprint) {
 QJsonObject datasetToJson(const SessionDataset& dataset) {
     const auto text = [](const std::string& value) { return QString::fromStdString(value); };
     // In the order in which they are written, which is the fastest to build.
-    return {{"colorFeatureName", text(dataset.colorFeatureName)},
-            {"contourFraction1", dataset.contourFraction1},
-            {"contourFraction2", dataset.contourFraction2},
-            {"contourMode", dataset.contourMode},
-            {"ctcApplied", dataset.ctcApplied},
-            {"ctcChannels", numbersToJson(dataset.ctcChannels)},
-            {"currentEventIndex", dataset.currentEventIndex},
-            {"displayName", dataset.displayName},
-            {"duplicateOfIndex", dataset.duplicateOfIndex},
-            {"emodApplied", dataset.emodApplied},
-            {"filePath", dataset.filePath},
-            {"filter", filterToJson(dataset.filter)},
-            {"fingerprint", fingerprintToJson(dataset.fingerprint)},
-            {"flRefinementApplied", dataset.flRefinementApplied},
-            {"groupEnabled", groupSwitchesToJson(dataset.groupEnabled)},
-            {"isDuplicate", dataset.isDuplicate},
-            {"scaleXMode", dataset.scaleXMode},
-            {"scaleYMode", dataset.scaleYMode},
-            {"spilloverMatrix", numbersToJson(dataset.spilloverMatrix)},
-            {"xFeatureName", text(dataset.xFeatureName)},
-            {"yFeatureName", text(dataset.yFeatureName)}};
+    return {{QStringLiteral("colorFeatureName"), text(dataset.colorFeatureName)},
+            {QStringLiteral("contourFraction1"), dataset.contourFraction1},
+            {QStringLiteral("contourFraction2"), dataset.contourFraction2},
+            {QStringLiteral("contourMode"), dataset.contourMode},
+            {QStringLiteral("ctcApplied"), dataset.ctcApplied},
+            {QStringLiteral("ctcChannels"), numbersToJson(dataset.ctcChannels)},
+            {QStringLiteral("currentEventIndex"), dataset.currentEventIndex},
+            {QStringLiteral("displayName"), dataset.displayName},
+            {QStringLiteral("duplicateOfIndex"), dataset.duplicateOfIndex},
+            {QStringLiteral("emodApplied"), dataset.emodApplied},
+            {QStringLiteral("filePath"), dataset.filePath},
+            {QStringLiteral("filter"), filterToJson(dataset.filter)},
+            {QStringLiteral("fingerprint"), fingerprintToJson(dataset.fingerprint)},
+            {QStringLiteral("flRefinementApplied"), dataset.flRefinementApplied},
+            {QStringLiteral("groupEnabled"), groupSwitchesToJson(dataset.groupEnabled)},
+            {QStringLiteral("isDuplicate"), dataset.isDuplicate},
+            {QStringLiteral("scaleXMode"), dataset.scaleXMode},
+            {QStringLiteral("scaleYMode"), dataset.scaleYMode},
+            {QStringLiteral("spilloverMatrix"), numbersToJson(dataset.spilloverMatrix)},
+            {QStringLiteral("xFeatureName"), text(dataset.xFeatureName)},
+            {QStringLiteral("yFeatureName"), text(dataset.yFeatureName)}};
 }
 
 // Reading.

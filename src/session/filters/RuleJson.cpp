@@ -31,17 +31,19 @@ QJsonObject ruleToJson(const FilterRule& rule) {
     for (const auto& [x, y] : rule.polygonVertices) {
         vertices.append(QJsonArray{storable(x), storable(y)});
     }
-    return {{"type", rule.type == FilterRule::Polygon ? "Polygon" : "Range"},
-            {"featureName", text(rule.featureName)},
-            {"featureNameY", text(rule.featureNameY)},
-            {"minValue", storable(rule.minValue)},
-            {"maxValue", storable(rule.maxValue)},
-            {"enabled", rule.enabled},
-            {"inverted", rule.inverted},
-            {"propagationId", text(rule.propagationId)},
-            {"polygonVertices", vertices},
-            {"scaleXMode", rule.scaleXMode},
-            {"scaleYMode", rule.scaleYMode}};
+    // In the order in which they are kept, which is the fastest to build: sessions hold thousands of rules.
+    return {{QStringLiteral("enabled"), rule.enabled},
+            {QStringLiteral("featureName"), text(rule.featureName)},
+            {QStringLiteral("featureNameY"), text(rule.featureNameY)},
+            {QStringLiteral("inverted"), rule.inverted},
+            {QStringLiteral("maxValue"), storable(rule.maxValue)},
+            {QStringLiteral("minValue"), storable(rule.minValue)},
+            {QStringLiteral("polygonVertices"), vertices},
+            {QStringLiteral("propagationId"), text(rule.propagationId)},
+            {QStringLiteral("scaleXMode"), rule.scaleXMode},
+            {QStringLiteral("scaleYMode"), rule.scaleYMode},
+            {QStringLiteral("type"),
+             rule.type == FilterRule::Polygon ? QStringLiteral("Polygon") : QStringLiteral("Range")}};
 }
 
 FilterRule ruleFromJson(const QJsonObject& object) {
