@@ -1,6 +1,7 @@
 #include "session/document/SessionDocument.h"
 
 #include "session/SessionBuilder.h"
+#include "session/document/JsonText.h"
 #include "session/document/SessionRestore.h"
 #include "support/FileSizeLimit.h"
 #include "support/Tools.h"
@@ -14,7 +15,7 @@
 
 #include <gtest/gtest.h>
 
-#include <iostream>
+#include <limits>
 
 namespace Tessaly {
 
@@ -165,6 +166,36 @@ TEST_F(SessionFiles, SavedLoadedAndSavedAgain) {
     second_.combineWindows = saved.combineWindows;
     second_.statEvalWindows = saved.statEvalWindows;
     EXPECT_EQ(sessionToJson(second_).toStdString(), textOf(file).toStdString());
+}
+
+TEST(JsonText, LaidOutLikeTheToolkitsDocuments) {
+    const QJsonObject object{
+        {"a", QJsonArray{}},
+        {"b", QJsonObject{}},
+        {"c \"\\\n", QJsonArray{1, -2.5, 1e300, true, QJsonValue(), QJsonArray{QJsonObject{{"d", 1.0 / 3}}}}},
+        {"e", QString("\t\"q\" \\ Größe 細胞 \U0001F9EA") + QChar(1)}};
+    JsonText json;
+    json.value(QJsonValue(object));
+    const QByteArray written = json.take();
+    // The toolkit writes some control characters in a shorter way.
+    EXPECT_EQ(QByteArray(written).replace("\\u000a", "\\n").replace("\\u0009", "\\t").toStdString(),
+              QJsonDocument(object).toJson().toStdString());
+    json.beginArray();
+    for (const std::string& text :
+         {std::string("plain"), std::string("\xc3\xa4 \"\x1f"), std::string("no \xff text")}) {
+        json.value(text);
+    }
+    json.value(std::numeric_limits<double>::quiet_NaN());
+    json.value(-5e-324);
+    json.value(qint64(9007199254740993));
+    json.endArray();
+    const QJsonArray read = QJsonDocument::fromJson(json.take()).array();
+    EXPECT_EQ(read[0], "plain");
+    EXPECT_EQ(read[1], QString("ä \"") + QChar(0x1f));
+    EXPECT_EQ(read[2], QString("no ") + QChar(0xfffd) + " text");
+    EXPECT_TRUE(read[3].isNull());
+    EXPECT_EQ(read[4].toDouble(), -5e-324);
+    EXPECT_EQ(read[5].toInteger(), 9007199254740993);
 }
 
 TEST_F(SessionFiles, KeysAndTypesAsOtherProgramsSeeThem) {

@@ -3,6 +3,7 @@
 #include "core/FileReplacement.h"
 #include "io/VQDReader.h"
 #include "session/Session.h"
+#include "session/document/JsonText.h"
 #include "session/filters/RuleJson.h"
 
 #include <QCoreApplication>
@@ -31,67 +32,118 @@ UserMessage critical(const QString& text) {
 
 // Writing.
 
-QJsonArray rulesToJson(const std::vector<FilterRule>& rules) {
-    QJsonArray array;
-    for (const FilterRule& rule : rules) {
-        array.append(ruleToJson(rule));
+// In the order in which JSON objects keep their keys, whoever writes them.
+
+constexpr QLatin1StringView operator""_key(const char* text, std::size_t size) {
+    return {text, static_cast<qsizetype>(size)};
+}
+
+void writeCorners(JsonText& json, QLatin1StringView key, const std::vector<std::pair<double, double>>& corners) {
+    json.key(key);
+    json.beginArray();
+    for (const auto& [x, y] : corners) {
+        json.beginArray();
+        json.value(x);
+        json.value(y);
+        json.endArray();
     }
-    return array;
+    json.endArray();
+}
+
+void writeRules(JsonText& json, const std::vector<FilterRule>& rules) {
+    json.key("rules"_key);
+    json.beginArray();
+    for (const FilterRule& rule : rules) {
+        json.beginObject();
+        forEachKey(rule, [&json](QLatin1StringView key, const auto& value) {
+            if constexpr (requires { json.value(value); }) {
+                json.member(key, value);
+            } else {
+                writeCorners(json, key, value);
+            }
+        });
+        json.endObject();
+    }
+    json.endArray();
 }
 
 template <typename Value>
-QJsonArray numbersToJson(const std::vector<Value>& values) {
-    QJsonArray array;
+void writeNumbers(JsonText& json, QLatin1StringView key, const std::vector<Value>& values) {
+    json.key(key);
+    json.beginArray();
     for (const Value value : values) {
-        array.append(value);
+        json.value(value);
     }
-    return array;
+    json.endArray();
 }
 
-QJsonArray groupSwitchesToJson(const std::vector<std::pair<int, bool>>& switches) {
-    QJsonArray array;
+void writeFilter(JsonText& json, const EventFilter& filter) {
+    json.key("filter"_key);
+    json.beginObject();
+    json.member("combineMode"_key, filter.combineMode() == EventFilter::ShowPassing ? "AND"_key : "NOT"_key);
+    json.member("enabled"_key, filter.isEnabled());
+    writeRules(json, filter.rules());
+    json.endObject();
+}
+
+void writeFingerprint(JsonText& json, const Fingerprint& fingerprint) {
+    json.key("fingerprint"_key);
+    json.beginObject();
+    json.member("eventCount"_key, fingerprint.eventCount);
+    json.member("featureHash"_key, fingerprint.featureHash);
+    json.member("fileSize"_key, fingerprint.fileSize);
+    json.endObject();
+}
+
+void writeGroupSwitches(JsonText& json, const std::vector<std::pair<int, bool>>& switches) {
+    json.key("groupEnabled"_key);
+    json.beginArray();
     for (const auto& [id, enabled] : switches) {
-        array.append(QJsonObject{{"enabled", enabled}, {"groupId", id}});
+        json.beginObject();
+        json.member("enabled"_key, enabled);
+        json.member("groupId"_key, id);
+        json.endObject();
     }
-    return array;
+    json.endArray();
 }
 
-QJsonObject filterToJson(const EventFilter& filter) {
-    return {{"combineMode", filter.combineMode() == EventFilter::ShowPassing ? "AND" : "NOT"},
-            {"enabled", filter.isEnabled()},
-            {"rules", rulesToJson(filter.rules())}};
+void writeDataset(JsonText& json, const SessionDataset& dataset) {
+    json.beginObject();
+    json.member("colorFeatureName"_key, dataset.colorFeatureName);
+    json.member("contourFraction1"_key, dataset.contourFraction1);
+    json.member("contourFraction2"_key, dataset.contourFraction2);
+    json.member("contourMode"_key, static_cast<int>(dataset.contourMode));
+    json.member("ctcApplied"_key, dataset.ctcApplied);
+    writeNumbers(json, "ctcChannels"_key, dataset.ctcChannels);
+    json.member("currentEventIndex"_key, dataset.currentEventIndex);
+    json.member("displayName"_key, dataset.displayName);
+    json.member("duplicateOfIndex"_key, dataset.duplicateOfIndex);
+    json.member("emodApplied"_key, dataset.emodApplied);
+    json.member("filePath"_key, dataset.filePath);
+    writeFilter(json, dataset.filter);
+    writeFingerprint(json, dataset.fingerprint);
+    json.member("flRefinementApplied"_key, dataset.flRefinementApplied);
+    writeGroupSwitches(json, dataset.groupEnabled);
+    json.member("isDuplicate"_key, dataset.isDuplicate);
+    json.member("scaleXMode"_key, static_cast<int>(dataset.scaleXMode));
+    json.member("scaleYMode"_key, static_cast<int>(dataset.scaleYMode));
+    writeNumbers(json, "spilloverMatrix"_key, dataset.spilloverMatrix);
+    json.member("xFeatureName"_key, dataset.xFeatureName);
+    json.member("yFeatureName"_key, dataset.yFeatureName);
+    json.endObject();
 }
 
-QJsonObject fingerprintToJson(const Fingerprint& fingerprint) {
-    return {{"eventCount", fingerprint.eventCount},
-            {"featureHash", fingerprint.featureHash},
-            {"fileSize", fingerprint.fileSize}};
-}
-
-QJsonObject datasetToJson(const SessionDataset& dataset) {
-    const auto text = [](const std::string& value) { return QString::fromStdString(value); };
-    // In the order in which they are written, which is the fastest to build.
-    return {{QStringLiteral("colorFeatureName"), text(dataset.colorFeatureName)},
-            {QStringLiteral("contourFraction1"), dataset.contourFraction1},
-            {QStringLiteral("contourFraction2"), dataset.contourFraction2},
-            {QStringLiteral("contourMode"), dataset.contourMode},
-            {QStringLiteral("ctcApplied"), dataset.ctcApplied},
-            {QStringLiteral("ctcChannels"), numbersToJson(dataset.ctcChannels)},
-            {QStringLiteral("currentEventIndex"), dataset.currentEventIndex},
-            {QStringLiteral("displayName"), dataset.displayName},
-            {QStringLiteral("duplicateOfIndex"), dataset.duplicateOfIndex},
-            {QStringLiteral("emodApplied"), dataset.emodApplied},
-            {QStringLiteral("filePath"), dataset.filePath},
-            {QStringLiteral("filter"), filterToJson(dataset.filter)},
-            {QStringLiteral("fingerprint"), fingerprintToJson(dataset.fingerprint)},
-            {QStringLiteral("flRefinementApplied"), dataset.flRefinementApplied},
-            {QStringLiteral("groupEnabled"), groupSwitchesToJson(dataset.groupEnabled)},
-            {QStringLiteral("isDuplicate"), dataset.isDuplicate},
-            {QStringLiteral("scaleXMode"), dataset.scaleXMode},
-            {QStringLiteral("scaleYMode"), dataset.scaleYMode},
-            {QStringLiteral("spilloverMatrix"), numbersToJson(dataset.spilloverMatrix)},
-            {QStringLiteral("xFeatureName"), text(dataset.xFeatureName)},
-            {QStringLiteral("yFeatureName"), text(dataset.yFeatureName)}};
+void writeGroups(JsonText& json, const std::vector<FilterGroup>& groups) {
+    json.key("filterGroups"_key);
+    json.beginArray();
+    for (const FilterGroup& group : groups) {
+        json.beginObject();
+        json.member("id"_key, group.id);
+        json.member("name"_key, group.name);
+        writeRules(json, group.rules);
+        json.endObject();
+    }
+    json.endArray();
 }
 
 // Reading.
@@ -266,27 +318,28 @@ SessionDocument captureSession(const Session& session, const QString& sessionPat
 }
 
 QByteArray sessionToJson(const SessionDocument& document) {
-    QJsonArray datasets;
+    JsonText json;
+    json.beginObject();
+    json.member("combineWindows"_key, QJsonValue(document.combineWindows));
+    json.key("datasets"_key);
+    json.beginArray();
     for (const SessionDataset& dataset : document.datasets) {
-        datasets.append(datasetToJson(dataset));
+        writeDataset(json, dataset);
     }
-    QJsonArray groups;
-    for (const FilterGroup& group : document.filterGroups) {
-        groups.append(QJsonObject{
-            {"id", group.id}, {"name", QString::fromStdString(group.name)}, {"rules", rulesToJson(group.rules)}});
-    }
-    const QJsonObject mainWindow{{"activeDatasetIndex", document.activeDatasetIndex},
-                                 {"colorMapIndex", document.colorMapIndex},
-                                 {"expertMode", document.expertMode}};
-    return QJsonDocument(QJsonObject{{"combineWindows", document.combineWindows},
-                                     {"datasets", datasets},
-                                     {"filterGroups", groups},
-                                     {"mainWindow", mainWindow},
-                                     {"nextGroupId", document.nextGroupId},
-                                     {"savedAt", document.savedAt},
-                                     {"statEvalWindows", document.statEvalWindows},
-                                     {"version", SessionDocument::currentVersion}})
-        .toJson(QJsonDocument::Indented);
+    json.endArray();
+    writeGroups(json, document.filterGroups);
+    json.key("mainWindow"_key);
+    json.beginObject();
+    json.member("activeDatasetIndex"_key, document.activeDatasetIndex);
+    json.member("colorMapIndex"_key, document.colorMapIndex);
+    json.member("expertMode"_key, document.expertMode);
+    json.endObject();
+    json.member("nextGroupId"_key, document.nextGroupId);
+    json.member("savedAt"_key, document.savedAt);
+    json.member("statEvalWindows"_key, QJsonValue(document.statEvalWindows));
+    json.member("version"_key, SessionDocument::currentVersion);
+    json.endObject();
+    return json.take();
 }
 
 SessionReading sessionFromJson(const QByteArray& json) {

@@ -3,21 +3,25 @@
 #include <QJsonArray>
 #include <QLatin1String>
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
-
 namespace Tessaly {
 
 namespace {
 
-QString text(const std::string& utf8) {
+QJsonValue jsonOf(const std::string& utf8) {
     return QString::fromStdString(utf8);
 }
 
-double storable(double value) {
-    constexpr double largest = std::numeric_limits<double>::max();
-    return std::isinf(value) ? std::copysign(largest, value) : value;
+QJsonValue jsonOf(const std::vector<std::pair<double, double>>& corners) {
+    QJsonArray array;
+    for (const auto& [x, y] : corners) {
+        array.append(QJsonArray{x, y});
+    }
+    return array;
+}
+
+template <typename Plain>
+QJsonValue jsonOf(Plain value) {
+    return QJsonValue(value);
 }
 
 std::string textOf(const QJsonObject& object, QLatin1String key) {
@@ -27,23 +31,9 @@ std::string textOf(const QJsonObject& object, QLatin1String key) {
 } // namespace
 
 QJsonObject ruleToJson(const FilterRule& rule) {
-    QJsonArray vertices;
-    for (const auto& [x, y] : rule.polygonVertices) {
-        vertices.append(QJsonArray{storable(x), storable(y)});
-    }
-    // In the order in which they are kept, which is the fastest to build: sessions hold thousands of rules.
-    return {{QStringLiteral("enabled"), rule.enabled},
-            {QStringLiteral("featureName"), text(rule.featureName)},
-            {QStringLiteral("featureNameY"), text(rule.featureNameY)},
-            {QStringLiteral("inverted"), rule.inverted},
-            {QStringLiteral("maxValue"), storable(rule.maxValue)},
-            {QStringLiteral("minValue"), storable(rule.minValue)},
-            {QStringLiteral("polygonVertices"), vertices},
-            {QStringLiteral("propagationId"), text(rule.propagationId)},
-            {QStringLiteral("scaleXMode"), rule.scaleXMode},
-            {QStringLiteral("scaleYMode"), rule.scaleYMode},
-            {QStringLiteral("type"),
-             rule.type == FilterRule::Polygon ? QStringLiteral("Polygon") : QStringLiteral("Range")}};
+    QJsonObject object;
+    forEachKey(rule, [&object](QLatin1StringView key, const auto& value) { object.insert(key, jsonOf(value)); });
+    return object;
 }
 
 FilterRule ruleFromJson(const QJsonObject& object) {
