@@ -109,8 +109,9 @@ void FeatureChecklist::uncheckAll() {
     }
 }
 
-void FeatureChecklist::setListHeight(int height) {
-    list_->setMaximumHeight(height);
+void FeatureChecklist::setListHeight(int minimum, int maximum) {
+    list_->setMinimumHeight(minimum);
+    list_->setMaximumHeight(maximum);
 }
 
 void markAsOfOthers(QCheckBox& box, bool marked) {

@@ -38,8 +38,8 @@ public:
     void checkShown();
     /// Unchecks all boxes, hidden ones too.
     void uncheckAll();
-    /// Height of the list at most, in pixels.
-    void setListHeight(int height);
+    /// Height of the list at least and at most, in pixels.
+    void setListHeight(int minimum, int maximum = QWIDGETSIZE_MAX);
 
 signals:
     void selectAllClicked();

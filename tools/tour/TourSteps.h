@@ -29,6 +29,8 @@ std::vector<TourStep> datasetSteps();
 std::vector<TourStep> gateSteps();
 /// The matrix of filter groups and datasets.
 std::vector<TourStep> matrixSteps();
+/// Figures, tables and the summary.
+std::vector<TourStep> exportSteps();
 /// Colour maps, refused files, small window, and the end of the session.
 std::vector<TourStep> windowSteps();
 /// A session saved, loaded from where it was moved to, with files that are missing or have changed.

@@ -66,7 +66,7 @@ QGroupBox* ExportDialog::makeScopeGroup(std::size_t count) {
     allDatasets_ = makeChoice<QRadioButton>(tr("All datasets (%1)").arg(count), "allDatasetsRadio");
     currentDataset_->setChecked(true);
     allDatasets_->setEnabled(count >= 2);
-    return makeGroup(tr("Export Scope"), {currentDataset_, allDatasets_});
+    return makeGroup(tr("Export Scope"), {makeRow({currentDataset_, allDatasets_})});
 }
 
 QGroupBox* ExportDialog::makeFormatGroup() {
@@ -74,7 +74,7 @@ QGroupBox* ExportDialog::makeFormatGroup() {
     tsv_ = makeChoice<QRadioButton>(tr(".tsv (Tab-separated)"), "tsvRadio");
     avi_ = makeChoice<QRadioButton>(tr(".avi (Video)"), "aviRadio");
     vqd_->setChecked(true);
-    return makeGroup(tr("Export Format"), {vqd_, tsv_, avi_});
+    return makeGroup(tr("Export Format"), {makeRow({vqd_, tsv_, avi_})});
 }
 
 QGroupBox* ExportDialog::makeVideoGroup(bool expertMode) {
@@ -85,14 +85,14 @@ QGroupBox* ExportDialog::makeVideoGroup(bool expertMode) {
         tr("Skip duplicate frames (exclude multiple events from the same video frame)"), "skipDuplicatesBox");
     reanalysis_ =
         makeChoice<QCheckBox>(tr("For reanalysis (prepend 100 frames of the average image)"), "reanalysisBox");
-    videoGroup_ = makeGroup(tr("AVI Options"), {mjpeg_, raw_, skipDuplicates_, reanalysis_});
+    videoGroup_ = makeGroup(tr("AVI Options"), {makeRow({mjpeg_, raw_}), skipDuplicates_, reanalysis_});
     reanalysis_->setVisible(expertMode);
     return videoGroup_;
 }
 
 QGroupBox* ExportDialog::makeFeatureGroup() {
-    static constexpr int RoomForRows = 180;
-    features_->setMinimumHeight(RoomForRows);
+    static constexpr int RoomForRows = 130;
+    features_->setListHeight(RoomForRows);
     return makeGroup(tr("Scalar Features"), {features_});
 }
 
@@ -100,7 +100,7 @@ QGroupBox* ExportDialog::makePartGroup() {
     images_.box = makeChoice<QCheckBox>(tr("Images"), "imagesBox");
     masks_.box = makeChoice<QCheckBox>(tr("Masks"), "masksBox");
     traces_.box = makeChoice<QCheckBox>(tr("Traces"), "tracesBox");
-    return makeGroup(tr("Non-scalar Data"), {images_.box, masks_.box, traces_.box});
+    return makeGroup(tr("Non-scalar Data"), {makeRow({images_.box, masks_.box, traces_.box})});
 }
 
 QGroupBox* ExportDialog::makeDirectoryGroup() {

@@ -20,6 +20,9 @@ Button* makeChoice(const QString& text, const char* objectName) {
     return button;
 }
 
+/// Widgets side by side, from the left.
+QWidget* makeRow(std::initializer_list<QWidget*> widgets);
+
 /// Widgets, one beneath the other, in a box with a title.
 QGroupBox* makeGroup(const QString& title, std::initializer_list<QWidget*> contents);
 

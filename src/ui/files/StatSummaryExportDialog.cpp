@@ -32,10 +32,9 @@ StatSummaryExportDialog::StatSummaryExportDialog(const DatasetEntry& current,
     features_ = new FeatureChecklist(featuresToExport(current, datasets));
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(makeScopeGroup(datasets.size()));
-    layout->addWidget(makeFeatureGroup());
+    layout->addWidget(makeFeatureGroup(), 1);
     layout->addWidget(makeFigureGroup());
     layout->addWidget(makeFileGroup(current));
-    layout->addStretch();
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel);
     QPushButton* exportButton = buttons->addButton(tr("Export"), QDialogButtonBox::AcceptRole);
     exportButton->setObjectName(QStringLiteral("exportButton"));
@@ -64,8 +63,9 @@ QGroupBox* StatSummaryExportDialog::makeScopeGroup(std::size_t count) {
 }
 
 QGroupBox* StatSummaryExportDialog::makeFeatureGroup() {
+    static constexpr int RoomForRows = 150;
     static constexpr int ListHeight = 200;
-    features_->setListHeight(ListHeight);
+    features_->setListHeight(RoomForRows, ListHeight);
     return makeGroup(tr("Scalar Features"), {features_});
 }
 
@@ -75,16 +75,6 @@ QGroupBox* StatSummaryExportDialog::makeFigureGroup() {
         figures_.push_back({makeChoice<QCheckBox>(text, name), member});
         figures_.back().box->setChecked(Config().*member);
         return figures_.back().box;
-    };
-    const auto row = [](std::initializer_list<QWidget*> widgets) {
-        auto* line = new QWidget;
-        auto* layout = new QHBoxLayout(line);
-        layout->setContentsMargins(0, 0, 0, 0);
-        for (QWidget* widget : widgets) {
-            layout->addWidget(widget);
-        }
-        layout->addStretch();
-        return line;
     };
     static constexpr int PercentileWidth = 90;
     percentile_ = new QDoubleSpinBox;
@@ -98,16 +88,16 @@ QGroupBox* StatSummaryExportDialog::makeFigureGroup() {
     percentile_->setEnabled(false);
 
     QWidget* first =
-        row({figure(tr("N"), "countBox", &Config::count), figure(tr("Median"), "medianBox", &Config::median),
-             figure(tr("IQR"), "iqrBox", &Config::iqr)});
+        makeRow({figure(tr("N"), "countBox", &Config::count), figure(tr("Median"), "medianBox", &Config::median),
+                 figure(tr("IQR"), "iqrBox", &Config::iqr)});
     QCheckBox* q1 = figure(tr("Q1 (25th)"), "q1Box", &Config::q1);
     QCheckBox* q3 = figure(tr("Q3 (75th)"), "q3Box", &Config::q3);
     QCheckBox* percentileOn = figure(tr("Percentile:"), "percentileBox", &Config::percentileOn);
     connect(percentileOn, &QCheckBox::toggled, percentile_, &QWidget::setEnabled);
-    QWidget* second = row({q1, q3, percentileOn, percentile_});
-    QWidget* third = row({figure(tr("Mean"), "meanBox", &Config::mean), figure(tr("SD"), "sdBox", &Config::sd),
-                          figure(tr("SEM"), "semBox", &Config::sem), figure(tr("CV (%)"), "cvBox", &Config::cv)});
-    QWidget* fourth = row({figure(tr("Min"), "minBox", &Config::min), figure(tr("Max"), "maxBox", &Config::max)});
+    QWidget* second = makeRow({q1, q3, percentileOn, percentile_});
+    QWidget* third = makeRow({figure(tr("Mean"), "meanBox", &Config::mean), figure(tr("SD"), "sdBox", &Config::sd),
+                              figure(tr("SEM"), "semBox", &Config::sem), figure(tr("CV (%)"), "cvBox", &Config::cv)});
+    QWidget* fourth = makeRow({figure(tr("Min"), "minBox", &Config::min), figure(tr("Max"), "maxBox", &Config::max)});
     return makeGroup(tr("Statistics"),
                      {first, second, third, fourth, figure(tr("Skewness"), "skewnessBox", &Config::skewness)});
 }
