@@ -54,11 +54,7 @@ void watchForDialogs(QTimer& timer) {
 
 int walk(Tour& tour) {
     for (const auto& part : {loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), matrixSteps(), gateSteps(),
-<<<<<<< HEAD
-                             calculationSteps(), windowSteps(), sessionSteps()}) {
-=======
-                             calculationSteps(), exportSteps(), windowSteps()}) {
->>>>>>> 0e977b9 (Exports in the tour and the manual; dialogs that fit small screens)
+                             calculationSteps(), exportSteps(), windowSteps(), sessionSteps()}) {
         for (const TourStep& step : part) {
             try {
                 step.run(tour);
