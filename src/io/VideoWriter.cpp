@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstdint>
 #include <fstream>
+#include <future>
 #include <optional>
 #include <unordered_set>
 #include <vector>
@@ -71,8 +72,8 @@ private:
 /// The camera's frame of each event, as far as it is known.
 class FrameNumbers {
 public:
-    FrameNumbers(VQDReader& reader, bool wanted) {
-        if (wanted && reader.hasFeature("frame")) {
+    explicit FrameNumbers(VQDReader& reader) {
+        if (reader.hasFeature("frame")) {
             numbers_ = reader.getFeature("frame");
         }
     }
@@ -138,8 +139,24 @@ public:
         }
     }
 
-    void writeEvents(bool skipDuplicates) {
-        FrameNumbers frames(reader_, skipDuplicates);
+    /// While one batch of pictures is written, the next one is read.
+    void writeEvents() {
+        std::future<Batch> ahead = readAhead(0);
+        for (std::size_t first = 0; first < events_.size(); first += eventsAtOnce) {
+            Batch batch = ahead.get();
+            ahead = readAhead(first + eventsAtOnce);
+            for (std::vector<std::uint8_t>& pixels : batch) {
+                if (!pixels.empty()) {
+                    write({size_, CV_8U, pixels.data()});
+                }
+            }
+            pauseAfter(first + eventsAtOnce - 1);
+        }
+    }
+
+    /// Only the first event of each frame of the camera that has a picture; others aren't read.
+    void writeFirstOfFrames() {
+        FrameNumbers frames(reader_);
         for (std::size_t i = 0; i < events_.size(); ++i) {
             pauseAfter(i);
             if (frames.isWritten(events_[i])) {
@@ -160,14 +177,32 @@ public:
     }
 
 private:
-    cv::Mat picture(int event) {
+    using Batch = std::vector<std::vector<std::uint8_t>>;
+
+    /// Empty if there is none, or one of another size.
+    std::vector<std::uint8_t> pixelsOf(int event) const {
         int width = 0;
         int height = 0;
-        pixels_ = reader_.getImage(static_cast<std::size_t>(event), &width, &height);
-        if (pixels_.empty() || width != size_.width || height != size_.height) {
-            return {};
+        std::vector<std::uint8_t> pixels = reader_.getImage(static_cast<std::size_t>(event), &width, &height);
+        if (width != size_.width || height != size_.height) {
+            pixels.clear();
         }
-        return {size_, CV_8U, pixels_.data()};
+        return pixels;
+    }
+
+    std::future<Batch> readAhead(std::size_t first) const {
+        return std::async(std::launch::async, [this, first] {
+            Batch batch;
+            for (std::size_t i = first; i < std::min(first + eventsAtOnce, events_.size()); ++i) {
+                batch.push_back(pixelsOf(events_[i]));
+            }
+            return batch;
+        });
+    }
+
+    cv::Mat picture(int event) {
+        pixels_ = pixelsOf(event);
+        return pixels_.empty() ? cv::Mat() : cv::Mat(size_, CV_8U, pixels_.data());
     }
 
     void write(const cv::Mat& grey) {
@@ -203,7 +238,11 @@ VideoOutcome writeTo(PendingFile& pending, VQDReader& reader, std::span<const in
     if (options.prependAverage) {
         video.writeAverage();
     }
-    video.writeEvents(options.skipDuplicates);
+    if (options.skipDuplicates) {
+        video.writeFirstOfFrames();
+    } else {
+        video.writeEvents();
+    }
     const std::size_t frames = video.finish();
     if (VideoFile(pending.temporaryPath()).frames() != frames) {
         throw FileError("not all frames reached the file");
