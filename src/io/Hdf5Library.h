@@ -45,8 +45,8 @@ private:
     Closer closer_ = nullptr;
 };
 
-/// Holds hdf5Mutex(), prepares the library and silences it on this thread. Who waits comes next: a thread that takes the
-/// lock again and again, event by event, can't keep the others out.
+/// Holds hdf5Mutex(), prepares the library and silences it on this thread. Who waits comes next: a thread that takes
+/// the lock again and again, event by event, can't keep the others out.
 class Hdf5Lock {
 public:
     Hdf5Lock();
