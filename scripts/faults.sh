@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Kills saves, takes their room away and changes files under their hands: no target may be lost or half written.
 # Takes some minutes, so it isn't part of the tests.
-# usage: faults.sh [--kills N] [--rooms N] [--seed S]
+# usage: faults.sh [--kills N] [--rooms N] [--seed S] [--kinds KIND...]
 # shellcheck source=scripts/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
