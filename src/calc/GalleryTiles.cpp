@@ -147,7 +147,7 @@ GalleryRenderResult renderGalleryPage(const GalleryRenderInput& input) {
     }
     result.tiles.resize(input.eventIds.size());
     for (std::size_t i = 0; i < result.tiles.size(); ++i) {
-        result.tiles[i].eventId = input.eventIds[i];
+        result.tiles[i] = {{}, input.cutoutW, input.cutoutH, input.eventIds[i]};
     }
     const ContrastTable contrast = contrastTable(input.lo, input.hi);
     const CellPlaces places(*input.reader);

@@ -12,7 +12,8 @@
 
 namespace Tessaly {
 
-/// An event's picture cut out around its cell, 8-bit grey, row by row. Without pixels if there is no picture.
+/// An event's picture cut out around its cell, 8-bit grey, row by row. If there is no picture it
+/// has a size but no pixels.
 struct GalleryTile {
     std::vector<std::uint8_t> pixels;
     int width = 0;

@@ -73,6 +73,7 @@ std::vector<Menu> menuTable(const MainMenuTargets& to) {
         {"toolWindowsMenu",
          tr("&Tool Windows"),
          {
+             {"imageGalleryAction", tr("New &Image Gallery..."), {}, [&to = to.tools] { to.openImageGallery(); }},
              {"filterGroupsMatrixAction",
               tr("Filter Groups &Matrix..."),
               {},

@@ -2,6 +2,7 @@
 
 #include "session/Session.h"
 #include "session/document/SessionDocument.h"
+#include "tools/gallery/ImageGalleryWindow.h"
 #include "tools/matrix/FilterGroupsMatrixWindow.h"
 
 #include <algorithm>
@@ -73,6 +74,10 @@ FilterGroupsMatrixWindow* ToolWindows::openFilterGroupsMatrix() {
     return open(matrices_);
 }
 
+ImageGalleryWindow* ToolWindows::openImageGallery() {
+    return open(galleries_);
+}
+
 bool ToolWindows::anyForSession() const {
     return std::ranges::any_of(sessionKinds_, [](const SessionKind& kind) { return !kind.save({}).isEmpty(); });
 }
@@ -93,6 +98,7 @@ void ToolWindows::reopen(const SessionDocument& document, const DatasetNumbers& 
 
 void ToolWindows::closeAll() {
     closeWindows(matrices_, this);
+    closeWindows(galleries_, this);
 }
 
 } // namespace Tessaly

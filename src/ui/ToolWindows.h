@@ -11,6 +11,7 @@
 namespace Tessaly {
 
 class FilterGroupsMatrixWindow;
+class ImageGalleryWindow;
 class Session;
 class SessionHost;
 struct SessionDocument;
@@ -33,8 +34,11 @@ public:
 
     /// Always opens another window.
     FilterGroupsMatrixWindow* openFilterGroupsMatrix();
+    /// Always opens another one, over the active dataset.
+    ImageGalleryWindow* openImageGallery();
 
     const std::vector<FilterGroupsMatrixWindow*>& filterGroupsMatrices() const { return matrices_; }
+    const std::vector<ImageGalleryWindow*>& imageGalleries() const { return galleries_; }
 
     /// Adds a kind that session files keep.
     void keepInSessions(SessionKind kind) { sessionKinds_.push_back(std::move(kind)); }
@@ -60,6 +64,7 @@ private:
     Session& session_;
     SessionHost& host_;
     std::vector<FilterGroupsMatrixWindow*> matrices_;
+    std::vector<ImageGalleryWindow*> galleries_;
     std::vector<SessionKind> sessionKinds_;
 };
 

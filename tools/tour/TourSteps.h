@@ -31,6 +31,8 @@ std::vector<TourStep> gateSteps();
 std::vector<TourStep> matrixSteps();
 /// Figures, tables and the summary.
 std::vector<TourStep> exportSteps();
+/// Pages of pictures: sizes, contrasts, cut-outs, a page in a file.
+std::vector<TourStep> gallerySteps();
 /// Colour maps, refused files, small window, and the end of the session.
 std::vector<TourStep> windowSteps();
 /// A session saved, loaded from where it was moved to, with files that are missing or have changed.
