@@ -48,6 +48,9 @@ RATIO_BARS = {
     "statistical_summary": 0.5,
     "session_save": 1.5,
     "session_restore": 3.0,
+    "gallery_page_of_400": 0.35,
+    "gallery_page_turn": 1.3,
+    "gallery_auto_contrast": 0.8,
 }
 # Longest time in seconds that passes, for work that has no baseline.
 TIME_BARS = {
