@@ -73,6 +73,7 @@ std::vector<Menu> menuTable(const MainMenuTargets& to) {
         {"toolWindowsMenu",
          tr("&Tool Windows"),
          {
+             {"combinePlotAction", tr("New &Combine Plot..."), {}, [&to = to.tools] { to.openCombinePlot(); }},
              {"imageGalleryAction", tr("New &Image Gallery..."), {}, [&to = to.tools] { to.openImageGallery(); }},
              {"filterGroupsMatrixAction",
               tr("Filter Groups &Matrix..."),

@@ -88,6 +88,7 @@ public slots:
     void exportData() { exports_.exportData(); }
     void exportStatSummary() { exports_.exportStatSummary(); }
     void exportPlot() { exports_.exportPlot(); }
+    void openCombinePlotWindow() { tools_.openCombinePlot(); }
     void openImageGalleryWindow() { tools_.openImageGallery(); }
     void openFilterGroupsMatrixWindow() { tools_.openFilterGroupsMatrix(); }
 

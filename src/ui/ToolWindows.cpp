@@ -2,6 +2,7 @@
 
 #include "session/Session.h"
 #include "session/document/SessionDocument.h"
+#include "tools/combine/CombinePlotWindow.h"
 #include "tools/gallery/ImageGalleryWindow.h"
 #include "tools/matrix/FilterGroupsMatrixWindow.h"
 
@@ -29,6 +30,7 @@ ToolWindows::ToolWindows(Session& session, SessionHost& host, QObject* parent)
       session_(session),
       host_(host) {
     connect(&session_.notices(), &SessionNotices::aboutToClear, this, &ToolWindows::closeAll);
+    keepInSessions(&SessionDocument::combineWindows, combinePlots_);
 }
 
 ToolWindows::~ToolWindows() {
@@ -70,6 +72,10 @@ void ToolWindows::keepInSessions(QJsonArray SessionDocument::*objects, std::vect
     sessionKinds_.push_back({objects, save, reopen});
 }
 
+CombinePlotWindow* ToolWindows::openCombinePlot() {
+    return open(combinePlots_);
+}
+
 FilterGroupsMatrixWindow* ToolWindows::openFilterGroupsMatrix() {
     return open(matrices_);
 }
@@ -97,6 +103,7 @@ void ToolWindows::reopen(const SessionDocument& document, const DatasetNumbers& 
 }
 
 void ToolWindows::closeAll() {
+    closeWindows(combinePlots_, this);
     closeWindows(matrices_, this);
     closeWindows(galleries_, this);
 }

@@ -10,6 +10,7 @@
 
 namespace Tessaly {
 
+class CombinePlotWindow;
 class FilterGroupsMatrixWindow;
 class ImageGalleryWindow;
 class Session;
@@ -32,11 +33,13 @@ public:
     ToolWindows(Session& session, SessionHost& host, QObject* parent);
     ~ToolWindows() override;
 
-    /// Always opens another window.
+    // Each always opens another window.
+    CombinePlotWindow* openCombinePlot();
     FilterGroupsMatrixWindow* openFilterGroupsMatrix();
     /// Always opens another one, over the active dataset.
     ImageGalleryWindow* openImageGallery();
 
+    const std::vector<CombinePlotWindow*>& combinePlots() const { return combinePlots_; }
     const std::vector<FilterGroupsMatrixWindow*>& filterGroupsMatrices() const { return matrices_; }
     const std::vector<ImageGalleryWindow*>& imageGalleries() const { return galleries_; }
 
@@ -63,6 +66,7 @@ private:
 
     Session& session_;
     SessionHost& host_;
+    std::vector<CombinePlotWindow*> combinePlots_;
     std::vector<FilterGroupsMatrixWindow*> matrices_;
     std::vector<ImageGalleryWindow*> galleries_;
     std::vector<SessionKind> sessionKinds_;

@@ -34,11 +34,14 @@ void ScaleModeCombo::markLogAxisProblem(int count) {
     if (styleSheet() != sheet) {
         setStyleSheet(sheet);
     }
-    setToolTip(count > 0 ? tr("%1: %2 point%3 with value ≤ 0 not shown (cannot be drawn on a log axis)")
-                               .arg(axisName_)
-                               .arg(count)
-                               .arg(count == 1 ? QString() : QStringLiteral("s"))
-                         : axisName_);
+    if (count == 0) {
+        setToolTip(axisName_);
+        return;
+    }
+    const QString problem = tr("%1 point%2 with value ≤ 0 not shown (cannot be drawn on a log axis)")
+                                .arg(count)
+                                .arg(count == 1 ? QString() : QStringLiteral("s"));
+    setToolTip(axisName_.isEmpty() ? problem : axisName_ + QStringLiteral(": ") + problem);
 }
 
 } // namespace Tessaly

@@ -9,7 +9,7 @@ class ScaleModeCombo : public WideCombo {
     Q_OBJECT
 
 public:
-    /// @param axisName  what the tool tip says, such as "X-axis scale mode"
+    /// @param axisName  what the tool tip says, such as "X-axis scale mode"; without one, only problems have a tip
     explicit ScaleModeCombo(const QString& axisName, QWidget* parent = nullptr);
 
     /// Shows a mode without a signal; an unknown one counts as linear.

@@ -27,6 +27,8 @@ std::vector<TourStep> calculationSteps();
 std::vector<TourStep> datasetSteps();
 /// Rules typed, polygons drawn and edited, carried to all datasets; filter groups and their files.
 std::vector<TourStep> gateSteps();
+/// Datasets side by side, over each other, and on paper.
+std::vector<TourStep> combineSteps();
 /// The matrix of filter groups and datasets.
 std::vector<TourStep> matrixSteps();
 /// Figures, tables and the summary.

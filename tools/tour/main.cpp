@@ -53,8 +53,9 @@ void watchForDialogs(QTimer& timer) {
 }
 
 int walk(Tour& tour) {
-    for (const auto& part : {loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), matrixSteps(), gallerySteps(),
-                             gateSteps(), calculationSteps(), exportSteps(), windowSteps(), sessionSteps()}) {
+    for (const auto& part :
+         {loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), combineSteps(), matrixSteps(), gallerySteps(),
+          gateSteps(), calculationSteps(), exportSteps(), windowSteps(), sessionSteps()}) {
         for (const TourStep& step : part) {
             try {
                 step.run(tour);
