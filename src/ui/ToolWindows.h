@@ -36,7 +36,7 @@ public:
     // Each always opens another window.
     CombinePlotWindow* openCombinePlot();
     FilterGroupsMatrixWindow* openFilterGroupsMatrix();
-    /// Always opens another one, over the active dataset.
+    /// Over the active dataset.
     ImageGalleryWindow* openImageGallery();
 
     const std::vector<CombinePlotWindow*>& combinePlots() const { return combinePlots_; }

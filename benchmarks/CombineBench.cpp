@@ -1,0 +1,254 @@
+#include "calc/density/Contours.h"
+#include "core/DatasetEntry.h"
+#include "io/VQDReader.h"
+#include "plot/ComparePlot.h"
+#include "plot/PlotPoints.h"
+#include "session/Session.h"
+#include "session/SessionHost.h"
+#include "session/compare/CombineModel.h"
+#include "session/compare/CombineStatistics.h"
+#include "tools/combine/CombinePlotWindow.h"
+
+#include <QApplication>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+#include <hdf5.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <numeric>
+#include <random>
+#include <utility>
+
+// Datasets compared in a combine window: a refresh against the same work one after the other on one thread, a change of
+// a colour against painting the plots, the table of figures against full sorts.
+
+namespace {
+
+using namespace Tessaly;
+
+struct BenchHost : SessionHost {
+    int colorMapIndex() const override { return 0; }
+    EModulus* emodulus() override { return nullptr; }
+    EModulusParams emodulusParamsFor(const VQDMetadata& /*metadata*/) const override { return {}; }
+    bool datasetFolderViewActive() const override { return false; }
+    int datasetFolderDepth() const override { return 2; }
+    bool selectEvent(int /*datasetId*/, int /*event*/) override { return false; }
+};
+
+/// Datasets of two populations, a tenth of whose events a filter leaves out.
+struct CombineSession {
+    Session session;
+    BenchHost host;
+
+    CombineSession(int datasets, std::size_t events) {
+        for (int i = 0; i < datasets; ++i) {
+            auto entry = session.newEntry();
+            entry->reader = std::make_shared<VQDReader>();
+            fill(*entry->reader, events, static_cast<unsigned>(i));
+            entry->displayName = QStringLiteral("donor %1").arg(i);
+            entry->featuresLoaded = true;
+            FilterRule rule;
+            rule.featureName = "bright_avg";
+            rule.minValue = 0.0;
+            rule.maxValue = 0.9;
+            entry->filter.addRule(rule);
+            session.append(std::move(entry));
+        }
+    }
+
+private:
+    /// A file with one column; the others are computed ones.
+    static void writeFile(const QString& path, const std::vector<double>& area) {
+        const hid_t file = H5Fcreate(path.toUtf8().constData(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
+        const hid_t group = H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+        const hsize_t extent = area.size();
+        const hid_t space = H5Screate_simple(1, &extent, nullptr);
+        const hid_t dataset =
+            H5Dcreate2(group, "area_um", H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
+        H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, area.data());
+        H5Dclose(dataset);
+        H5Sclose(space);
+        H5Gclose(group);
+        H5Fclose(file);
+    }
+
+    void fill(VQDReader& reader, std::size_t events, unsigned seed) {
+        std::mt19937 random(seed);
+        std::normal_distribution<double> normal;
+        std::uniform_real_distribution<double> uniform;
+        std::vector<double> area(events);
+        std::vector<double> deform(events);
+        std::vector<double> bright(events);
+        for (std::size_t i = 0; i < events; ++i) {
+            const bool first = uniform(random) < 0.6;
+            area[i] = (first ? 60.0 : 130.0) + (first ? 9.0 : 22.0) * normal(random);
+            deform[i] = (first ? 0.07 : 0.13) + 0.02 * normal(random);
+            bright[i] = uniform(random);
+        }
+        const QString path = folder_.filePath(QStringLiteral("%1.vqd").arg(seed));
+        writeFile(path, area);
+        reader.open(path.toStdString());
+        reader.getFeature("area_um");
+        reader.setFeature("deform", std::move(deform));
+        reader.setFeature("bright_avg", std::move(bright));
+    }
+
+    QTemporaryDir folder_;
+};
+
+CombineSession& sessionOf(int datasets, std::size_t events) {
+    static std::map<std::pair<int, std::size_t>, std::unique_ptr<CombineSession>> made;
+    auto& session = made[{datasets, events}];
+    if (!session) {
+        session = std::make_unique<CombineSession>(datasets, events);
+    }
+    return *session;
+}
+
+/// A window with all datasets as a heat map with contours over it, on the screen.
+std::unique_ptr<CombinePlotWindow> windowOver(CombineSession& data) {
+    auto window = std::make_unique<CombinePlotWindow>(data.session, data.host);
+    QJsonArray rows;
+    DatasetNumbers numbers;
+    for (const auto& entry : data.session.datasets()) {
+        rows.append(
+            QJsonObject{{"datasetSessionIndex", entry->id}, {"xFeatureName", "area_um"}, {"yFeatureName", "deform"}});
+        numbers[entry->id] = entry->id;
+    }
+    window->restoreSessionState(QJsonObject{{"colorMode", 0}, {"contourMode", 1}, {"datasets", rows}}, numbers);
+    window->resize(1400, 1000);
+    window->show();
+    QApplication::processEvents();
+    window->finishRefresh();
+    QApplication::processEvents();
+    return window;
+}
+
+template <int Datasets, std::size_t Events>
+void refresh(benchmark::State& state) {
+    CombineSession& data = sessionOf(Datasets, Events);
+    const auto window = windowOver(data);
+    for (auto _ : state) {
+        emit data.session.notices().eventsChanged();
+        window->finishRefresh();
+        for (ComparePlot* plot : window->plots()) {
+            benchmark::DoNotOptimize(plot->grab());
+        }
+    }
+}
+
+/// Filter, density, contours and picture of each dataset, one after the other.
+template <int Datasets, std::size_t Events>
+void refreshPlain(benchmark::State& state) {
+    CombineSession& data = sessionOf(Datasets, Events);
+    const QSize cell = windowOver(data)->plots().front()->size();
+    for (auto _ : state) {
+        for (const auto& entry : data.session.datasets()) {
+            const std::vector<int> passing = *data.session.passingEvents(*entry);
+            const std::vector<double>& area = entry->reader->getFeature("area_um");
+            const std::vector<double>& deform = entry->reader->getFeature("deform");
+            std::vector<double> x;
+            std::vector<double> y;
+            for (const int event : passing) {
+                x.push_back(area[static_cast<std::size_t>(event)]);
+                y.push_back(deform[static_cast<std::size_t>(event)]);
+            }
+            CompareScene scene;
+            CompareSeries series;
+            series.contours = computeContours(x, y, std::array{0.1, 0.67}, 0, 0);
+            std::vector<double> density = computeDensity(x, y, DensityMethod::Kde);
+            series.points = std::make_shared<const PlotPoints>(std::move(x), std::move(y), std::move(density));
+            scene.series.push_back(std::move(series));
+            ComparePlot plot(scene);
+            plot.resize(cell);
+            benchmark::DoNotOptimize(plot.grab());
+        }
+    }
+}
+
+void repaint(const std::vector<ComparePlot*>& plots) {
+    for (ComparePlot* plot : plots) {
+        plot->replot();
+        benchmark::DoNotOptimize(plot->grab());
+    }
+}
+
+void changeColors(benchmark::State& state) {
+    CombineSession& data = sessionOf(9, 100'000);
+    const auto window = windowOver(data);
+    for (auto _ : state) {
+        emit data.session.notices().colorMapChanged(1); // every plot takes its colours anew
+        for (ComparePlot* plot : window->plots()) {
+            benchmark::DoNotOptimize(plot->grab());
+        }
+    }
+}
+
+void changeColorsPlain(benchmark::State& state) {
+    const auto window = windowOver(sessionOf(9, 100'000));
+    for (auto _ : state) {
+        repaint(window->plots());
+    }
+}
+
+CombineDataList dataOf(const CombineSession& data, const CombineModel& model) {
+    CombineDataList list;
+    for (const CombineSource& source : combineSources(data.session, model)) {
+        list.push_back(std::make_shared<const CombineData>(prepareCombineData(source)));
+    }
+    return list;
+}
+
+void statistics(benchmark::State& state) {
+    CombineSession& data = sessionOf(9, 100'000);
+    CombineModel model(data.session);
+    for (const int id : model.addable()) {
+        model.add(id);
+    }
+    const CombineDataList list = dataOf(data, model);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(combineStatistics(data.session, model, list));
+    }
+}
+
+void statisticsPlain(benchmark::State& state) {
+    CombineSession& data = sessionOf(9, 100'000);
+    CombineModel model(data.session);
+    for (const int id : model.addable()) {
+        model.add(id);
+    }
+    const CombineDataList list = dataOf(data, model);
+    for (auto _ : state) {
+        for (const auto& each : list) {
+            for (std::vector<double> values : {each->x, each->y}) {
+                std::ranges::sort(values);
+                const double mean = std::accumulate(values.begin(), values.end(), 0.0) / double(values.size());
+                double squares = 0.0;
+                for (const double value : values) {
+                    squares += (value - mean) * (value - mean);
+                }
+                const std::size_t last = values.size() - 1;
+                benchmark::DoNotOptimize(std::sqrt(squares) + values[last / 4] + values[last / 2] +
+                                         values[last / 4 * 3]);
+            }
+        }
+    }
+}
+
+BENCHMARK(refresh<9, 100'000>)->Name("combine_refresh_9")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(refreshPlain<9, 100'000>)->Name("combine_refresh_9/baseline")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(refresh<2, 1'000'000>)->Name("combine_refresh_2")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(refreshPlain<2, 1'000'000>)->Name("combine_refresh_2/baseline")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(changeColors)->Name("combine_colour")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(changeColorsPlain)->Name("combine_colour/baseline")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(statistics)->Name("combine_statistics")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(statisticsPlain)->Name("combine_statistics/baseline")->Unit(benchmark::kMillisecond)->UseRealTime();
+
+} // namespace
