@@ -94,23 +94,27 @@ bool writeTsv(const std::string& path, const VQDMetadata& metadata, const std::o
     for (const std::string& feature : features) {
         columns.push_back(reader.column(feature));
     }
+    // On a disk that fills up, a part is written and no error is told.
+    const auto put = [&file](const std::string& text) {
+        const auto size = static_cast<qint64>(text.size());
+        return file.write(text.data(), size) == size;
+    };
     std::string text = headerText(metadata, changedSampleName, events.size()) + labelsText(features, reader);
     for (std::size_t begin = 0; begin < events.size(); begin += rowsAtOnce) {
         appendRows(text, events.subspan(begin, std::min(rowsAtOnce, events.size() - begin)), columns);
-        if (file.write(text.data(), static_cast<qint64>(text.size())) < 0) {
-            return failed(file.errorString().toStdString());
+        if (!put(text)) {
+            return failed("not all of it could be written");
         }
         text.clear();
         if (onPause) {
             onPause();
         }
     }
-    file.write(text.data(), static_cast<qint64>(text.size()));
     if (reader.failedReadings() != failedReadings) {
         return failed("a column can't be read");
     }
     // Flushed here, because commit() takes no notice of what goes wrong in its own flushing.
-    return (file.flush() && file.commit()) || failed(file.errorString().toStdString());
+    return (put(text) && file.flush() && file.commit()) || failed(file.errorString().toStdString());
 }
 
 } // namespace Tessaly

@@ -88,9 +88,12 @@ TEST_F(Table, WhatFailsLeavesTheOldFile) {
     const VQDMetadata metadata = reader_.readMetadata();
     const std::vector<std::string> features{"time", "deform"};
     std::vector<int> events(5000, 1);
+    ASSERT_TRUE(writeTsv(target_, metadata, {}, features, events, reader_));
+    const auto whole = static_cast<unsigned>(std::filesystem::file_size(target_));
     std::ofstream(target_) << "old";
     // Some 200,000 bytes, and a table so short that all of it waits for the end.
-    for (const auto& [room, rows] : {std::pair(600U, 5000U), {5000U, 5000U}, {100'000U, 5000U}, {100U, 5U}}) {
+    for (const auto& [room, rows] :
+         {std::pair(600U, 5000U), {5000U, 5000U}, {100'000U, 5000U}, {whole - 1, 5000U}, {100U, 5U}}) {
         testing::internal::CaptureStderr();
         bool written = true;
         {
