@@ -296,7 +296,9 @@ void previewAndExport(Tour& tour) {
     painter.drawImage(shown.rect().translated(shown.width(), 0), written);
     painter.end();
     QLabel both;
-    both.setPixmap(pair.scaledToWidth(700, Qt::SmoothTransformation));
+    const QPixmap scaled = pair.scaledToWidth(700, Qt::SmoothTransformation);
+    both.setPixmap(scaled);
+    both.setFixedSize(scaled.size());
     both.show();
     tour.pictureOf(both, "combine-preview-and-export");
 }
