@@ -29,13 +29,6 @@ std::string libraryDetail(const char* call) {
     return std::string(call) + ": " + (known ? innermost : "the call failed");
 }
 
-thread_local int heldByThisThread = 0;
-
-std::mutex& doorMutex() {
-    static std::mutex mutex;
-    return mutex;
-}
-
 } // namespace
 
 std::recursive_mutex& hdf5Mutex() {
@@ -53,18 +46,12 @@ void initializeHdf5() {
     }
 }
 
-Hdf5Lock::Hdf5Lock() {
-    if (heldByThisThread++ == 0) {
-        // The one who waits stands in the door, so that nobody gets past it.
-        const std::lock_guard door(doorMutex());
-        lock_ = std::unique_lock(hdf5Mutex());
-    }
+Hdf5Lock::Hdf5Lock() : lock_(hdf5Mutex()) {
     initializeHdf5();
 }
 
 Hdf5Lock::~Hdf5Lock() {
     H5Eclear2(H5E_DEFAULT);
-    --heldByThisThread;
 }
 
 Hdf5Id::Hdf5Id(std::int64_t id, Closer closer, const char* call) : id_(id), closer_(closer) {

@@ -45,8 +45,7 @@ private:
     Closer closer_ = nullptr;
 };
 
-/// Holds hdf5Mutex(), prepares the library and silences it on this thread. Who waits comes next: a thread that takes
-/// the lock again and again, event by event, can't keep the others out.
+/// Holds hdf5Mutex(), prepares the library and silences it on this thread.
 class Hdf5Lock {
 public:
     Hdf5Lock();
@@ -56,7 +55,7 @@ public:
     Hdf5Lock& operator=(const Hdf5Lock&) = delete;
 
 private:
-    std::unique_lock<std::recursive_mutex> lock_;
+    std::lock_guard<std::recursive_mutex> lock_;
 };
 
 /// Throws FileError with the library's own words if a call failed.

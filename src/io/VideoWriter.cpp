@@ -31,7 +31,8 @@ class VideoFile {
 public:
     explicit VideoFile(const std::string& path) : file_(path, std::ios::binary) {
         file_.seekg(0, std::ios::end);
-        size_ = static_cast<std::uint64_t>(file_.tellg());
+        const std::streamoff end = file_.tellg(); // -1 for a file that has gone
+        size_ = static_cast<std::uint64_t>(std::max<std::streamoff>(end, 0));
     }
 
     /// Number of frames; nothing if a block reaches beyond the end of the file.

@@ -13,6 +13,8 @@ namespace Tessaly {
 
 namespace {
 
+constexpr qsizetype MostWindows = 100; // of a kind, from a session file
+
 template <typename Window>
 void closeWindows(std::vector<Window*>& list, const QObject* receiver) {
     // The list is empty before the first window goes, so that nobody finds one that is going.
@@ -96,8 +98,10 @@ void ToolWindows::saveInto(SessionDocument& document, const DatasetNumbers& idTo
 
 void ToolWindows::reopen(const SessionDocument& document, const DatasetNumbers& indexToId) {
     for (const SessionKind& kind : sessionKinds_) {
-        for (const QJsonValue state : document.*kind.objects) {
-            kind.reopen(state.toObject(), indexToId);
+        const QJsonArray& states = document.*kind.objects;
+        // More than anybody arranges by hand come from a damaged file, and would keep the program busy for hours.
+        for (qsizetype i = 0; i < std::min(states.size(), MostWindows); ++i) {
+            kind.reopen(states[i].toObject(), indexToId);
         }
     }
 }

@@ -10,6 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <string>
+
 namespace Tessaly {
 namespace {
 
@@ -54,11 +57,12 @@ protected:
 };
 
 TEST_F(ControlsTest, TheWheelOverABoxWithoutTheFocusDoesNothing) {
-    ASSERT_EQ(window.findChildren<QComboBox*>().size(), static_cast<qsizetype>(std::size(Combos)));
-    ASSERT_EQ(window.findChildren<QAbstractSpinBox*>().size(), static_cast<qsizetype>(std::size(SpinBoxes)));
-    for (const char* name : Combos) {
-        auto* combo = find<QComboBox>(name);
-        ASSERT_TRUE(combo->isVisible()) << name;
+    int tried = 0;
+    for (QComboBox* combo : window.findChildren<QComboBox*>()) {
+        if (!combo->isVisible()) {
+            continue; // on a page that the wheel can't reach
+        }
+        const std::string name = combo->objectName().toStdString();
         const int before = combo->currentIndex();
         combo->clearFocus();
         turnWheel(combo, -1);
@@ -66,18 +70,25 @@ TEST_F(ControlsTest, TheWheelOverABoxWithoutTheFocusDoesNothing) {
         turnWheel(combo, 1);
         EXPECT_EQ(combo->currentIndex(), before) << name;
         EXPECT_FALSE(combo->hasFocus()) << name;
+        ++tried;
     }
-    for (const char* name : SpinBoxes) {
-        auto* box = find<QSpinBox>(name);
-        ASSERT_TRUE(box->isVisible()) << name;
-        const int before = box->value();
+    EXPECT_GE(tried, std::ssize(Combos));
+    tried = 0;
+    for (QAbstractSpinBox* box : window.findChildren<QAbstractSpinBox*>()) {
+        if (!box->isVisible()) {
+            continue;
+        }
+        const std::string name = box->objectName().toStdString();
+        const QString before = box->text();
         box->clearFocus();
         turnWheel(box, 1);
         turnWheel(box, 1);
         turnWheel(box, -1);
-        EXPECT_EQ(box->value(), before) << name;
+        EXPECT_EQ(box->text(), before) << name;
         EXPECT_FALSE(box->hasFocus()) << name;
+        ++tried;
     }
+    EXPECT_GE(tried, std::ssize(SpinBoxes));
 }
 
 TEST_F(ControlsTest, PopupsShowWholeTextsInAtMostTwentyRowsWithTheSelectionOfLists) {

@@ -140,6 +140,19 @@ TEST_F(Video, WhatCantBeWritten) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 1);
 }
 
+TEST_F(Video, TheFolderVanishes) {
+    open(std::vector<int>(80, 100), 32, 16); // more than are written between two pauses
+    std::vector<int> events(80);
+    std::iota(events.begin(), events.end(), 0);
+    const std::string folder = folder_.file("short-lived");
+    std::filesystem::create_directory(folder);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(writeVideo(folder + "/video.avi", reader_, events, {}, [&] { std::filesystem::remove_all(folder); }),
+              VideoOutcome::Failed);
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+    EXPECT_FALSE(std::filesystem::exists(folder));
+}
+
 TEST_F(Video, NoRoom) {
     SampleFileOptions sample;
     sample.events = 50;

@@ -556,7 +556,7 @@ TEST_F(SessionControllerTest, HostileFilesAreSurvived) {
     choose("loadSessionAction");
     ASSERT_TRUE(waitUntilRestored());
     EXPECT_EQ(user.takeSeen(), QStringList{"Load Session"});
-    EXPECT_GT(opened, 200'000);
+    EXPECT_EQ(opened, 100); // as many as are opened of each kind
 }
 
 } // namespace Tessaly
