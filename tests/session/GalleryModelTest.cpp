@@ -355,11 +355,12 @@ TEST_F(GalleryModelTest, FollowsTheNewsOfItsDatasetOnly) {
     emit builder.session.notices().columnsChanged(second.id);
     settle();
     EXPECT_EQ(pages.back(), (Events{5, 6}));
+    const int secondId = second.id;
     builder.session.remove(first.id);
     EXPECT_EQ(gone, 0);
-    builder.session.remove(second.id);
+    builder.session.remove(secondId);
     EXPECT_EQ(gone, 1);
-    model->setDataset(second.id);
+    model->setDataset(secondId);
     EXPECT_EQ(model->nameText(), "(dataset not found)");
 }
 
