@@ -9,16 +9,16 @@ namespace Tessaly {
 /// How the numbers of a sample are made from evenly spread ones of 0 to 1.
 enum class SampleKind { Plain, Shifted, Tied, TiedShifted, Centred, TiedCentred, Tiny, Huge, Skewed, Equal };
 
-struct SampleSpec {
+struct SampleRecipe {
     SampleKind kind;
     std::uint64_t seed;
     std::size_t count;
 };
 
 /// The sample that the reference script makes, too.
-inline std::vector<double> makeSample(const SampleSpec& spec) {
-    const auto shaped = [&spec](double u) {
-        switch (spec.kind) {
+inline std::vector<double> makeSample(const SampleRecipe& recipe) {
+    const auto shaped = [&recipe](double u) {
+        switch (recipe.kind) {
         case SampleKind::Plain:
             return u;
         case SampleKind::Shifted:
@@ -43,33 +43,33 @@ inline std::vector<double> makeSample(const SampleSpec& spec) {
         return u;
     };
     std::vector<double> values;
-    std::uint64_t x = spec.seed;
-    for (std::size_t i = 0; i < spec.count; ++i) {
+    std::uint64_t x = recipe.seed;
+    for (std::size_t i = 0; i < recipe.count; ++i) {
         x = (x * 1103515245 + 12345) % 2147483648;
         values.push_back(shaped(static_cast<double>(x) / 2147483648.0));
     }
     return values;
 }
 
-inline std::vector<std::vector<double>> makeSamples(const std::vector<SampleSpec>& specs) {
+inline std::vector<std::vector<double>> makeSamples(const std::vector<SampleRecipe>& recipes) {
     std::vector<std::vector<double>> samples;
-    for (const SampleSpec& spec : specs) {
-        samples.push_back(makeSample(spec));
+    for (const SampleRecipe& recipe : recipes) {
+        samples.push_back(makeSample(recipe));
     }
     return samples;
 }
 
 // Rows of the reference tables.
 struct TwoSampleRow {
-    SampleSpec a, b;
+    SampleRecipe a, b;
     double statistic, p;
 };
 struct OneSampleRow {
-    SampleSpec sample;
+    SampleRecipe sample;
     double statistic, p;
 };
 struct ManySampleRow {
-    std::vector<SampleSpec> groups;
+    std::vector<SampleRecipe> groups;
     double statistic, p;
 };
 struct TailRow {
@@ -78,11 +78,11 @@ struct TailRow {
     double p;
 };
 struct SummaryRow {
-    SampleSpec sample;
+    SampleRecipe sample;
     double median, mean, sd, cv, iqr;
 };
 struct RocRow {
-    SampleSpec negatives, positives;
+    SampleRecipe negatives, positives;
     bool higher;
     std::size_t points;
     double auc, threshold, sensitivity, specificity, fprMoment, tprMoment, firstThreshold;
@@ -95,7 +95,7 @@ struct DiscriminantRow {
 };
 /// Densities are multiplied by the range.
 struct DensityRow {
-    SampleSpec sample;
+    SampleRecipe sample;
     double low, high, start, step;
     std::size_t peak;
     double atPeak, before, behind, at17, at128, meanPoint;

@@ -36,7 +36,7 @@ def sample(kind, seed, count):
     return KINDS[kind](np.array(values))
 
 
-def spec(kind, seed, count):
+def recipe(kind, seed, count):
     return f"{{SampleKind::{kind}, {seed}, {count}}}"
 
 
@@ -79,7 +79,7 @@ def mann_whitney():
         p = normal_p((u - n1 * n2 / 2) / np.sqrt(n1 * n2 * (n1 + n2 + 1) / 12))
         if distinct(np.concatenate([a, b])):
             assert np.isclose(p, found.pvalue, rtol=1e-12)
-        yield spec(*one), spec(*two), number(u), number(p)
+        yield recipe(*one), recipe(*two), number(u), number(p)
 
 
 def wilcoxon():
@@ -91,7 +91,7 @@ def wilcoxon():
         p = normal_p((found.statistic - n * (n + 1) / 4) / np.sqrt(n * (n + 1) * (2 * n + 1) / 24))
         if distinct(np.abs(d)):
             assert np.isclose(p, found.pvalue, rtol=1e-12)
-        yield spec(*case), number(found.statistic), number(p)
+        yield recipe(*case), number(found.statistic), number(p)
 
 
 def kruskal():
@@ -106,7 +106,7 @@ def kruskal():
         joined = np.concatenate(groups)
         # Without SciPy's correction for ties.
         h = stats.kruskal(*groups).statistic * stats.tiecorrect(stats.rankdata(joined))
-        yield "{" + ", ".join(spec(*case) for case in cases) + "}", number(h), number(stats.chi2.sf(h, len(groups) - 1))
+        yield "{" + ", ".join(recipe(*case) for case in cases) + "}", number(h), number(stats.chi2.sf(h, len(groups) - 1))
 
 
 def friedman():
@@ -121,7 +121,7 @@ def friedman():
         chi2 = 12 / (n * k * (k + 1)) * np.sum(sums**2) - 3 * n * (k + 1)
         if all(distinct(column) for column in conditions.T):
             assert np.isclose(chi2, stats.friedmanchisquare(*conditions).statistic, rtol=1e-12)
-        yield "{" + ", ".join(spec(*case) for case in cases) + "}", number(chi2), number(stats.chi2.sf(chi2, k - 1))
+        yield "{" + ", ".join(recipe(*case) for case in cases) + "}", number(chi2), number(stats.chi2.sf(chi2, k - 1))
 
 
 def chi2_tails():
@@ -140,7 +140,7 @@ def summaries():
         sd = 0.0 if n == 1 or equal else np.std(v, ddof=1)
         mean = v[0] if equal else np.mean(v)
         cv = sd / abs(mean) if abs(mean) >= 1e-15 else 0.0
-        yield spec(*case), *map(number, (np.median(v), mean, sd, cv, v[3 * n // 4] - v[n // 4]))
+        yield recipe(*case), *map(number, (np.median(v), mean, sd, cv, v[3 * n // 4] - v[n // 4]))
 
 
 def roc():
@@ -165,7 +165,7 @@ def roc():
         best = youden.index(max(youden))
         weights = np.arange(1, len(fpr) + 1)
         yield (
-            spec(*one), spec(*two), "true" if higher else "false", str(len(fpr)), number(auc),
+            recipe(*one), recipe(*two), "true" if higher else "false", str(len(fpr)), number(auc),
             number(sign * thresholds[best]), number(tpr[best]), number(1 - fpr[best]),
             number(np.dot(weights, fpr)), number(np.dot(weights, tpr)), number(sign * thresholds[0]),
         )  # fmt: skip
@@ -212,7 +212,7 @@ def densities():
         d = d / (d.sum() * step)
         peak = int(np.argmax(d))
         yield (
-            spec(*case), number(low), number(high), number(start), number(step), str(peak),
+            recipe(*case), number(low), number(high), number(start), number(step), str(peak),
             *(number(d[j] * r) for j in (peak, max(peak - 2, 0), min(peak + 5, 255), 17, 128)), number(np.dot(np.arange(256), d) * step),
         )  # fmt: skip
 
