@@ -55,6 +55,11 @@ RATIO_BARS = {
     "gallery_page_of_400": 0.35,
     "gallery_page_turn": 1.3,
     "gallery_auto_contrast": 0.8,
+    "dataset_values": 0.35,
+    "mann_whitney_20_pairs": 1.3,
+    "roc_20_pairs": 1.5,
+    "distributions_12_series": 0.2,
+    "category_changed": 3.0,
 }
 # Longest time in seconds that passes, for work that has no baseline.
 TIME_BARS = {

@@ -21,6 +21,11 @@ if [ -z "$(find "$DATA" -name '*.vqd' -print -quit 2>/dev/null)" ]; then
     "$BUILD/bin/tessaly_demo" --output "$DATA" || fail "the demo measurement files could not be made"
 fi
 
+if [ -z "$(find "$DATA-statistics" -name '*.vqd' -print -quit 2>/dev/null)" ]; then
+    "$BUILD/bin/tessaly_demo" --statistics --output "$DATA-statistics" >/dev/null ||
+        fail "the demo measurement files for statistics could not be made"
+fi
+
 if has_display; then
     say "Starting the program; demo measurement files are in $DATA"
     exec "$BUILD/bin/tessaly" "$@"

@@ -287,20 +287,26 @@ std::optional<std::vector<int>> Session::passingEvents(const DatasetEntry& datas
 }
 
 std::optional<std::vector<int>> Session::passingEvents(const DatasetEntry& dataset, const EventFilter& filter) {
+    if (dataset.reader) {
+        return passingEvents(*dataset.reader, filter);
+    }
+    return filter.isEnabled() && filter.ruleCount() > 0 ? std::optional(std::vector<int>()) : std::nullopt;
+}
+
+std::optional<std::vector<int>> Session::passingEvents(VQDReader& reader, const EventFilter& filter) {
     if (!filter.isEnabled() || filter.ruleCount() < 1) {
         return std::nullopt;
     }
-    if (!dataset.reader) {
-        return std::vector<int>();
-    }
+    std::vector<SharedColumn> held;
     ColumnMap columns;
     for (const std::string& feature : filter.requiredFeatures()) {
         // Pictures are not columns, though a rule from a file may name them.
         if (isScalarFeature(feature)) {
-            columns.emplace(feature, &dataset.reader->getFeature(feature));
+            held.push_back(reader.column(feature));
+            columns.emplace(feature, held.back().get());
         }
     }
-    return filter.evaluate(columns, dataset.reader->eventCount());
+    return filter.evaluate(columns, reader.eventCount());
 }
 
 bool Session::activeMatchesAllPeers(const DatasetEntry* excluded) const {

@@ -86,6 +86,8 @@ public:
     std::optional<std::vector<int>> passingEvents(const DatasetEntry& dataset) const;
     /// The same for a filter of one's own.
     static std::optional<std::vector<int>> passingEvents(const DatasetEntry& dataset, const EventFilter& filter);
+    /// The same for a measurement. Any thread.
+    static std::optional<std::vector<int>> passingEvents(VQDReader& reader, const EventFilter& filter);
 
     // Peers: the other datasets.
     /// Whether every dataset but the active one and `excluded` is plotted as the active one. True without an active

@@ -12,9 +12,9 @@ namespace Tessaly {
 namespace {
 
 constexpr double leastSpread = 1e-15;
-constexpr std::size_t last = DensityGrid::size - 1;
+constexpr std::size_t last = CurveGrid::size - 1;
 
-double bandwidth(std::span<const double> values, const DensityGrid& grid) {
+double bandwidth(std::span<const double> values, const CurveGrid& grid) {
     const double sd = meanAndSd(values, 0).sd;
     double spread = std::min(sd, plainIqr(values) / 1.34);
     if (spread < leastSpread) {
@@ -27,13 +27,13 @@ double bandwidth(std::span<const double> values, const DensityGrid& grid) {
 }
 
 /// Gives every value to the two points beside it, by nearness.
-std::vector<double> linearBins(std::span<const double> values, const DensityGrid& grid) {
+std::vector<double> linearBins(std::span<const double> values, const CurveGrid& grid) {
     // Values that follow each other fall into the same bins often; with a table for every other one, an addition need
     // not wait for the one before.
     constexpr std::size_t tables = 4;
-    std::array<std::array<double, DensityGrid::size>, tables> bins{};
+    std::array<std::array<double, CurveGrid::size>, tables> bins{};
     const double perStep = 1.0 / grid.step;
-    const auto add = [&](std::array<double, DensityGrid::size>& table, double value) {
+    const auto add = [&](std::array<double, CurveGrid::size>& table, double value) {
         const double t = std::clamp((value - grid.start) * perStep, 0.0, static_cast<double>(last));
         const auto below = std::min(static_cast<std::size_t>(static_cast<int>(t)), last - 1);
         const double part = t - static_cast<double>(static_cast<int>(below));
@@ -49,7 +49,7 @@ std::vector<double> linearBins(std::span<const double> values, const DensityGrid
     for (; i < values.size(); ++i) {
         add(bins[0], values[i]);
     }
-    std::vector<double> sums(DensityGrid::size, 0.0);
+    std::vector<double> sums(CurveGrid::size, 0.0);
     for (const auto& table : bins) {
         std::ranges::transform(sums, table, sums.begin(), std::plus<>());
     }
@@ -90,14 +90,14 @@ std::vector<double> convolved(const std::vector<double>& bins, const std::vector
 
 } // namespace
 
-std::optional<DensityGrid> densityGrid(double min, double max) {
+std::optional<CurveGrid> densityGrid(double min, double max) {
     if (!(max > min)) {
         max = min + 1.0;
         if (!(max > min)) {
             max = min + std::fabs(min) * 1e-12;
         }
     }
-    DensityGrid grid;
+    CurveGrid grid;
     grid.range = max - min;
     grid.start = min - 0.05 * grid.range;
     grid.step = (max + 0.05 * grid.range - grid.start) / static_cast<double>(last);
@@ -106,9 +106,9 @@ std::optional<DensityGrid> densityGrid(double min, double max) {
     return usable ? std::optional(grid) : std::nullopt;
 }
 
-std::vector<double> densityCurve(std::span<const double> values, const DensityGrid& grid) {
+std::vector<double> densityCurve(std::span<const double> values, const CurveGrid& grid) {
     if (values.empty()) {
-        return std::vector<double>(DensityGrid::size, 0.0);
+        return std::vector<double>(CurveGrid::size, 0.0);
     }
     std::vector<double> density = convolved(linearBins(values, grid), kernel(bandwidth(values, grid), grid.step));
     const double total = std::accumulate(density.begin(), density.end(), 0.0);

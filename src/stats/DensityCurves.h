@@ -8,7 +8,7 @@
 namespace Tessaly {
 
 /// The places at which all curves of one plot are given, so that they can be averaged point by point.
-struct DensityGrid {
+struct CurveGrid {
     static constexpr std::size_t size = 256;
 
     double start = 0.0;
@@ -16,12 +16,12 @@ struct DensityGrid {
     double range = 1.0; ///< largest less smallest value
 
     double at(std::size_t point) const { return start + static_cast<double>(point) * step; }
-    bool operator==(const DensityGrid&) const = default;
+    bool operator==(const CurveGrid&) const = default;
 };
 
 /// A grid over all values and a twentieth of their range on either side. Equal values get the range 1, or the smallest
 /// that they can be told apart by if they are huge. Nothing if the range is beyond what numbers can hold.
-std::optional<DensityGrid> densityGrid(double min, double max);
+std::optional<CurveGrid> densityGrid(double min, double max);
 
 /// Density of finite values at the points of the grid, with an area of 1 over it; zeros without values.
 ///
@@ -30,7 +30,7 @@ std::optional<DensityGrid> densityGrid(double min, double max);
 /// Nothing is reflected at the ends.
 /// O(n) and at most 256 times the kernel, any thread.
 /// Source: M. P. Wand, J. Comput. Graph. Stat. 3 (1994) 433; B. W. Silverman, Density Estimation (1986), 3.4.2.
-std::vector<double> densityCurve(std::span<const double> values, const DensityGrid& grid);
+std::vector<double> densityCurve(std::span<const double> values, const CurveGrid& grid);
 
 /// Several curves in one.
 struct MeanCurve {

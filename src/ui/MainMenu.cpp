@@ -74,6 +74,10 @@ std::vector<Menu> menuTable(const MainMenuTargets& to) {
          tr("&Tool Windows"),
          {
              {"combinePlotAction", tr("New &Combine Plot..."), {}, [&to = to.tools] { to.openCombinePlot(); }},
+             {"statisticalEvalAction",
+              tr("New &Statistical Evaluation..."),
+              {},
+              [&to = to.tools] { to.openStatisticalEval(); }},
              {"imageGalleryAction", tr("New &Image Gallery..."), {}, [&to = to.tools] { to.openImageGallery(); }},
              {"filterGroupsMatrixAction",
               tr("Filter Groups &Matrix..."),

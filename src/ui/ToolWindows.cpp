@@ -5,6 +5,7 @@
 #include "tools/combine/CombinePlotWindow.h"
 #include "tools/gallery/ImageGalleryWindow.h"
 #include "tools/matrix/FilterGroupsMatrixWindow.h"
+#include "tools/statistics/StatisticalEvalWindow.h"
 
 #include <algorithm>
 #include <utility>
@@ -33,6 +34,7 @@ ToolWindows::ToolWindows(Session& session, SessionHost& host, QObject* parent)
       host_(host) {
     connect(&session_.notices(), &SessionNotices::aboutToClear, this, &ToolWindows::closeAll);
     keepInSessions(&SessionDocument::combineWindows, combinePlots_);
+    keepInSessions(&SessionDocument::statEvalWindows, statisticalEvals_);
 }
 
 ToolWindows::~ToolWindows() {
@@ -86,6 +88,10 @@ ImageGalleryWindow* ToolWindows::openImageGallery() {
     return open(galleries_);
 }
 
+StatisticalEvalWindow* ToolWindows::openStatisticalEval() {
+    return open(statisticalEvals_);
+}
+
 bool ToolWindows::anyForSession() const {
     return std::ranges::any_of(sessionKinds_, [](const SessionKind& kind) { return !kind.save({}).isEmpty(); });
 }
@@ -110,6 +116,7 @@ void ToolWindows::closeAll() {
     closeWindows(combinePlots_, this);
     closeWindows(matrices_, this);
     closeWindows(galleries_, this);
+    closeWindows(statisticalEvals_, this);
 }
 
 } // namespace Tessaly

@@ -15,6 +15,7 @@ class FilterGroupsMatrixWindow;
 class ImageGalleryWindow;
 class Session;
 class SessionHost;
+class StatisticalEvalWindow;
 struct SessionDocument;
 
 /// The open tool windows, one list a kind. They have no parent: each stands on its own and leaves its list when it is
@@ -38,10 +39,12 @@ public:
     FilterGroupsMatrixWindow* openFilterGroupsMatrix();
     /// Over the active dataset.
     ImageGalleryWindow* openImageGallery();
+    StatisticalEvalWindow* openStatisticalEval();
 
     const std::vector<CombinePlotWindow*>& combinePlots() const { return combinePlots_; }
     const std::vector<FilterGroupsMatrixWindow*>& filterGroupsMatrices() const { return matrices_; }
     const std::vector<ImageGalleryWindow*>& imageGalleries() const { return galleries_; }
+    const std::vector<StatisticalEvalWindow*>& statisticalEvals() const { return statisticalEvals_; }
 
     /// Adds a kind that session files keep.
     void keepInSessions(SessionKind kind) { sessionKinds_.push_back(std::move(kind)); }
@@ -69,6 +72,7 @@ private:
     std::vector<CombinePlotWindow*> combinePlots_;
     std::vector<FilterGroupsMatrixWindow*> matrices_;
     std::vector<ImageGalleryWindow*> galleries_;
+    std::vector<StatisticalEvalWindow*> statisticalEvals_;
     std::vector<SessionKind> sessionKinds_;
 };
 

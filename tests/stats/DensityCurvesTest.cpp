@@ -14,26 +14,26 @@ namespace {
 
 using Values = std::vector<double>;
 
-double areaOf(const Values& density, const DensityGrid& grid) {
+double areaOf(const Values& density, const CurveGrid& grid) {
     return std::accumulate(density.begin(), density.end(), 0.0) * grid.step;
 }
 
 TEST(DensityCurves, AgreeWithNumPyAndSciPy) {
     for (const DensityRow& row : densityRows) {
         SCOPED_TRACE(row.sample.seed);
-        const std::optional<DensityGrid> grid = densityGrid(row.low, row.high);
+        const std::optional<CurveGrid> grid = densityGrid(row.low, row.high);
         ASSERT_TRUE(grid);
         EXPECT_DOUBLE_EQ(grid->start, row.start);
         EXPECT_NEAR(grid->step, row.step, 1e-13 * row.step);
         const Values density = densityCurve(makeSample(row.sample), *grid);
-        ASSERT_EQ(density.size(), DensityGrid::size);
+        ASSERT_EQ(density.size(), CurveGrid::size);
         EXPECT_EQ(std::ranges::max_element(density) - density.begin(), static_cast<std::ptrdiff_t>(row.peak));
         const auto expectAt = [&](std::size_t point, double expected) {
             EXPECT_NEAR(density[point] * grid->range, expected, 1e-9) << point;
         };
         expectAt(row.peak, row.atPeak);
         expectAt(row.peak < 2 ? 0 : row.peak - 2, row.before);
-        expectAt(std::min(row.peak + 5, DensityGrid::size - 1), row.behind);
+        expectAt(std::min(row.peak + 5, CurveGrid::size - 1), row.behind);
         expectAt(17, row.at17);
         expectAt(128, row.at128);
         double weighted = 0.0;
@@ -46,16 +46,16 @@ TEST(DensityCurves, AgreeWithNumPyAndSciPy) {
 }
 
 TEST(DensityCurves, Grids) {
-    const std::optional<DensityGrid> plain = densityGrid(0.0, 10.0);
+    const std::optional<CurveGrid> plain = densityGrid(0.0, 10.0);
     ASSERT_TRUE(plain);
     EXPECT_EQ(plain->start, -0.5);
     EXPECT_NEAR(plain->at(255), 10.5, 1e-12);
-    const std::optional<DensityGrid> equal = densityGrid(3.0, 3.0);
+    const std::optional<CurveGrid> equal = densityGrid(3.0, 3.0);
     ASSERT_TRUE(equal);
     EXPECT_EQ(equal->range, 1.0);
     EXPECT_NEAR(equal->at(255), 4.05, 1e-12);
     // One more makes no difference to a huge number, but the grid must have an extent.
-    const std::optional<DensityGrid> huge = densityGrid(1e300, 1e300);
+    const std::optional<CurveGrid> huge = densityGrid(1e300, 1e300);
     ASSERT_TRUE(huge);
     EXPECT_NEAR(areaOf(densityCurve(Values{1e300, 1e300}, *huge), *huge), 1.0, 1e-12);
     EXPECT_FALSE(densityGrid(-1.5e308, 1.5e308));
@@ -64,8 +64,8 @@ TEST(DensityCurves, Grids) {
 }
 
 TEST(DensityCurves, Edges) {
-    const DensityGrid grid{0.0, 1.0, 255.0};
-    EXPECT_EQ(densityCurve({}, grid), Values(DensityGrid::size, 0.0));
+    const CurveGrid grid{0.0, 1.0, 255.0};
+    EXPECT_EQ(densityCurve({}, grid), Values(CurveGrid::size, 0.0));
     // Everything lies on the last point: half of the kernel is cut off, and the rest is the whole.
     const Values end = densityCurve(Values{255.0, 255.0}, grid);
     EXPECT_NEAR(areaOf(end, grid), 1.0, 1e-12);

@@ -224,7 +224,9 @@ TEST_F(ToolWindowsTest, TheMenusHoldTheirEntriesInOrder) {
         {"&File", {"&Open...", "", "&Save Session...", "&Load Session...", "", "&Clear Session", "", "E&xit"}},
         {"&Export", {"Export &Plot...", "Export &Data...", "Export Statistical &Summary..."}},
         {"&View", {"Datasets", "Filters", "Calculations", "Metadata", "Plot Statistics"}},
-        {"&Tool Windows", {"New &Combine Plot...", "New &Image Gallery...", "Filter Groups &Matrix..."}},
+        {"&Tool Windows",
+         {"New &Combine Plot...", "New &Statistical Evaluation...", "New &Image Gallery...",
+          "Filter Groups &Matrix..."}},
         {"&Settings", {"Color &Map"}},
     };
     std::vector<std::pair<QString, QStringList>> found;

@@ -56,6 +56,34 @@ std::vector<DemoSetEntry> demoSet() {
     return entries;
 }
 
+std::vector<DemoSetEntry> statisticsSet() {
+    struct Condition {
+        const char* name;
+        double stiffness;
+    };
+    constexpr Condition conditions[] = {{"Baseline", 1.0}, {"Low dose", 1.3}, {"High dose", 1.65}};
+    constexpr std::int64_t donorCount = 8;
+    std::vector<DemoSetEntry> entries;
+    std::uint64_t seed = 4000;
+    for (const Condition& condition : conditions) {
+        for (std::int64_t donor = 1; donor <= donorCount; ++donor) {
+            // Donors differ a little in both, the same way in every condition.
+            const double place = static_cast<double>(donor - 1) / static_cast<double>(donorCount - 1) - 0.5;
+            const double otherPlace = static_cast<double>(3 * donor % donorCount) / donorCount - 0.5;
+            DemoRun run;
+            run.sample = std::string(condition.name) + " donor ID" + std::to_string(donor) + " BR1";
+            run.date = "2024-06-0" + std::to_string(donor);
+            run.runIndex = donor;
+            run.seed = ++seed;
+            run.events = 1500;
+            run.images = false;
+            run.kinds = populations(condition.stiffness * (1.0 + 0.1 * place), 1.0 + 0.1 * otherPlace, 1.0);
+            entries.push_back({condition.name, "Donor" + std::to_string(donor) + ".vqd", run});
+        }
+    }
+    return entries;
+}
+
 DemoRun benchmarkRun(std::size_t events, bool images) {
     DemoRun run;
     run.sample = "Benchmark, " + std::to_string(events) + " events";

@@ -19,6 +19,10 @@ struct DemoSetEntry {
 /// (BR).
 std::vector<DemoSetEntry> demoSet();
 
+/// Three conditions with the same eight donors each, without pictures: a dose makes cells stiffer, so that they deform
+/// less, and leaves their size alone. Enough samples for tests to tell the one from the other.
+std::vector<DemoSetEntry> statisticsSet();
+
 /// One measurement of any length, for benchmarks.
 DemoRun benchmarkRun(std::size_t events, bool images);
 

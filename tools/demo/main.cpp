@@ -36,9 +36,11 @@ int main(int argc, char** argv) {
     parser.setApplicationDescription(
         "Writes demo measurement files: two conditions, three donors each, one reservoir run.");
     parser.addHelpOption();
-    parser.addOptions({{"output", "Folder to write to.", "folder", "demo-data"},
-                       {"events", "Write one file with that many events instead of the set.", "count"},
-                       {"no-images", "Leave images, masks and traces out of that file."}});
+    parser.addOptions(
+        {{"output", "Folder to write to.", "folder", "demo-data"},
+         {"events", "Write one file with that many events instead of the set.", "count"},
+         {"statistics", "Write the set for statistics: three conditions, eight donors each, no pictures."},
+         {"no-images", "Leave images, masks and traces out of that file."}});
     parser.process(application);
     const std::filesystem::path folder = parser.value("output").toStdString();
     bool isNumber = true;
@@ -54,7 +56,7 @@ int main(int argc, char** argv) {
             const DemoRun run = benchmarkRun(events, !parser.isSet("no-images"));
             makeAndReport(folder / ("events-" + std::to_string(events) + ".vqd"), run, engine);
         } else {
-            for (const DemoSetEntry& entry : demoSet()) {
+            for (const DemoSetEntry& entry : parser.isSet("statistics") ? statisticsSet() : demoSet()) {
                 makeAndReport(folder / entry.folder / entry.fileName, entry.run, engine);
             }
         }

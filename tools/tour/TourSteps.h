@@ -35,6 +35,8 @@ std::vector<TourStep> matrixSteps();
 std::vector<TourStep> exportSteps();
 /// Pages of pictures: sizes, contrasts, cut-outs, a page in a file.
 std::vector<TourStep> gallerySteps();
+/// Categories of datasets, their tests, ROC analysis and distributions, on the set for statistics.
+std::vector<TourStep> statisticsSteps();
 /// Colour maps, refused files, small window, and the end of the session.
 std::vector<TourStep> windowSteps();
 /// A session saved, loaded from where it was moved to, with files that are missing or have changed.

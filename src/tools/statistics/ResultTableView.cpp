@@ -1,0 +1,92 @@
+#include "tools/statistics/ResultTableView.h"
+
+#include "widgets/PlainText.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QKeyEvent>
+
+namespace Tessaly {
+
+ResultTableView::ResultTableView(QWidget* parent) : QTableWidget(parent) {
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setAlternatingRowColors(true);
+    verticalHeader()->hide();
+    horizontalHeader()->setSectionsClickable(true);
+    horizontalHeader()->setStretchLastSection(true);
+    connect(horizontalHeader(), &QHeaderView::sectionClicked, this, &ResultTableView::onHeadingClicked);
+}
+
+void ResultTableView::setTable(const ResultTable& table) {
+    table_ = table;
+    sortColumn_ = -1;
+    setColumnCount(static_cast<int>(table_.headings.size()));
+    QStringList headings;
+    for (const QString& heading : table_.headings) {
+        headings += singleLine(heading);
+    }
+    setHorizontalHeaderLabels(headings);
+    showRows();
+    resizeColumnsToContents();
+}
+
+void ResultTableView::onHeadingClicked(int column) {
+    if (column != sortColumn_) {
+        sortColumn_ = column;
+        descending_ = false;
+    } else if (!descending_) {
+        descending_ = true;
+    } else {
+        sortColumn_ = -1;
+    }
+    showRows();
+}
+
+void ResultTableView::showRows() {
+    horizontalHeader()->setSortIndicatorShown(sortColumn_ >= 0);
+    if (sortColumn_ >= 0) {
+        horizontalHeader()->setSortIndicator(sortColumn_, descending_ ? Qt::DescendingOrder : Qt::AscendingOrder);
+    }
+    const std::vector<std::size_t> order = sortedRows(table_, sortColumn_, descending_);
+    setRowCount(static_cast<int>(order.size()));
+    for (int row = 0; row < rowCount(); ++row) {
+        const ResultRow& shown = table_.rows[order[static_cast<std::size_t>(row)]];
+        for (int column = 0; column < columnCount(); ++column) {
+            const QString text = shown.cells.value(column);
+            auto* item = new QTableWidgetItem(singleLine(text));
+            item->setToolTip(plainToolTip(text));
+            const bool right = table_.rightAligned[static_cast<std::size_t>(column)];
+            item->setTextAlignment((right ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+            setItem(row, column, item);
+        }
+    }
+}
+
+void ResultTableView::copySelection() const {
+    QString text;
+    for (int row = 0; row < rowCount(); ++row) {
+        if (!selectionModel()->isRowSelected(row, {})) {
+            continue;
+        }
+        QStringList cells;
+        for (int column = 0; column < columnCount(); ++column) {
+            cells += item(row, column)->text();
+        }
+        text += cells.join(u'\t') + u'\n';
+    }
+    if (!text.isEmpty()) {
+        QGuiApplication::clipboard()->setText(text);
+    }
+}
+
+void ResultTableView::keyPressEvent(QKeyEvent* event) {
+    if (event->matches(QKeySequence::Copy)) {
+        copySelection();
+        return;
+    }
+    QTableWidget::keyPressEvent(event);
+}
+
+} // namespace Tessaly
