@@ -11,10 +11,13 @@
 #include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <QScopedValueRollback>
 #include <QScrollArea>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace Tessaly {
 
@@ -31,8 +34,28 @@ QComboBox* makeCombo(const char* name, const QString& accessibleName, const QStr
     return combo;
 }
 
+/// Text in as many lines as it needs at its width. It asks for that height outright: a scroll area gives too little to
+/// layouts whose height depends on their width.
+class WrappedLabel : public QLabel {
+public:
+    bool hasHeightForWidth() const override { return false; }
+    QSize sizeHint() const override { return {LeastWidth, heightForWidth(std::max(width(), LeastWidth))}; }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QLabel::resizeEvent(event);
+        if (event->size().width() != event->oldSize().width()) {
+            updateGeometry();
+        }
+    }
+
+private:
+    static constexpr int LeastWidth = 100;
+};
+
 QLabel* makeText(const char* name) {
-    auto* label = new QLabel;
+    auto* label = new WrappedLabel;
     label->setObjectName(QLatin1String(name));
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
@@ -51,13 +74,12 @@ AnalysisSettings::AnalysisSettings(QWidget* parent) : QWidget(parent) {
     auto* featuresLabel = new QLabel(tr("Features to compare:"));
     featuresLabel->setBuddy(features_);
     column->addWidget(featuresLabel);
-    column->addWidget(features_);
+    column->addWidget(features_, 1);
     makeForm();
     column->addLayout(form_);
     column->addWidget(testLabel_ = makeText("testLabel"));
     column->addWidget(guidance_ = makeText("guidance"));
     guidance_->setStyleSheet(QStringLiteral("QLabel { color: #555; }"));
-    column->addStretch(1);
 
     auto* scroll = new QScrollArea;
     scroll->setObjectName(QStringLiteral("settingsScroll"));
@@ -80,6 +102,8 @@ void AnalysisSettings::makeFeatureList() {
     features_->setAccessibleName(tr("Features to compare"));
     features_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     features_->setMinimumHeight(120);
+    // In a low dock the other choices come first.
+    features_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
     features_->setUniformItemSizes(true);
     features_->setTextElideMode(Qt::ElideRight);
     features_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

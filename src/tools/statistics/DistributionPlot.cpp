@@ -1,5 +1,6 @@
 #include "plot/AxisScaleDraw.h"
 #include "plot/PlotItems.h"
+#include "tools/statistics/PlotTexts.h"
 #include "tools/statistics/StatisticsPlots.h"
 
 #include <QCoreApplication>
@@ -98,19 +99,14 @@ void addCategories(QwtPlot& plot, const FeatureDistribution& distribution, const
 QwtPlot* makeDistributionPlot(const FeatureDistribution& distribution, const std::vector<Category>& categories,
                               DistributionMode mode) {
     auto* plot = new QwtPlot;
-    const QwtText label(distribution.feature.label, QwtText::PlainText);
     plot->setObjectName(QStringLiteral("distributionPlot"));
     plot->setAccessibleName(distribution.feature.label);
     plot->setMinimumSize(400, 280);
     plot->setCanvasBackground(Qt::white);
     setUpAxisNumbers(*plot);
-    QwtText heading = label;
-    QFont font = plot->font();
-    font.setBold(true);
-    heading.setFont(font);
-    plot->setTitle(heading);
-    plot->setAxisTitle(QwtAxis::XBottom, label);
-    plot->setAxisTitle(QwtAxis::YLeft, Texts::tr("Density"));
+    setPlotTitle(*plot, distribution.feature.label);
+    setAxisText(*plot, QwtAxis::XBottom, distribution.feature.label);
+    setAxisText(*plot, QwtAxis::YLeft, Texts::tr("Density"));
     addGrid(*plot);
     if (mode == DistributionMode::PerDataset) {
         addDatasets(*plot, distribution, categories);

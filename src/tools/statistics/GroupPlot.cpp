@@ -2,6 +2,7 @@
 #include "plot/PlotItems.h"
 #include "stats/SampleSummary.h"
 #include "tools/statistics/PlotPointTooltip.h"
+#include "tools/statistics/PlotTexts.h"
 #include "tools/statistics/StatisticsPlots.h"
 
 #include <QPainter>
@@ -23,6 +24,7 @@ namespace {
 
 constexpr double HalfBox = 0.2;
 constexpr double Jitter = 0.04;
+constexpr double StarDrop = 0.015; // of the axis
 
 /// Names of categories in place of numbers, shortened where they would touch.
 class CategoryScaleDraw : public QwtScaleDraw {
@@ -40,7 +42,9 @@ protected:
     void drawLabel(QPainter* painter, double value) const override {
         const double room = std::fabs(scaleMap().transform(1.0) - scaleMap().transform(0.0)) - 6.0;
         const QFontMetricsF metrics(painter->font());
-        const QwtText text(metrics.elidedText(label(value).text(), Qt::ElideMiddle, room), QwtText::PlainText);
+        QwtText text(metrics.elidedText(label(value).text(), Qt::ElideMiddle, room), QwtText::PlainText);
+        text.setRenderFlags(0);
+        text.setLayoutAttribute(QwtText::MinimumLayout); // as the room for it was measured
         const QSizeF size = text.textSize(painter->font());
         painter->save();
         painter->setWorldTransform(labelTransformation(labelPosition(value), size), true);
@@ -64,7 +68,7 @@ void setUpAxes(QwtPlot& plot, const GroupComparison& comparison, const QString& 
     setUpAxisNumbers(plot);
     plot.setAxisScaleDraw(QwtAxis::XBottom, new CategoryScaleDraw(names));
     plot.setAxisScaleDiv(QwtAxis::XBottom, QwtScaleDiv(-0.5, count - 0.5, {}, {}, ticks));
-    plot.setAxisTitle(QwtAxis::YLeft, QwtText(label, QwtText::PlainText));
+    setAxisText(plot, QwtAxis::YLeft, label);
 }
 
 QwtPlotCurve* addLine(QwtPlot& plot, const QVector<QPointF>& points, const QPen& pen, double z) {
@@ -131,6 +135,7 @@ void addBrackets(QwtPlot& plot, const FeatureComparison& feature, double top) {
     if (brackets.empty()) {
         return;
     }
+    const double unit = range > 0.0 ? range : std::fabs(top) * 0.5;
     for (const Bracket& bracket : brackets) {
         const double left = bracket.first;
         const double right = bracket.second;
@@ -141,7 +146,8 @@ void addBrackets(QwtPlot& plot, const FeatureComparison& feature, double top) {
         stars->setLabel(text);
         stars->setLabelAlignment(Qt::AlignHCenter | Qt::AlignTop);
         stars->setSpacing(0);
-        stars->setValue((left + right) / 2.0, bracket.height);
+        // The signs stand high in their line: a little lower they are near their own bracket.
+        stars->setValue((left + right) / 2.0, bracket.height - StarDrop * unit);
         stars->setItemAttribute(QwtPlotItem::Legend, false);
         stars->setZ(26.0);
         stars->attach(&plot);

@@ -94,6 +94,8 @@ void PlotStack::setPlots(const std::vector<QwtPlot*>& plots) {
     }
     for (QwtPlot* plot : plots_) {
         layout_->addWidget(plot, 1);
+        plot->ensurePolished(); // which may give it other fonts
+        plot->updateLayout();
         plot->setContextMenuPolicy(Qt::CustomContextMenu);
         connect(plot, &QWidget::customContextMenuRequested, this,
                 [this, plot](const QPoint& position) { showMenu(*plot, position); });

@@ -1,6 +1,7 @@
 #include "plot/AxisScaleDraw.h"
 #include "plot/PlotItems.h"
 #include "tools/statistics/PlotPointTooltip.h"
+#include "tools/statistics/PlotTexts.h"
 #include "tools/statistics/StatisticsPlots.h"
 
 #include <QCoreApplication>
@@ -88,15 +89,11 @@ QwtPlot* makeRocPlot(const RocResult& roc, const QString& title) {
     plot->setMinimumSize(320, 320);
     plot->setCanvasBackground(Qt::white);
     setUpAxisNumbers(*plot);
-    QwtText heading(title, QwtText::PlainText);
-    QFont font = plot->font();
-    font.setBold(true);
-    heading.setFont(font);
-    plot->setTitle(heading);
+    setPlotTitle(*plot, title);
     plot->setAxisScale(QwtAxis::XBottom, 0.0, 1.0);
     plot->setAxisScale(QwtAxis::YLeft, 0.0, 1.0);
-    plot->setAxisTitle(QwtAxis::XBottom, Texts::tr("False Positive Rate (1 - Specificity)"));
-    plot->setAxisTitle(QwtAxis::YLeft, Texts::tr("True Positive Rate (Sensitivity)"));
+    setAxisText(*plot, QwtAxis::XBottom, Texts::tr("False Positive Rate (1 - Specificity)"));
+    setAxisText(*plot, QwtAxis::YLeft, Texts::tr("True Positive Rate (Sensitivity)"));
     addGrid(*plot);
     addCurve(*plot, {{0.0, 0.0}, {1.0, 1.0}}, plotPen(Qt::gray, 1.0, Qt::DashLine), 1.0);
 

@@ -1,0 +1,31 @@
+#include "tools/statistics/PlotTexts.h"
+
+#include <QApplication>
+#include <qwt_plot.h>
+#include <qwt_text.h>
+
+namespace Tessaly {
+
+namespace {
+
+QwtText textOf(const QString& text, int points, bool bold) {
+    // Not the plot's own font, which is another one before it is shown.
+    QFont font = QApplication::font();
+    font.setPointSize(points);
+    font.setBold(bold);
+    QwtText made(text, QwtText::PlainText);
+    made.setFont(font);
+    return made;
+}
+
+} // namespace
+
+void setPlotTitle(QwtPlot& plot, const QString& text) {
+    plot.setTitle(textOf(text, 10, true));
+}
+
+void setAxisText(QwtPlot& plot, int axis, const QString& text) {
+    plot.setAxisTitle(axis, textOf(text, 9, false));
+}
+
+} // namespace Tessaly

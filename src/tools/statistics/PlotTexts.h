@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+class QwtPlot;
+
+namespace Tessaly {
+
+// Texts of the plots of statistics: all of one size, and shown as they are, whatever they hold.
+
+/// Title, in bold; may have several lines.
+void setPlotTitle(QwtPlot& plot, const QString& text);
+/// Title of an axis.
+void setAxisText(QwtPlot& plot, int axis, const QString& text);
+
+} // namespace Tessaly
