@@ -85,20 +85,20 @@ void tick(Tour& tour, const char* box) {
     Tour::settle();
 }
 
-void selectFeatures(Tour& tour, const std::vector<const char*>& names) {
+void selectFeatures(Tour& tour, const std::vector<const char*>& labels) {
     auto* list = control<QListWidget>(tour, "featureList");
     Qt::KeyboardModifiers modifiers;
-    for (const char* name : names) {
+    for (const char* label : labels) {
         for (int row = 0; row < list->count(); ++row) {
             QListWidgetItem* item = list->item(row);
-            if (item->data(Qt::UserRole).toString() == QLatin1String(name)) {
+            if (item->text() == QString::fromUtf8(label)) {
                 list->scrollToItem(item);
                 QTest::mouseClick(list->viewport(), Qt::LeftButton, modifiers, list->visualItemRect(item).center());
                 modifiers = Qt::ControlModifier;
             }
         }
     }
-    Tour::expect(list->selectedItems().size() == static_cast<int>(names.size()), "The features are selected.");
+    Tour::expect(list->selectedItems().size() == static_cast<int>(labels.size()), "The features are selected.");
 }
 
 void run(Tour& tour, const char* button) {
@@ -162,7 +162,7 @@ void open(Tour& tour) {
 }
 
 void compareIndependent(Tour& tour) {
-    selectFeatures(tour, {"area_um", "deform"});
+    selectFeatures(tour, {"Area [µm²]", "Deformation"});
     run(tour, "runAnalysis");
     Tour::expect(cell(tour, "groupTable", 0, 5) == "ns", "The dose leaves the size alone.");
     Tour::expect(cell(tour, "groupTable", 1, 5).contains('*'), "The dose changes the deformation.");

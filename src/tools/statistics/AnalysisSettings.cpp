@@ -18,6 +18,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace Tessaly {
 
@@ -220,31 +221,30 @@ DistributionMode AnalysisSettings::distributionMode() const {
     return static_cast<DistributionMode>(mode_->currentIndex());
 }
 
-void AnalysisSettings::setFeatures(const std::vector<ComparedFeature>& features) {
+void AnalysisSettings::setFeatures(std::vector<ComparedFeature> features) {
     if (features == listed_) {
         return;
     }
     const QScopedValueRollback listing(listing_, true);
-    listed_ = features;
+    listed_ = std::move(features);
     QStringList labels;
+    labels.reserve(static_cast<qsizetype>(listed_.size()));
     for (const ComparedFeature& feature : listed_) {
-        labels += singleLine(feature.label);
+        // Hardly any label needs that, and all would be copied for it.
+        const bool plain = std::ranges::all_of(feature.label, [](QChar c) { return c.isPrint(); });
+        labels += plain ? feature.label : singleLine(feature.label);
     }
     features_->clear();
     features_->addItems(labels);
-    for (int row = 0; row < features_->count(); ++row) {
-        features_->item(row)->setData(Qt::UserRole,
-                                      QString::fromStdString(listed_[static_cast<std::size_t>(row)].name));
-    }
     showSelection();
 }
 
 void AnalysisSettings::showSelection() {
     const QSet<QString> wanted(wanted_.begin(), wanted_.end());
     QItemSelection selection;
-    for (int row = 0; row < features_->count(); ++row) {
-        if (wanted.contains(features_->item(row)->data(Qt::UserRole).toString())) {
-            const QModelIndex index = features_->model()->index(row, 0);
+    for (std::size_t row = 0; row < listed_.size() && !wanted.isEmpty(); ++row) {
+        if (wanted.contains(QString::fromStdString(listed_[row].name))) {
+            const QModelIndex index = features_->model()->index(static_cast<int>(row), 0);
             selection.select(index, index);
         }
     }
@@ -252,11 +252,14 @@ void AnalysisSettings::showSelection() {
 }
 
 std::vector<ComparedFeature> AnalysisSettings::selectedFeatures() const {
+    std::vector<std::size_t> rows;
+    for (const QModelIndex& index : features_->selectionModel()->selectedIndexes()) {
+        rows.push_back(static_cast<std::size_t>(index.row()));
+    }
+    std::ranges::sort(rows);
     std::vector<ComparedFeature> selected;
-    for (int row = 0; row < features_->count(); ++row) {
-        if (features_->item(row)->isSelected()) {
-            selected.push_back(listed_[static_cast<std::size_t>(row)]);
-        }
+    for (const std::size_t row : rows) {
+        selected.push_back(listed_[row]);
     }
     return selected;
 }
@@ -277,13 +280,12 @@ void AnalysisSettings::onSelectionChanged() {
     }
     // What isn't listed at the moment can't have been deselected.
     QSet<QString> listed;
+    for (const ComparedFeature& feature : listed_) {
+        listed.insert(QString::fromStdString(feature.name));
+    }
     QStringList selected;
-    for (int row = 0; row < features_->count(); ++row) {
-        const QString name = features_->item(row)->data(Qt::UserRole).toString();
-        listed.insert(name);
-        if (features_->item(row)->isSelected()) {
-            selected += name;
-        }
+    for (const ComparedFeature& feature : selectedFeatures()) {
+        selected += QString::fromStdString(feature.name);
     }
     for (const QString& name : wanted_) {
         if (!listed.contains(name)) {

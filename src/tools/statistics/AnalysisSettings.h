@@ -34,7 +34,7 @@ public:
 
     /// Lists features. Those that the user has selected stay selected, and are selected again when they come back.
     /// Emits nothing.
-    void setFeatures(const std::vector<ComparedFeature>& features);
+    void setFeatures(std::vector<ComparedFeature> features);
     /// The selected features, in list order.
     std::vector<ComparedFeature> selectedFeatures() const;
     /// Names of all features that the user has selected, listed now or not.

@@ -221,8 +221,9 @@ void StatisticalEvalWindow::onCategoryChanged() {
     run_.drop();
     withoutValues_.clear();
     settings_->setFeatures(listedFeatures());
-    settings_->setTestLabel(testLabelText(comparison()));
-    updateGuidance();
+    const Comparison what = comparison();
+    settings_->setTestLabel(testLabelText(what));
+    showGuidance(what);
 }
 
 void StatisticalEvalWindow::onDesignChanged() {
@@ -279,8 +280,10 @@ std::vector<ComparedFeature> StatisticalEvalWindow::listedFeatures() const {
             if (!dataset || !dataset->reader) {
                 continue;
             }
+            const std::vector<std::string> names = dataset->reader->featureNames();
             std::vector<ComparedFeature> features;
-            for (const std::string& name : dataset->reader->featureNames()) {
+            features.reserve(names.size());
+            for (const std::string& name : names) {
                 if (isScalarFeature(name)) {
                     features.push_back({name, QString::fromStdString(dataset->reader->featureLabel(name))});
                 }
@@ -296,7 +299,11 @@ Comparison StatisticalEvalWindow::comparison() const {
 }
 
 void StatisticalEvalWindow::updateGuidance() {
-    settings_->setGuidance(guidanceText(static_cast<CompareTab>(tabs_->currentIndex()), comparison(),
+    showGuidance(comparison());
+}
+
+void StatisticalEvalWindow::showGuidance(const Comparison& comparison) {
+    settings_->setGuidance(guidanceText(static_cast<CompareTab>(tabs_->currentIndex()), comparison,
                                         settings_->distributionMode(), withoutValues_));
 }
 

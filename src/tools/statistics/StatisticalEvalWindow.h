@@ -82,6 +82,7 @@ private:
     /// What would be compared now.
     Comparison comparison() const;
     void updateGuidance();
+    void showGuidance(const Comparison& comparison);
 
     /// Computes the values of all datasets, then calls back with them.
     void runValues(const Comparison& comparison, std::function<void(const ValueTable&)> finished);
