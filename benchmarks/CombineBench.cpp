@@ -1,10 +1,10 @@
+#include "../tests/support/PlainHost.h"
 #include "calc/density/Contours.h"
 #include "core/DatasetEntry.h"
 #include "io/VQDReader.h"
 #include "plot/ComparePlot.h"
 #include "plot/PlotPoints.h"
 #include "session/Session.h"
-#include "session/SessionHost.h"
 #include "session/compare/CombineModel.h"
 #include "session/compare/CombineStatistics.h"
 #include "tools/combine/CombinePlotWindow.h"
@@ -33,19 +33,10 @@ namespace {
 
 using namespace Tessaly;
 
-struct BenchHost : SessionHost {
-    int colorMapIndex() const override { return 0; }
-    EModulus* emodulus() override { return nullptr; }
-    EModulusParams emodulusParamsFor(const VQDMetadata& /*metadata*/) const override { return {}; }
-    bool datasetFolderViewActive() const override { return false; }
-    int datasetFolderDepth() const override { return 2; }
-    bool selectEvent(int /*datasetId*/, int /*event*/) override { return false; }
-};
-
 /// Datasets of two populations, a tenth of whose events a filter leaves out.
 struct CombineSession {
     Session session;
-    BenchHost host;
+    PlainHost host;
 
     CombineSession(int datasets, std::size_t events) {
         for (int i = 0; i < datasets; ++i) {
@@ -198,35 +189,33 @@ void changeColorsPlain(benchmark::State& state) {
     }
 }
 
-CombineDataList dataOf(const CombineSession& data, const CombineModel& model) {
+/// What the table is made from.
+struct StatisticsInput {
+    CombineSession& data = sessionOf(9, 100'000);
+    CombineModel model{data.session};
     CombineDataList list;
-    for (const CombineSource& source : combineSources(data.session, model)) {
-        list.push_back(std::make_shared<const CombineData>(prepareCombineData(source)));
+
+    StatisticsInput() {
+        for (const int id : model.addable()) {
+            model.add(id);
+        }
+        for (const CombineSource& source : combineSources(data.session, model)) {
+            list.push_back(std::make_shared<const CombineData>(prepareCombineData(source)));
+        }
     }
-    return list;
-}
+};
 
 void statistics(benchmark::State& state) {
-    CombineSession& data = sessionOf(9, 100'000);
-    CombineModel model(data.session);
-    for (const int id : model.addable()) {
-        model.add(id);
-    }
-    const CombineDataList list = dataOf(data, model);
+    const StatisticsInput input;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(combineStatistics(data.session, model, list));
+        benchmark::DoNotOptimize(combineStatistics(input.data.session, input.model, input.list));
     }
 }
 
 void statisticsPlain(benchmark::State& state) {
-    CombineSession& data = sessionOf(9, 100'000);
-    CombineModel model(data.session);
-    for (const int id : model.addable()) {
-        model.add(id);
-    }
-    const CombineDataList list = dataOf(data, model);
+    const StatisticsInput input;
     for (auto _ : state) {
-        for (const auto& each : list) {
+        for (const auto& each : input.list) {
             for (std::vector<double> values : {each->x, each->y}) {
                 std::ranges::sort(values);
                 const double mean = std::accumulate(values.begin(), values.end(), 0.0) / double(values.size());

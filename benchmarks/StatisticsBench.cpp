@@ -1,8 +1,8 @@
 // Comparisons of datasets: their values, tests, curves and distributions, against plain sorts of the same numbers.
 
+#include "../tests/support/PlainHost.h"
 #include "io/VQDReader.h"
 #include "session/Session.h"
-#include "session/SessionHost.h"
 #include "session/compare/DatasetValue.h"
 #include "session/compare/Distributions.h"
 #include "session/compare/TaskRun.h"
@@ -221,16 +221,6 @@ void distributions(benchmark::State& state) {
     }
 }
 
-/// Only what opening a window needs.
-struct NoHost : SessionHost {
-    int colorMapIndex() const override { return 0; }
-    EModulus* emodulus() override { return nullptr; }
-    EModulusParams emodulusParamsFor(const VQDMetadata& /*metadata*/) const override { return {}; }
-    bool datasetFolderViewActive() const override { return false; }
-    int datasetFolderDepth() const override { return 2; }
-    bool selectEvent(int /*datasetId*/, int /*event*/) override { return false; }
-};
-
 /// A window with 60 datasets in two categories and 100 features. The first dataset has other features each time, so
 /// that their list is made anew.
 void categoryChanged(benchmark::State& state) {
@@ -240,7 +230,7 @@ void categoryChanged(benchmark::State& state) {
     for (std::size_t i = 0; i < measurements.names.size(); ++i) {
         other->setFeature("userdef" + std::to_string(i + 1), {1.0, 2.0, 3.0, 4.0});
     }
-    const NoHost host;
+    const PlainHost host;
     StatisticalEvalWindow window(measurements.session, host);
     CompareState content;
     content.categories = measurements.comparison().categories;

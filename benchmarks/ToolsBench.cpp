@@ -1,5 +1,5 @@
+#include "../tests/support/PlainHost.h"
 #include "session/Session.h"
-#include "session/SessionHost.h"
 #include "tools/matrix/FilterGroupsMatrixWindow.h"
 
 #include <QApplication>
@@ -21,18 +21,9 @@ using namespace Tessaly;
 constexpr int Datasets = 200;
 constexpr int Groups = 30;
 
-struct PlainListHost : SessionHost {
-    int colorMapIndex() const override { return 0; }
-    EModulus* emodulus() override { return nullptr; }
-    EModulusParams emodulusParamsFor(const VQDMetadata& /*metadata*/) const override { return {}; }
-    bool datasetFolderViewActive() const override { return false; }
-    int datasetFolderDepth() const override { return 2; }
-    bool selectEvent(int /*datasetId*/, int /*event*/) override { return false; }
-};
-
 struct LargeSession {
     Session session;
-    PlainListHost host;
+    PlainHost host;
 
     LargeSession() {
         for (int i = 0; i < Datasets; ++i) {

@@ -68,6 +68,7 @@ TIME_BARS = {
     "turn_while_fourier": 0.05,
     "turn_while_modulus": 0.05,
     "turn_while_compensating": 0.05,
+    "gallery_longest_turn": 0.03,
 }
 
 SECONDS = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}

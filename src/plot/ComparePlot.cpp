@@ -9,7 +9,6 @@
 #include "widgets/EmptyHint.h"
 
 #include <QFontMetrics>
-#include <QFrame>
 #include <QResizeEvent>
 #include <qwt_plot_curve.h>
 #include <qwt_plot_legenditem.h>
@@ -66,13 +65,7 @@ ComparePlot::ComparePlot(const CompareScene& scene, QWidget* parent) : QwtPlot(p
 
 void ComparePlot::setUpCanvas(const CompareScene& scene) {
     setCanvasBackground(scene.background);
-    if (auto* frame = qobject_cast<QFrame*>(canvas())) {
-        frame->setFrameStyle(QFrame::Box | QFrame::Plain);
-        frame->setLineWidth(1);
-        QPalette framePalette = frame->palette();
-        framePalette.setColor(QPalette::WindowText, Qt::gray);
-        frame->setPalette(framePalette);
-    }
+    addCanvasFrame(*this);
     if (scene.compact) {
         setMinimumSize(300, 250);
     }

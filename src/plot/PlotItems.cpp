@@ -12,6 +12,7 @@
 #include "plot/RoundSpectroCurve.h"
 
 #include <QCoreApplication>
+#include <QFrame>
 #include <qwt_color_map.h>
 #include <qwt_plot.h>
 #include <qwt_plot_grid.h>
@@ -78,6 +79,16 @@ IsoelasticLabel* addModulus(QwtPlot& plot, const IsoelasticLine& line, const Iso
 
 QPen plotPen(const QColor& color, double width, Qt::PenStyle style) {
     return {color, width, style, Qt::SquareCap, Qt::BevelJoin};
+}
+
+void addCanvasFrame(QwtPlot& plot) {
+    if (auto* frame = qobject_cast<QFrame*>(plot.canvas())) {
+        frame->setFrameStyle(QFrame::Box | QFrame::Plain);
+        frame->setLineWidth(1);
+        QPalette colors = frame->palette();
+        colors.setColor(QPalette::WindowText, Qt::gray);
+        frame->setPalette(colors);
+    }
 }
 
 void addGrid(QwtPlot& plot) {

@@ -32,6 +32,9 @@ QPen plotPen(const QColor& color, double width, Qt::PenStyle style = Qt::SolidLi
 /// Dotted grey lines at the major ticks.
 void addGrid(QwtPlot& plot);
 
+/// A thin grey line around the canvas.
+void addCanvasFrame(QwtPlot& plot);
+
 /// Installs the engine of a scale mode (ScaleMode) on an axis and returns the axis to auto scale.
 void setScaleMode(QwtPlot& plot, int axis, int mode);
 

@@ -73,13 +73,7 @@ void ScatterPlot::setupPlot() {
     panner_->setAxisEnabled(QwtAxis::XTop, false);
 
     input_ = std::make_unique<CanvasInput>(*this);
-    if (auto* frame = qobject_cast<QFrame*>(canvas())) {
-        frame->setFrameStyle(QFrame::Box | QFrame::Plain);
-        frame->setLineWidth(1);
-        QPalette framePalette = frame->palette();
-        framePalette.setColor(QPalette::WindowText, Qt::gray);
-        frame->setPalette(framePalette);
-    }
+    addCanvasFrame(*this);
     canvas()->setObjectName("scatterPlotCanvas");
     canvas()->setAccessibleName(tr("Events"));
     // Installed once more, so that the plot sees events before picker and panner.

@@ -17,8 +17,10 @@ public:
 
     /// The engine for moduli and isoelastic lines; never null.
     virtual EModulus* emodulus() = 0;
-    /// The parameters for one dataset: the conditions that the user has set, the rest from its metadata.
-    virtual EModulusParams emodulusParamsFor(const VQDMetadata& metadata) const = 0;
+    /// The parameters for one dataset: the conditions that the user has set, the rest from its metadata. Changes are
+    /// told by SessionNotices::conditionsChanged().
+    /// @param hasTemperatures  whether the dataset's events have temperatures of their own
+    virtual EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool hasTemperatures) const = 0;
 
     /// Whether datasets are shown by folder. Changes are told by SessionNotices::folderViewChanged().
     virtual bool datasetFolderViewActive() const = 0;

@@ -33,6 +33,8 @@ signals:
     /// Other events may pass: filters or the rules of groups have changed. What is plotted has to be drawn anew.
     void eventsChanged();
     void colorMapChanged(int index);
+    /// The user has set other conditions for moduli: isoelastic lines lie elsewhere.
+    void conditionsChanged();
     /// Datasets are to be listed differently: plain or by folder, or with another number of folder levels.
     void folderViewChanged();
 };

@@ -71,8 +71,8 @@ int MainWindow::datasetFolderDepth() const {
     return panels_.datasets->folderDepth();
 }
 
-EModulusParams MainWindow::emodulusParamsFor(const VQDMetadata& metadata) const {
-    return panels_.calculations->emodulusParamsFor(metadata);
+EModulusParams MainWindow::emodulusParamsFor(const VQDMetadata& metadata, bool hasTemperatures) const {
+    return panels_.calculations->emodulusParamsFor(metadata, hasTemperatures);
 }
 
 bool MainWindow::selectEvent(int datasetId, int event) {
@@ -142,6 +142,7 @@ void MainWindow::connectCalculations() {
     CalculationsDockWidget* dock = panels_.calculations;
     connect(dock, &CalculationsDockWidget::traceDisplayChanged, &events_,
             [this, dock] { events_.showRefinedTraces(dock->showsRefinedTrace()); });
+    connect(dock, &CalculationsDockWidget::conditionsChanged, &session_.notices(), &SessionNotices::conditionsChanged);
     connect(&calculations_, &CalculationController::featuresChanged, &plot_, [this](Calculation kind) {
         plot_.setZoomResetCheck([kind](const std::string& feature) { return isResultOf(kind, feature); });
         plot_.refreshFeaturesAndPlot();

@@ -61,7 +61,7 @@ public:
     int datasetFolderDepth() const override;
     int colorMapIndex() const override { return colorMap_.index(); }
     EModulus* emodulus() override { return &emodulus_; }
-    EModulusParams emodulusParamsFor(const VQDMetadata& metadata) const override;
+    EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool hasTemperatures) const override;
     bool selectEvent(int datasetId, int event) override;
     CalculationsDockWidget* calcDock() const { return panels_.calculations; }
     const MainPanels& panels() const { return panels_; }

@@ -2,7 +2,7 @@
 
 #include "core/DatasetEntry.h"
 #include "session/SessionBuilder.h"
-#include "session/SessionHost.h"
+#include "support/PlainHost.h"
 #include "tools/combine/CombineDatasetWidget.h"
 #include "tools/combine/CombinePlotWindow.h"
 #include "tools/combine/CombineRowList.h"
@@ -22,15 +22,17 @@
 
 namespace Tessaly {
 
-struct CombineHost : SessionHost {
+struct CombineHost : PlainHost {
     int colorMapIndex() const override { return colorMap; }
     EModulus* emodulus() override { return &engine; }
-    EModulusParams emodulusParamsFor(const VQDMetadata& /*metadata*/) const override { return {}; }
-    bool datasetFolderViewActive() const override { return false; }
-    int datasetFolderDepth() const override { return 2; }
-    bool selectEvent(int /*datasetId*/, int /*event*/) override { return false; }
+    EModulusParams emodulusParamsFor(const VQDMetadata& /*metadata*/, bool hasTemperatures) const override {
+        EModulusParams asked = params;
+        asked.temperatureSource = hasTemperatures ? TemperatureSource::PerEvent : params.temperatureSource;
+        return asked;
+    }
 
     int colorMap = 0;
+    EModulusParams params;
     EModulus engine;
 };
 

@@ -2,8 +2,8 @@
 
 #include "io/VQDReader.h"
 #include "session/Session.h"
-#include "session/SessionHost.h"
 #include "support/FilterRules.h"
+#include "support/PlainHost.h"
 #include "support/SampleFile.h"
 #include "support/TemporaryFolder.h"
 #include "tools/gallery/GalleryGridWidget.h"
@@ -42,12 +42,7 @@
 namespace Tessaly {
 namespace {
 
-struct SelectingHost : SessionHost {
-    int colorMapIndex() const override { return 0; }
-    EModulus* emodulus() override { return nullptr; }
-    EModulusParams emodulusParamsFor(const VQDMetadata& /*metadata*/) const override { return {}; }
-    bool datasetFolderViewActive() const override { return false; }
-    int datasetFolderDepth() const override { return 2; }
+struct SelectingHost : PlainHost {
     bool selectEvent(int datasetId, int event) override {
         selected.emplace_back(datasetId, event);
         return true;

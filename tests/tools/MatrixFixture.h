@@ -1,7 +1,7 @@
 #pragma once
 
 #include "session/Session.h"
-#include "session/SessionHost.h"
+#include "support/PlainHost.h"
 #include "tools/matrix/FilterGroupsMatrixWindow.h"
 
 #include <QCheckBox>
@@ -18,13 +18,9 @@
 namespace Tessaly {
 
 /// What the main window would tell about the list of datasets.
-struct FolderViewHost : SessionHost {
-    int colorMapIndex() const override { return 0; }
-    EModulus* emodulus() override { return nullptr; }
-    EModulusParams emodulusParamsFor(const VQDMetadata& /*metadata*/) const override { return {}; }
+struct FolderViewHost : PlainHost {
     bool datasetFolderViewActive() const override { return folders; }
     int datasetFolderDepth() const override { return depth; }
-    bool selectEvent(int /*datasetId*/, int /*event*/) override { return false; }
 
     bool folders = false;
     int depth = 2;

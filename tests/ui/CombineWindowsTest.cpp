@@ -1,3 +1,4 @@
+#include "DialogUser.h"
 #include "PlotFixture.h"
 
 #include "plot/ComparePlot.h"
@@ -7,11 +8,15 @@
 #include "ui/ToolWindows.h"
 #include "ui/datasets/DatasetListWidget.h"
 
+#include <QCheckBox>
 #include <QMenu>
 #include <QMimeData>
 #include <QPointer>
+#include <QRadioButton>
 #include <QSettings>
 #include <QThreadPool>
+#include <qwt_plot_marker.h>
+#include <qwt_text.h>
 
 #include <gtest/gtest.h>
 
@@ -29,6 +34,9 @@ protected:
             SampleFileOptions options;
             options.sample = name;
             options.events = 30;
+            options.columns["temp"] = std::vector<double>(30, 31.0);
+            options.textAttributes["setup:medium"] = "Water";
+            options.numberAttributes["setup:temperature"] = 22.0;
             const std::string path = folder.file(std::string(name) + ".vqd");
             writeSampleFile(path, options);
             window->openDataset(QString::fromStdString(path));
@@ -49,6 +57,21 @@ protected:
     static void finish(CombinePlotWindow& combine) {
         QApplication::processEvents();
         combine.finishRefresh();
+    }
+
+    /// The moduli and ends of the isoelastic lines.
+    static QStringList linesOf(const QwtPlot& plot) {
+        QStringList lines;
+        for (const QwtPlotItem* item : plot.itemList(QwtPlotItem::Rtti_PlotMarker)) {
+            const auto* label = static_cast<const QwtPlotMarker*>(item);
+            if (label->z() == -9.0) {
+                lines << QStringLiteral("%1 at %2, %3")
+                             .arg(label->label().text())
+                             .arg(label->xValue())
+                             .arg(label->yValue());
+            }
+        }
+        return lines;
     }
 
     TemporaryFolder folder;
@@ -98,6 +121,90 @@ TEST_F(CombineWindowsTest, TheyComeBackWithTheSession) {
     ASSERT_EQ(windows()[1]->plots().size(), 2U);
     EXPECT_EQ(windows()[1]->model().datasets()[0].datasetId, id(1));
     EXPECT_TRUE(windows()[1]->isVisible());
+}
+
+TEST_F(CombineWindowsTest, TwoWindowsAreSavedAndLoadedThroughTheMenus) {
+    const auto click = [](QWidget* in, const char* name) {
+        auto* box = in->findChild<QAbstractButton*>(name);
+        QTest::mouseClick(box, Qt::LeftButton, {}, {8, box->height() / 2});
+    };
+    for (int i = 0; i < 2; ++i) {
+        open();
+    }
+    windows()[0]->addDataset(id(0));
+    click(windows()[0], "showCountCheckBox");
+    click(windows()[0], "manualArraySizeCheckBox");
+    windows()[1]->addDataset(id(1));
+    windows()[1]->addDataset(id(0));
+    for (const char* name : {"syncAxesCheckBox", "syncFeaturesCheckBox", "showLegendCheckBox"}) {
+        click(windows()[1], name);
+    }
+    QTest::keyClick(windows()[1]->findChild<QComboBox*>("displayModeCombo"), Qt::Key_End);
+    window->findChild<QAction*>("imageGalleryAction")->trigger();
+    const auto states = [this] {
+        std::vector<QJsonObject> found;
+        for (CombinePlotWindow* each : windows()) {
+            finish(*each);
+            found.push_back(each->sessionState({{id(0), 0}, {id(1), 1}}));
+        }
+        return found;
+    };
+    const std::vector<QJsonObject> before = states();
+    ASSERT_EQ(before.size(), 2U);
+    EXPECT_EQ(before[1]["displayMode"].toInt(), 2);
+    EXPECT_GT(before[1]["xMax"].toDouble(), before[1]["xMin"].toDouble());
+
+    DialogUser user;
+    const QString file = QString::fromStdString(folder.file("two.TSY"));
+    user.file(file);
+    window->findChild<QAction*>("saveSessionAction")->trigger();
+    EXPECT_EQ(user.takeSeen(), QStringList{"Save Session"});
+    // Over the session that is open, then into a fresh program.
+    for (const bool fresh : {false, true}) {
+        if (fresh) {
+            window = std::make_unique<MainWindow>();
+            window->show();
+        } else {
+            user.press(QMessageBox::Yes);
+        }
+        user.file(file);
+        window->findChild<QAction*>("loadSessionAction")->trigger();
+        ASSERT_TRUE(QTest::qWaitFor([this] { return !window->sessionLoading() && windows().size() == 2; }, 20000));
+        EXPECT_EQ(states(), before) << fresh;
+        EXPECT_EQ(windows()[0]->plots().size(), 1U);
+        EXPECT_EQ(windows()[1]->plots().size(), 1U); // both datasets in it
+        EXPECT_EQ(windows()[1]->model().datasets()[0].datasetId, id(1));
+        EXPECT_TRUE(windows()[0]->isVisible() && windows()[1]->isVisible());
+        EXPECT_TRUE(window->toolWindows().imageGalleries().empty());
+        user.takeSeen();
+    }
+}
+
+TEST_F(CombineWindowsTest, IsoelasticsAreThoseOfTheMainPlot) {
+    window->session().setActive(id(0));
+    for (const auto& [name, feature] : {std::pair("xFeatureCombo", "area_um"), {"yFeatureCombo", "deform"}}) {
+        auto* combo = window->findChild<QComboBox*>(name);
+        combo->setCurrentIndex(combo->findData(feature));
+    }
+    window->findChild<QCheckBox*>("isoelasticsCheck")->click();
+    window->findChild<QCheckBox*>("isoelasticLabelsCheck")->click();
+    CombinePlotWindow* combine = open();
+    combine->addDataset(id(0));
+    combine->findChild<QCheckBox*>("isoelasticsCheckBox")->click();
+    combine->findChild<QCheckBox*>("isoLabelsCheckBox")->click();
+    finish(*combine);
+    const auto* main = window->findChild<ScatterPlot*>();
+    const QStringList ofTheFile = linesOf(*main);
+    EXPECT_FALSE(ofTheFile.isEmpty());
+    for (const auto& [source, isOwn] :
+         {std::pair("temperatureManual", true), {"temperatureEvent", false}, {"temperatureMeta", false}}) {
+        window->findChild<QRadioButton*>(source)->click();
+        window->findChild<QDoubleSpinBox*>("temperatureSpinBox")->setValue(35.0);
+        finish(*combine);
+        const QStringList lines = linesOf(*combine->plots().front());
+        EXPECT_EQ(lines, linesOf(*main)) << source;
+        EXPECT_EQ(lines != ofTheFile, isOwn) << source;
+    }
 }
 
 TEST_F(CombineWindowsTest, TheyGoWithTheSession) {

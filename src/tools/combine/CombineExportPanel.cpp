@@ -2,14 +2,8 @@
 
 #include "widgets/WideCombo.h"
 
-#include <QCheckBox>
-#include <QDoubleSpinBox>
 #include <QFormLayout>
 #include <QLabel>
-#include <QSignalBlocker>
-#include <QSpinBox>
-
-#include <cmath>
 
 namespace Tessaly {
 
@@ -21,27 +15,20 @@ CombineExportPanel::CombineExportPanel(QWidget* parent) : QWidget(parent) {
     form->setHorizontalSpacing(8);
     form->setVerticalSpacing(4);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    tickLabels_ = addBox(*form, tr("Tick labels"), "tickLabelSizeBox", FontSize, tr(" pt"));
-    axisLabels_ = addBox(*form, tr("Axis labels"), "axisLabelSizeBox", FontSize, tr(" pt"));
-    showTitles_ = addCheck(*form, tr("Show titles"), "showTitleCheckBox");
-    titleSize_ = addBox(*form, QString(), "titleSizeBox", FontSize, tr(" pt"), tr("Title size"));
-    boldTitles_ = addCheck(*form, tr("Bold titles"), "titleBoldCheckBox");
-    colorTitles_ = addCheck(*form, tr("Color titles"), "titleUseColorCheckBox");
-    width_ = addBox(*form, tr("Width"), "plotWidthBox", PlotMm, tr(" mm"));
-    height_ = addBox(*form, tr("Height"), "plotHeightBox", PlotMm, tr(" mm"));
-    pointSize_ = addBox(*form, tr("Point size"), "pointSizeBox", PointSize, tr(" px"));
-    axisWidth_ = new QDoubleSpinBox;
-    axisWidth_->setObjectName(QStringLiteral("axisLineWidthBox"));
-    axisWidth_->setAccessibleName(tr("Axis width"));
-    axisWidth_->setRange(AxisWidth.first, AxisWidth.second);
-    axisWidth_->setSingleStep(0.5);
-    axisWidth_->setDecimals(1);
-    axisWidth_->setSuffix(tr(" px"));
-    axisWidth_->setLocale(QLocale::c());
-    connect(axisWidth_, &QDoubleSpinBox::valueChanged, this, &CombineExportPanel::settingsChanged);
-    form->addRow(tr("Axis width"), axisWidth_);
-    grid_ = addCheck(*form, tr("Grid"), "showGridCheckBox");
-    rightTopAxes_ = addCheck(*form, tr("Right/Top axes"), "showRightTopAxesCheckBox");
+    using Settings = CombineExportSettings;
+    controls_.bind(addBox(*form, tr("Tick labels"), "tickLabelSizeBox", FontSize, tr(" pt")), &Settings::tickLabelSize);
+    controls_.bind(addBox(*form, tr("Axis labels"), "axisLabelSizeBox", FontSize, tr(" pt")), &Settings::axisLabelSize);
+    controls_.bind(addCheck(*form, tr("Show titles"), "showTitleCheckBox"), &Settings::showTitle);
+    controls_.bind(addBox(*form, QString(), "titleSizeBox", FontSize, tr(" pt"), tr("Title size")),
+                   &Settings::titleSize);
+    controls_.bind(addCheck(*form, tr("Bold titles"), "titleBoldCheckBox"), &Settings::titleBold);
+    controls_.bind(addCheck(*form, tr("Color titles"), "titleUseColorCheckBox"), &Settings::titleUseColor);
+    controls_.bind(addBox(*form, tr("Width"), "plotWidthBox", PlotMm, tr(" mm")), &Settings::plotWidthMm);
+    controls_.bind(addBox(*form, tr("Height"), "plotHeightBox", PlotMm, tr(" mm")), &Settings::plotHeightMm);
+    controls_.bind(addBox(*form, tr("Point size"), "pointSizeBox", PointSize, tr(" px")), &Settings::pointSize);
+    controls_.bind(addAxisWidth(*form), &Settings::axisLineWidth);
+    controls_.bind(addCheck(*form, tr("Grid"), "showGridCheckBox"), &Settings::showGrid);
+    controls_.bind(addCheck(*form, tr("Right/Top axes"), "showRightTopAxesCheckBox"), &Settings::showRightTopAxes);
     addUniformColor(*form);
     showSettings({});
     setUniformColorVisible(false);
@@ -56,6 +43,20 @@ QSpinBox* CombineExportPanel::addBox(QFormLayout& form, const QString& text, con
     box->setSuffix(suffix);
     connect(box, &QSpinBox::valueChanged, this, &CombineExportPanel::settingsChanged);
     form.addRow(text, box);
+    return box;
+}
+
+QDoubleSpinBox* CombineExportPanel::addAxisWidth(QFormLayout& form) {
+    auto* box = new QDoubleSpinBox;
+    box->setObjectName(QStringLiteral("axisLineWidthBox"));
+    box->setAccessibleName(tr("Axis width"));
+    box->setRange(CombineRange::AxisWidth.first, CombineRange::AxisWidth.second);
+    box->setSingleStep(0.5);
+    box->setDecimals(1);
+    box->setSuffix(tr(" px"));
+    box->setLocale(QLocale::c());
+    connect(box, &QDoubleSpinBox::valueChanged, this, &CombineExportPanel::settingsChanged);
+    form.addRow(tr("Axis width"), box);
     return box;
 }
 
@@ -88,43 +89,13 @@ void CombineExportPanel::addUniformColor(QFormLayout& form) {
 
 CombineExportSettings CombineExportPanel::settings() const {
     CombineExportSettings settings;
-    settings.tickLabelSize = tickLabels_->value();
-    settings.axisLabelSize = axisLabels_->value();
-    settings.showTitle = showTitles_->isChecked();
-    settings.titleSize = titleSize_->value();
-    settings.titleBold = boldTitles_->isChecked();
-    settings.titleUseColor = colorTitles_->isChecked();
-    settings.plotWidthMm = width_->value();
-    settings.plotHeightMm = height_->value();
-    settings.pointSize = pointSize_->value();
-    settings.axisLineWidth = axisWidth_->value();
-    settings.showGrid = grid_->isChecked();
-    settings.showRightTopAxes = rightTopAxes_->isChecked();
+    controls_.readInto(settings);
     settings.uniformColor = uniformColor_->currentData().value<QColor>();
     return settings;
 }
 
 void CombineExportPanel::showSettings(const CombineExportSettings& settings) {
-    const auto value = [](auto* box, auto number) {
-        const QSignalBlocker blocker(box);
-        box->setValue(number);
-    };
-    const auto check = [](QCheckBox* box, bool on) {
-        const QSignalBlocker blocker(box);
-        box->setChecked(on);
-    };
-    value(tickLabels_, settings.tickLabelSize);
-    value(axisLabels_, settings.axisLabelSize);
-    check(showTitles_, settings.showTitle);
-    value(titleSize_, settings.titleSize);
-    check(boldTitles_, settings.titleBold);
-    check(colorTitles_, settings.titleUseColor);
-    value(width_, static_cast<int>(std::lround(settings.plotWidthMm)));
-    value(height_, static_cast<int>(std::lround(settings.plotHeightMm)));
-    value(pointSize_, settings.pointSize);
-    value(axisWidth_, settings.axisLineWidth);
-    check(grid_, settings.showGrid);
-    check(rightTopAxes_, settings.showRightTopAxes);
+    controls_.show(settings);
     const int color = uniformColor_->findData(settings.uniformColor);
     if (color >= 0) {
         const QSignalBlocker blocker(uniformColor_);

@@ -1,15 +1,12 @@
 #pragma once
 
 #include "session/compare/CombineSettings.h"
+#include "widgets/BoundControls.h"
 
 #include <QWidget>
 
-class QCheckBox;
-class QComboBox;
-class QDoubleSpinBox;
 class QFormLayout;
 class QLabel;
-class QSpinBox;
 
 namespace Tessaly {
 
@@ -34,20 +31,10 @@ private:
     QSpinBox* addBox(QFormLayout& form, const QString& text, const char* name, std::pair<int, int> range,
                      const QString& suffix, const QString& accessibleName = {});
     QCheckBox* addCheck(QFormLayout& form, const QString& text, const char* name);
+    QDoubleSpinBox* addAxisWidth(QFormLayout& form);
     void addUniformColor(QFormLayout& form);
 
-    QSpinBox* tickLabels_ = nullptr;
-    QSpinBox* axisLabels_ = nullptr;
-    QCheckBox* showTitles_ = nullptr;
-    QSpinBox* titleSize_ = nullptr;
-    QCheckBox* boldTitles_ = nullptr;
-    QCheckBox* colorTitles_ = nullptr;
-    QSpinBox* width_ = nullptr;
-    QSpinBox* height_ = nullptr;
-    QSpinBox* pointSize_ = nullptr;
-    QDoubleSpinBox* axisWidth_ = nullptr;
-    QCheckBox* grid_ = nullptr;
-    QCheckBox* rightTopAxes_ = nullptr;
+    BoundControls<CombineExportSettings> controls_; ///< all but the colour
     QLabel* uniformLabel_ = nullptr;
     QComboBox* uniformColor_ = nullptr;
 };

@@ -190,6 +190,11 @@ void CombinePlotWindow::listenToNews() {
         }
     });
     connect(&news, &SessionNotices::colorMapChanged, this, &CombinePlotWindow::restyle);
+    connect(&news, &SessionNotices::conditionsChanged, this, [this] {
+        if (model_.options().isoelasticity) {
+            scheduleRefresh();
+        }
+    });
 }
 
 void CombinePlotWindow::addDataset(int id) {

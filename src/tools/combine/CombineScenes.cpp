@@ -2,6 +2,7 @@
 
 #include "core/DatasetEntry.h"
 #include "core/ScaleMath.h"
+#include "io/VQDReader.h"
 #include "plot/PlotPoints.h"
 #include "session/Session.h"
 #include "session/SessionHost.h"
@@ -140,12 +141,12 @@ private:
         const bool swapped = shown.xFeatureName == "deform" && shown.yFeatureName == "area_um";
         const bool straight = shown.xFeatureName == "area_um" && shown.yFeatureName == "deform";
         const DatasetEntry* entry = session_.findById(shown.datasetId);
-        if (!options().isoelasticity || (!swapped && !straight) || !entry || !entry->featuresLoaded ||
+        if (!options().isoelasticity || (!swapped && !straight) || !entry || !entry->featuresLoaded || !entry->reader ||
             !host_.emodulus()) {
             return;
         }
-        // Where each event has a temperature of its own, the lines are still those of the metadata's.
-        scene.isoelastics = host_.emodulus()->isoelastics(host_.emodulusParamsFor(entry->metadata));
+        scene.isoelastics =
+            host_.emodulus()->isoelastics(host_.emodulusParamsFor(entry->metadata, entry->reader->hasFeature("temp")));
         scene.isoelasticLabels = options().isoLabels;
         if (swapped) {
             for (IsoelasticLine& line : scene.isoelastics) {

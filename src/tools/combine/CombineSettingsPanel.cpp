@@ -3,19 +3,15 @@
 #include "widgets/ContourControls.h"
 #include "widgets/WideCombo.h"
 
-#include <QCheckBox>
-#include <QDoubleSpinBox>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QSignalBlocker>
-#include <QSpinBox>
 #include <QVBoxLayout>
 
-#include <array>
-
 namespace Tessaly {
+
+using Options = CombineOptions;
 
 namespace {
 
@@ -44,43 +40,53 @@ CombineSettingsPanel::CombineSettingsPanel(QWidget* parent) : QWidget(parent) {
     layout->setContentsMargins(8, 8, 8, 8);
     layout->setSpacing(4);
     addModes(*addForm(*layout));
-    syncFeatures_ =
-        addCheck(*layout, tr("Sync Features"), "syncFeaturesCheckBox", tr("Keep all datasets on the same X/Y axes"));
-    legend_ = addCheck(*layout, tr("Show Legend"), "showLegendCheckBox");
+    const QCheckBox* syncFeatures = addCheck(*layout, tr("Sync Features"), "syncFeaturesCheckBox",
+                                             &Options::syncFeatures, tr("Keep all datasets on the same X/Y axes"));
+    addOption(*layout, tr("Show Legend"), "showLegendCheckBox", &Options::showLegend);
     addAxes(*layout);
     layout->addSpacing(4);
     addContours(*addForm(*layout));
-    isoelastics_ = addCheck(*layout, tr("Isoelastics"), "isoelasticsCheckBox",
-                            tr("Show isoelasticity lines on area vs. deformation plots"));
-    isoLabels_ = addCheck(*layout, tr("Labels"), "isoLabelsCheckBox", tr("Show kPa labels on isoelasticity lines"));
+    addOption(*layout, tr("Isoelastics"), "isoelasticsCheckBox", &Options::isoelasticity,
+              tr("Show isoelasticity lines on area vs. deformation plots"));
+    isoLabels_ = addOption(*layout, tr("Labels"), "isoLabelsCheckBox", &Options::isoLabels,
+                           tr("Show kPa labels on isoelasticity lines"));
+    isoLabels_->setAccessibleName(tr("Isoelasticity labels"));
     addArray(*layout);
-    count_ = addCheck(*layout, tr("Show N"), "showCountCheckBox",
-                      tr("Display the number of plotted events (N = #) in each array plot"));
+    addOption(*layout, tr("Show N"), "showCountCheckBox", &Options::showCount,
+              tr("Display the number of plotted events (N = #) in each array plot"));
     layout->addStretch(1);
-    connect(syncFeatures_, &QCheckBox::toggled, this, &CombineSettingsPanel::syncFeaturesToggled);
-    connect(syncAxes_, &QCheckBox::toggled, this, &CombineSettingsPanel::syncAxesToggled);
-    for (QCheckBox* check : {legend_, manualLimits_, isoelastics_, isoLabels_, manualArray_, count_}) {
-        connect(check, &QCheckBox::toggled, this, &CombineSettingsPanel::optionsChanged);
-    }
+    connect(syncFeatures, &QCheckBox::toggled, this, &CombineSettingsPanel::syncFeaturesToggled);
     showOptions({});
 }
 
 void CombineSettingsPanel::addModes(QFormLayout& form) {
-    display_ = makeCombo({tr("Array"), tr("Array + Contour"), tr("Same Plot")}, "displayModeCombo", tr("Display"));
-    color_ = makeCombo({tr("Heatmap (Density)"), tr("Dataset Color"), tr("None")}, "colorModeCombo", tr("Color"));
-    form.addRow(tr("Display:"), display_);
-    form.addRow(tr("Color:"), color_);
-    connect(display_, &QComboBox::currentIndexChanged, this, &CombineSettingsPanel::displayModeChanged);
-    connect(color_, &QComboBox::currentIndexChanged, this, &CombineSettingsPanel::colorModeChanged);
+    QComboBox* display =
+        makeCombo({tr("Array"), tr("Array + Contour"), tr("Same Plot")}, "displayModeCombo", tr("Display"));
+    QComboBox* color =
+        makeCombo({tr("Heatmap (Density)"), tr("Dataset Color"), tr("None")}, "colorModeCombo", tr("Color"));
+    form.addRow(tr("Display:"), display);
+    form.addRow(tr("Color:"), color);
+    controls_.bind(display, &Options::displayMode);
+    controls_.bind(color, &Options::colorMode);
+    connect(display, &QComboBox::currentIndexChanged, this, &CombineSettingsPanel::displayModeChanged);
+    connect(color, &QComboBox::currentIndexChanged, this, &CombineSettingsPanel::colorModeChanged);
 }
 
 QCheckBox* CombineSettingsPanel::addCheck(QBoxLayout& layout, const QString& text, const char* name,
-                                          const QString& toolTip) {
+                                          bool Options::*member, const QString& toolTip) {
     auto* check = new QCheckBox(text);
     check->setObjectName(QLatin1String(name));
     check->setAccessibleName(text);
     check->setToolTip(toolTip);
     layout.addWidget(check);
+    controls_.bind(check, member);
+    return check;
+}
+
+QCheckBox* CombineSettingsPanel::addOption(QBoxLayout& layout, const QString& text, const char* name,
+                                           bool Options::*member, const QString& toolTip) {
+    QCheckBox* check = addCheck(layout, text, name, member, toolTip);
+    connect(check, &QCheckBox::toggled, this, &CombineSettingsPanel::optionsChanged);
     return check;
 }
 
@@ -100,12 +106,16 @@ QDoubleSpinBox* CombineSettingsPanel::makeLimit(const char* name, const QString&
 }
 
 void CombineSettingsPanel::addAxes(QBoxLayout& layout) {
-    syncAxes_ = addCheck(layout, tr("Sync Axes"), "syncAxesCheckBox", tr("Use same axis limits for all plots"));
-    manualLimits_ = addCheck(layout, tr("Manual Limits"), "manualLimitsCheckBox");
-    xMin_ = makeLimit("xMinBox", tr("Minimum of X"));
-    xMax_ = makeLimit("xMaxBox", tr("Maximum of X"));
-    yMin_ = makeLimit("yMinBox", tr("Minimum of Y"));
-    yMax_ = makeLimit("yMaxBox", tr("Maximum of Y"));
+    const QCheckBox* syncAxes = addCheck(layout, tr("Sync Axes"), "syncAxesCheckBox", &Options::syncAxes,
+                                         tr("Use same axis limits for all plots"));
+    connect(syncAxes, &QCheckBox::toggled, this, &CombineSettingsPanel::syncAxesToggled);
+    manualLimits_ = addOption(layout, tr("Manual Limits"), "manualLimitsCheckBox", &Options::manualLimits);
+    limits_ = {makeLimit("xMinBox", tr("Minimum of X")), makeLimit("xMaxBox", tr("Maximum of X")),
+               makeLimit("yMinBox", tr("Minimum of Y")), makeLimit("yMaxBox", tr("Maximum of Y"))};
+    const std::array members{&PlotLimits::xMin, &PlotLimits::xMax, &PlotLimits::yMin, &PlotLimits::yMax};
+    for (std::size_t i = 0; i < limits_.size(); ++i) {
+        limitBoxes_.bind(limits_[i], members[i]);
+    }
     auto* grid = new QGridLayout;
     grid->setHorizontalSpacing(4);
     grid->setVerticalSpacing(4);
@@ -116,8 +126,8 @@ void CombineSettingsPanel::addAxes(QBoxLayout& layout) {
         grid->addWidget(lower, row, 1);
         grid->addWidget(upper, row, 2);
     };
-    addLine(0, tr("X:"), xMin_, xMax_);
-    addLine(1, tr("Y:"), yMin_, yMax_);
+    addLine(0, tr("X:"), limits_[0], limits_[1]);
+    addLine(1, tr("Y:"), limits_[2], limits_[3]);
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(2, 1);
     layout.addLayout(grid);
@@ -131,26 +141,27 @@ void CombineSettingsPanel::addContours(QFormLayout& form) {
     connect(contours_, &ContourControls::changed, this, &CombineSettingsPanel::optionsChanged);
 }
 
-QSpinBox* CombineSettingsPanel::makeSize(const char* name, const QString& accessibleName) {
+QSpinBox* CombineSettingsPanel::makeSize(const char* name, const QString& accessibleName, int Options::*member) {
     auto* box = new QSpinBox;
     box->setObjectName(QLatin1String(name));
     box->setAccessibleName(accessibleName);
     box->setRange(0, CombineRange::MaxArray);
     box->setSpecialValueText(tr("auto"));
     connect(box, &QSpinBox::valueChanged, this, &CombineSettingsPanel::optionsChanged);
+    controls_.bind(box, member);
     return box;
 }
 
 void CombineSettingsPanel::addArray(QBoxLayout& layout) {
-    manualArray_ = addCheck(layout, tr("Manual Array Size"), "manualArraySizeCheckBox");
-    cols_ = makeSize("arrayColsBox", tr("Columns of the array"));
-    rows_ = makeSize("arrayRowsBox", tr("Rows of the array"));
+    addOption(layout, tr("Manual Array Size"), "manualArraySizeCheckBox", &Options::manualArraySize);
+    QSpinBox* cols = makeSize("arrayColsBox", tr("Columns of the array"), &Options::arrayCols);
+    QSpinBox* rows = makeSize("arrayRowsBox", tr("Rows of the array"), &Options::arrayRows);
     arrayBoxes_ = new QWidget;
     arrayBoxes_->setObjectName(QStringLiteral("arraySizeBoxes"));
     auto* boxes = new QHBoxLayout(arrayBoxes_);
     boxes->setContentsMargins(0, 0, 0, 0);
     boxes->setSpacing(4);
-    for (const auto& [text, box] : {std::pair(tr("Cols:"), cols_), std::pair(tr("Rows:"), rows_)}) {
+    for (const auto& [text, box] : {std::pair(tr("Cols:"), cols), std::pair(tr("Rows:"), rows)}) {
         auto* label = new QLabel(text);
         label->setBuddy(box);
         boxes->addWidget(label);
@@ -161,55 +172,23 @@ void CombineSettingsPanel::addArray(QBoxLayout& layout) {
 
 CombineOptions CombineSettingsPanel::options() const {
     CombineOptions options;
-    options.displayMode = display_->currentIndex();
-    options.colorMode = color_->currentIndex();
-    options.syncFeatures = syncFeatures_->isChecked();
-    options.showLegend = legend_->isChecked();
-    options.syncAxes = syncAxes_->isChecked();
-    options.manualLimits = manualLimits_->isChecked();
-    options.limits = {xMin_->value(), xMax_->value(), yMin_->value(), yMax_->value()};
+    controls_.readInto(options);
+    limitBoxes_.readInto(options.limits);
     options.contourMode = contours_->mode();
     options.contourFraction1 = contours_->innerFraction();
     options.contourFraction2 = contours_->outerFraction();
-    options.isoelasticity = isoelastics_->isChecked();
-    options.isoLabels = isoLabels_->isChecked();
-    options.manualArraySize = manualArray_->isChecked();
-    options.arrayCols = cols_->value();
-    options.arrayRows = rows_->value();
-    options.showCount = count_->isChecked();
     return options;
 }
 
 void CombineSettingsPanel::showOptions(const CombineOptions& options) {
-    const auto show = [](auto* control, const auto& set) {
-        const QSignalBlocker blocker(control);
-        set(control);
-    };
-    const auto index = [&](QComboBox* combo, int value) {
-        show(combo, [=](auto* box) { box->setCurrentIndex(value); });
-    };
-    const auto check = [&](QCheckBox* box, bool on) { show(box, [=](auto* target) { target->setChecked(on); }); };
-    const auto value = [&](auto* box, auto number) { show(box, [=](auto* target) { target->setValue(number); }); };
-    index(display_, options.displayMode);
-    index(color_, options.colorMode);
-    check(syncFeatures_, options.syncFeatures);
-    check(legend_, options.showLegend);
-    check(syncAxes_, options.syncAxes);
-    check(manualLimits_, options.manualLimits);
-    value(xMin_, options.limits.xMin);
-    value(xMax_, options.limits.xMax);
-    value(yMin_, options.limits.yMin);
-    value(yMax_, options.limits.yMax);
+    controls_.show(options);
+    limitBoxes_.show(options.limits);
     contours_->setChoice(options.contourMode, options.contourFraction1, options.contourFraction2);
-    check(isoelastics_, options.isoelasticity);
-    check(isoLabels_, options.isoLabels);
-    check(manualArray_, options.manualArraySize);
-    value(cols_, options.arrayCols);
-    value(rows_, options.arrayRows);
-    check(count_, options.showCount);
     manualLimits_->setEnabled(options.syncAxes);
-    for (QDoubleSpinBox* box : {xMin_, xMax_, yMin_, yMax_}) {
+    manualLimits_->setToolTip(options.syncAxes ? QString() : tr("Tick “Sync Axes” to set limits"));
+    for (QDoubleSpinBox* box : limits_) {
         box->setEnabled(options.manualLimits);
+        box->setToolTip(options.manualLimits ? QString() : tr("Tick “Manual Limits” to set the limits"));
         if (!options.manualLimits) {
             box->findChild<QLineEdit*>()->deselect(); // what was typed last would stay marked
         }

@@ -1,15 +1,14 @@
 #pragma once
 
 #include "session/compare/CombineSettings.h"
+#include "widgets/BoundControls.h"
 
 #include <QWidget>
 
+#include <array>
+
 class QBoxLayout;
-class QCheckBox;
-class QComboBox;
-class QDoubleSpinBox;
 class QFormLayout;
-class QSpinBox;
 
 namespace Tessaly {
 
@@ -42,28 +41,21 @@ private:
     void addAxes(QBoxLayout& layout);
     void addContours(QFormLayout& form);
     void addArray(QBoxLayout& layout);
-    QCheckBox* addCheck(QBoxLayout& layout, const QString& text, const char* name, const QString& toolTip = {});
+    QCheckBox* addCheck(QBoxLayout& layout, const QString& text, const char* name, bool CombineOptions::*member,
+                        const QString& toolTip = {});
+    /// One whose change is told by optionsChanged().
+    QCheckBox* addOption(QBoxLayout& layout, const QString& text, const char* name, bool CombineOptions::*member,
+                         const QString& toolTip = {});
     QDoubleSpinBox* makeLimit(const char* name, const QString& accessibleName);
-    QSpinBox* makeSize(const char* name, const QString& accessibleName);
+    QSpinBox* makeSize(const char* name, const QString& accessibleName, int CombineOptions::*member);
 
-    QComboBox* display_ = nullptr;
-    QComboBox* color_ = nullptr;
-    QCheckBox* syncFeatures_ = nullptr;
-    QCheckBox* legend_ = nullptr;
-    QCheckBox* syncAxes_ = nullptr;
-    QCheckBox* manualLimits_ = nullptr;
-    QDoubleSpinBox* xMin_ = nullptr;
-    QDoubleSpinBox* xMax_ = nullptr;
-    QDoubleSpinBox* yMin_ = nullptr;
-    QDoubleSpinBox* yMax_ = nullptr;
+    BoundControls<CombineOptions> controls_; ///< all but limits and contours
+    BoundControls<PlotLimits> limitBoxes_;
+    std::array<QDoubleSpinBox*, 4> limits_{}; ///< of X, then of Y
     ContourControls* contours_ = nullptr;
-    QCheckBox* isoelastics_ = nullptr;
+    QCheckBox* manualLimits_ = nullptr;
     QCheckBox* isoLabels_ = nullptr;
-    QCheckBox* manualArray_ = nullptr;
     QWidget* arrayBoxes_ = nullptr;
-    QSpinBox* cols_ = nullptr;
-    QSpinBox* rows_ = nullptr;
-    QCheckBox* count_ = nullptr;
 };
 
 } // namespace Tessaly
