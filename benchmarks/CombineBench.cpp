@@ -7,9 +7,11 @@
 #include "session/Session.h"
 #include "session/compare/CombineModel.h"
 #include "session/compare/CombineStatistics.h"
+#include "tools/combine/CombineExport.h"
 #include "tools/combine/CombinePlotWindow.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -20,10 +22,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <numeric>
 #include <random>
+#include <string>
 #include <utility>
 
 // Datasets compared in a combine window: a refresh against the same work one after the other on one thread, a change of
@@ -231,6 +235,39 @@ void statisticsPlain(benchmark::State& state) {
     }
 }
 
+/// Megabytes that the process holds, and the most that it has held since forgetPeak().
+double megabytes(const std::string& entry) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(entry)) {
+            return std::stod(line.substr(entry.size() + 1)) / 1024.0;
+        }
+    }
+    return 0.0;
+}
+void forgetPeak() {
+    std::ofstream("/proc/self/clear_refs") << 5;
+}
+
+/// Twelve plots of 10^5 dots on one page.
+void exportGrid(benchmark::State& state, const char* suffix) {
+    CombineSession& data = sessionOf(12, 100'000);
+    const auto window = windowOver(data);
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("grid.") + suffix;
+    double most = 0.0;
+    for (auto _ : state) {
+        const double idle = megabytes("VmRSS:");
+        forgetPeak();
+        if (!writeGrid(file, window->plots(), 4, CombineExportSettings())) {
+            state.SkipWithError("not written");
+        }
+        most = std::max(most, megabytes("VmHWM:") - idle);
+    }
+    state.counters["MB_above_idle"] = most;
+    state.counters["MB_file"] = static_cast<double>(QFileInfo(file).size()) / 1e6;
+}
+
 BENCHMARK(refresh<9, 100'000>)->Name("combine_refresh_9")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(refreshPlain<9, 100'000>)->Name("combine_refresh_9/baseline")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(refresh<2, 1'000'000>)->Name("combine_refresh_2")->Unit(benchmark::kMillisecond)->UseRealTime();
@@ -239,5 +276,9 @@ BENCHMARK(changeColors)->Name("combine_colour")->Unit(benchmark::kMillisecond)->
 BENCHMARK(changeColorsPlain)->Name("combine_colour/baseline")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(statistics)->Name("combine_statistics")->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(statisticsPlain)->Name("combine_statistics/baseline")->Unit(benchmark::kMillisecond)->UseRealTime();
+
+BENCHMARK_CAPTURE(exportGrid, png, "png")->Name("combine_export_12_png")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(exportGrid, svg, "svg")->Name("combine_export_12_svg")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_CAPTURE(exportGrid, pdf, "pdf")->Name("combine_export_12_pdf")->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace

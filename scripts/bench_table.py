@@ -69,6 +69,9 @@ TIME_BARS = {
     "turn_while_modulus": 0.05,
     "turn_while_compensating": 0.05,
     "gallery_longest_turn": 0.03,
+    "combine_export_12_png": 20.0,
+    "combine_export_12_svg": 20.0,
+    "combine_export_12_pdf": 20.0,
 }
 
 SECONDS = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}

@@ -28,7 +28,7 @@ constexpr int AxisX = QwtAxis::XBottom;
 constexpr int AxisY = QwtAxis::YLeft;
 constexpr int SmallPointSize = 8;
 constexpr int TitlePointSize = 10;
-constexpr int TitleMargin = 8;
+constexpr int TitleMargin = 4;
 
 QFont sized(const QFont& font, int pointSize) {
     QFont changed(font);
@@ -189,14 +189,15 @@ void ComparePlot::setColors(const std::vector<CompareColors>& colors, const QCol
 }
 
 void ComparePlot::resizeEvent(QResizeEvent* event) {
+    QwtPlot::resizeEvent(event);
     if (!title_.isEmpty()) {
         QwtText text = title();
-        const int room = event->size().width() - 2 * TitleMargin;
+        // The layout gives it the width of the canvas.
+        const int room = titleLabel()->width() - TitleMargin;
         text.setText(QFontMetrics(text.font()).elidedText(title_, Qt::ElideMiddle, room), QwtText::PlainText);
         setTitle(text);
         setToolTip(text.text() == title_ ? QString() : title_.toHtmlEscaped());
     }
-    QwtPlot::resizeEvent(event);
 }
 
 } // namespace Tessaly

@@ -133,6 +133,7 @@ TEST(ComparePlot, LongTitlesAreShortenedInTheMiddle) {
     plot.show();
     EXPECT_TRUE(plot.title().text().endsWith("<end>"));
     EXPECT_LT(plot.title().text().size(), 150);
+    EXPECT_LE(plot.title().textSize().width(), plot.canvas()->width()); // where it is centred
     EXPECT_EQ(plot.fullTitle(), scene.title);
     plot.resize(4000, 300);
     EXPECT_EQ(plot.title().text(), scene.title);

@@ -139,7 +139,9 @@ TEST_F(CombinePlotTest, SharedPlotsAskForSharedFeatures) {
 TEST_F(CombinePlotTest, ControlsDependOnEachOther) {
     show();
     EXPECT_FALSE(enabled("manualLimitsCheckBox"));
+    EXPECT_TRUE(part<QWidget>("manualLimitsCheckBox")->toolTip().contains("Sync Axes")); // what it waits for
     EXPECT_FALSE(enabled("xMinBox"));
+    EXPECT_TRUE(part<QWidget>("xMinBox")->toolTip().contains("Manual Limits"));
     EXPECT_FALSE(enabled("isoLabelsCheckBox"));
     EXPECT_FALSE(part<QWidget>("arraySizeBoxes")->isVisibleTo(window.get()));
     click("syncAxesCheckBox");
@@ -151,6 +153,7 @@ TEST_F(CombinePlotTest, ControlsDependOnEachOther) {
     EXPECT_EQ(part<QDoubleSpinBox>("yMaxBox")->value(), 0.0836);
     click("manualLimitsCheckBox");
     EXPECT_TRUE(enabled("yMaxBox"));
+    EXPECT_EQ(part<QWidget>("yMaxBox")->toolTip(), "");
     type("xMaxBox", "100");
     EXPECT_EQ(bounds(*plots()[0], QwtAxis::XBottom), std::pair(48.9, 100.0));
     click("syncAxesCheckBox");

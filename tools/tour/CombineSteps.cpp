@@ -150,9 +150,18 @@ void addDatasets(Tour& tour) {
                         });
     Tour::expect(plots(tour) == 2, "Another one comes from a list of those that aren't there yet.");
     show(tour, "combine-two");
+    while (datasets.size() < 9) {
+        tour.window().session().duplicate(datasets.back()->id);
+    }
     click(tour, "combineAddAllButton");
     Tour::expect(plots(tour) == datasets.size(), "The others come all at once.");
-    show(tour, "combine-all");
+    show(tour, "combine-nine");
+    const QSize size = combine(tour).size();
+    combine(tour).resize(1500, 950);
+    show(tour, "combine-large");
+    combine(tour).resize(combine(tour).minimumSizeHint());
+    show(tour, "combine-small");
+    combine(tour).resize(size);
 }
 
 void sortAndRemove(Tour& tour) {
@@ -169,6 +178,9 @@ void sortAndRemove(Tour& tour) {
     }
     Tour::expect(plots(tour) == 6, "Rows are removed one by one.");
     show(tour, "combine-six");
+    while (tour.window().datasets().back()->displayName.endsWith(" (copy)")) {
+        tour.window().session().remove(tour.window().datasets().back()->id);
+    }
 }
 
 void colors(Tour& tour) {
@@ -190,6 +202,9 @@ void colors(Tour& tour) {
 void axesAndContours(Tour& tour) {
     choose(tour, "contourModeCombo", 1);
     show(tour, "combine-contours");
+    tour.typeInto(part<QSpinBox>(tour, "innerFractionSpinBox"), "40");
+    tour.typeInto(part<QSpinBox>(tour, "outerFractionSpinBox"), "90");
+    show(tour, "combine-contour-levels");
     click(tour, "syncAxesCheckBox");
     Tour::expect(part<QDoubleSpinBox>(tour, "xMaxBox")->value() > 0.0, "The boxes show the common limits.");
     show(tour, "combine-common-axes");

@@ -189,7 +189,7 @@ void CombineSettingsPanel::showOptions(const CombineOptions& options) {
     for (QDoubleSpinBox* box : limits_) {
         box->setEnabled(options.manualLimits);
         box->setToolTip(options.manualLimits ? QString() : tr("Tick “Manual Limits” to set the limits"));
-        if (!options.manualLimits) {
+        if (!box->hasFocus()) {
             box->findChild<QLineEdit*>()->deselect(); // what was typed last would stay marked
         }
     }

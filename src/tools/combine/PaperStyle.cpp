@@ -8,6 +8,7 @@
 #include <qwt_plot_spectrocurve.h>
 #include <qwt_plot_textlabel.h>
 #include <qwt_scale_draw.h>
+#include <qwt_scale_widget.h>
 #include <qwt_symbol.h>
 #include <qwt_text.h>
 
@@ -22,11 +23,13 @@ QFont sized(QFont font, int pointSize) {
     return font;
 }
 
-/// The title as it fits on paper: points are as large there as they are on the screen.
-QString fittingTitle(const ComparePlot& plot, const QFont& font, double widthMm) {
-    const double pixels = widthMm / 25.4 * plot.logicalDpiX();
+/// The title as it fits on paper: points are as large there as they are on the screen. It stands over the whole plot,
+/// or over the canvas if only one side has an axis.
+QString fittingTitle(const ComparePlot& plot, const QFont& font, const CombineExportSettings& settings) {
+    const double pixels = settings.plotWidthMm / 25.4 * plot.logicalDpiX();
+    const double axis = settings.showRightTopAxes ? 0.0 : plot.axisWidget(QwtAxis::YLeft)->sizeHint().width();
     return QFontMetricsF(font, const_cast<ComparePlot*>(&plot)) // NOLINT: asks for the resolution only
-        .elidedText(plot.fullTitle(), Qt::ElideMiddle, pixels * 0.95);
+        .elidedText(plot.fullTitle(), Qt::ElideMiddle, pixels * 0.95 - axis);
 }
 
 QwtSymbol* copyOf(const QwtSymbol& symbol, const QSize& size) {
@@ -87,7 +90,7 @@ void PaperStyle::styleTitle(const CombineExportSettings& settings) {
     QFont font = sized(before.font(), settings.titleSize);
     font.setWeight(settings.titleBold ? QFont::Bold : QFont::Normal);
     title.setFont(font);
-    title.setText(fittingTitle(plot_, font, settings.plotWidthMm), QwtText::PlainText);
+    title.setText(fittingTitle(plot_, font, settings), QwtText::PlainText);
     if (!settings.titleUseColor) {
         title.setColor(Qt::black);
     }
