@@ -17,6 +17,9 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
 
+# Tables of imported functions are read-only once the program runs.
+add_link_options(-Wl,-z,relro,-z,now)
+
 # Results must not depend on whether the machine has fused multiply-add.
 add_compile_options(-ffp-contract=off)
 set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")

@@ -8,6 +8,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 REQUIRED=(
     cmake ninja-build g++ git pkg-config dpkg-dev
     qt6-base-dev qt6-base-dev-tools "qt6-svg-dev|libqt6svg6-dev"
+    qt6-tools-dev qt6-documentation-tools libqt6sql6-sqlite openssl
     libhdf5-dev libdeflate-dev libopencv-dev
     libarmadillo-dev libopenblas-dev
     libgtest-dev libgmock-dev libbenchmark-dev

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QStringList>
+
 class QApplication;
 
 namespace Tessaly {
@@ -14,7 +16,12 @@ void initResources();
 /// Name, version, organization and window icon, then the look of the program.
 void prepareApplication(QApplication& application);
 
-/// Reports of escaped exceptions reach the window after the failed event's delivery has ended.
+/// Reports of escaped exceptions reach the window after the failed event's delivery has ended, and feedback reports
+/// tell the recent log.
 void connectExceptionReports(SafeApplication& application, MainWindow& window);
+
+/// Opens the files and folders among a program's arguments as if they were dropped on the window. Others are ignored.
+/// @param arguments  without the program's own name
+void openNamedFiles(MainWindow& window, const QStringList& arguments);
 
 } // namespace Tessaly

@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     QTimer::singleShot(splashMilliseconds, &window, [&splash, &window] {
         splash.close();
         window.show();
+        Tessaly::openNamedFiles(window, QCoreApplication::arguments().mid(1));
     });
     return application.exec();
 }

@@ -78,9 +78,17 @@ DockLayout::DockLayout(QMainWindow& window, const MainPanels& panels)
         });
     }
     if (auto* splitter = qobject_cast<QSplitter*>(panels_.event->parentWidget())) {
-        connect(splitter, &QSplitter::splitterMoved, this, [this] { eventWidth_ = panels_.event->width(); });
+        connect(splitter, &QSplitter::splitterMoved, this, [this] { shares_.eventWidth = panels_.event->width(); });
     }
     setLowerWidths();
+    firstState_ = window_.saveState();
+}
+
+void DockLayout::reset() {
+    shares_ = {};
+    window_.restoreState(firstState_);
+    panels_.filtersDock->raise();
+    restore();
 }
 
 bool DockLayout::isInView(const QWidget* widget) {
@@ -149,7 +157,7 @@ void DockLayout::shareWidth() {
     if (!atHome) {
         return;
     }
-    std::array<int, 3> widths = {left ? datasetsWidth_ : 0, right ? rightWidth_ : 0, eventWidth_};
+    std::array<int, 3> widths = {left ? shares_.datasetsWidth : 0, right ? shares_.rightWidth : 0, shares_.eventWidth};
     const std::array<int, 3> lowest = {left ? left->minimumSizeHint().width() : 0, right ? rightLowest : 0,
                                        panels_.event->minimumSizeHint().width()};
     const int canvas = static_cast<int>(std::ceil(CanvasShare * window_.width()));
@@ -173,13 +181,13 @@ double DockLayout::columnHeight() const {
 
 void DockLayout::remember() {
     if (shown(panels_.datasetsDock)) {
-        datasetsWidth_ = panels_.datasetsDock->width();
+        shares_.datasetsWidth = panels_.datasetsDock->width();
     }
     for (const QDockWidget* dock : {panels_.filtersDock, panels_.calculationsDock, panels_.metadataDock}) {
         if (shown(dock)) {
-            rightWidth_ = dock->width();
+            shares_.rightWidth = dock->width();
             if (shown(panels_.statisticsDock) && columnHeight() > 0.0) {
-                statisticsShare_ = panels_.statisticsDock->height() / columnHeight();
+                shares_.statistics = panels_.statisticsDock->height() / columnHeight();
             }
         }
     }
@@ -191,7 +199,7 @@ void DockLayout::restore() {
     shareWidth();
     for (QDockWidget* dock : {panels_.filtersDock, panels_.calculationsDock, panels_.metadataDock}) {
         if (shown(dock) && shown(panels_.statisticsDock)) {
-            const int height = static_cast<int>(std::lround(statisticsShare_ * columnHeight()));
+            const int height = static_cast<int>(std::lround(shares_.statistics * columnHeight()));
             window_.resizeDocks({dock, panels_.statisticsDock}, {static_cast<int>(columnHeight()) - height, height},
                                 Qt::Vertical);
             return;

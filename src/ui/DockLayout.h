@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QObject>
 #include <QSize>
 
@@ -20,6 +21,9 @@ public:
     /// @param panels  of this window; they must outlive this object
     DockLayout(QMainWindow& window, const MainPanels& panels);
 
+    /// Brings the first layout back: all docks in their first places, with their first shares of the room.
+    void reset();
+
     /// The next (or previous) control for the keys is in view: the window's focusNextPrevChild() moves on while not.
     static bool isInView(const QWidget* widget);
 
@@ -37,11 +41,16 @@ private:
 
     QMainWindow& window_;
     const MainPanels& panels_;
-    int datasetsWidth_ = 250;
-    int rightWidth_ = 300;
-    int eventWidth_ = 260;
-    double statisticsShare_ = 0.25; ///< of the right column's height
+    /// What the user has set, or what is set at first.
+    struct Shares {
+        int datasetsWidth = 250;
+        int rightWidth = 300;
+        int eventWidth = 260;
+        double statistics = 0.25; ///< of the right column's height
+    };
+    Shares shares_;
     bool restorePending_ = false;
+    QByteArray firstState_; ///< of the window's docks
 };
 
 /// The wanted size of a window, or what the screen has room for. A screen that has no room for the window's minimum is

@@ -1,16 +1,20 @@
 #include "ui/MainMenu.h"
 
 #include "session/SessionNotices.h"
+#include "ui/DockLayout.h"
 #include "ui/MainPanels.h"
 #include "ui/ToolWindows.h"
 #include "ui/datasets/DatasetController.h"
 #include "ui/files/ExportController.h"
 #include "ui/files/SessionController.h"
 #include "ui/plot/ColorMapSetting.h"
+#include "ui/services/ServicesController.h"
 
 #include <QActionGroup>
 #include <QCoreApplication>
 #include <QDockWidget>
+#include <QFile>
+#include <QIcon>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -32,6 +36,7 @@ struct Entry {
     QString text;
     QKeySequence shortcut;
     std::function<void()> run;
+    const char* icon = ""; ///< resource, of what is used daily
 };
 
 struct Menu {
@@ -46,12 +51,13 @@ std::vector<Menu> menuTable(const MainMenuTargets& to) {
         {"fileMenu",
          tr("&File"),
          {
-             {"openAction", tr("&Open..."), QKeySequence::Open, [&to = to.datasets] { to.openFile(); }},
+             {"openAction", tr("&Open..."), QKeySequence::Open, [&to = to.datasets] { to.openFile(); },
+              ":/icon-open.svg"},
              {},
              {"saveSessionAction", tr("&Save Session..."), Qt::CTRL | Qt::SHIFT | Qt::Key_S,
-              [&to = to.sessions] { to.saveSession(); }},
+              [&to = to.sessions] { to.saveSession(); }, ":/icon-session-save.svg"},
              {"loadSessionAction", tr("&Load Session..."), Qt::CTRL | Qt::SHIFT | Qt::Key_O,
-              [&to = to.sessions] { to.loadSession(); }},
+              [&to = to.sessions] { to.loadSession(); }, ":/icon-session-load.svg"},
              {},
              {"clearSessionAction", tr("&Clear Session"), {}, [&to = to.sessions] { to.clearSession(); }},
              {},
@@ -61,30 +67,55 @@ std::vector<Menu> menuTable(const MainMenuTargets& to) {
          tr("&Export"),
          {
              {"exportPlotAction", tr("Export &Plot..."), QKeySequence(tr("Ctrl+E")),
-              [&to = to.exports] { to.exportPlot(); }},
+              [&to = to.exports] { to.exportPlot(); }, ":/icon-export-plot.svg"},
              {"exportDataAction", tr("Export &Data..."), QKeySequence(tr("Ctrl+Shift+E")),
-              [&to = to.exports] { to.exportData(); }},
+              [&to = to.exports] { to.exportData(); }, ":/icon-export-data.svg"},
              {"exportSummaryAction",
               tr("Export Statistical &Summary..."),
               {},
-              [&to = to.exports] { to.exportStatSummary(); }},
+              [&to = to.exports] { to.exportStatSummary(); },
+              ":/icon-export-summary.svg"},
          }},
         {"viewMenu", tr("&View"), {}},
         {"toolWindowsMenu",
          tr("&Tool Windows"),
          {
-             {"combinePlotAction", tr("New &Combine Plot..."), {}, [&to = to.tools] { to.openCombinePlot(); }},
+             {"combinePlotAction",
+              tr("New &Combine Plot..."),
+              {},
+              [&to = to.tools] { to.openCombinePlot(); },
+              ":/icon-combine.svg"},
              {"statisticalEvalAction",
               tr("New &Statistical Evaluation..."),
               {},
-              [&to = to.tools] { to.openStatisticalEval(); }},
-             {"imageGalleryAction", tr("New &Image Gallery..."), {}, [&to = to.tools] { to.openImageGallery(); }},
+              [&to = to.tools] { to.openStatisticalEval(); },
+              ":/icon-statistics.svg"},
+             {"imageGalleryAction",
+              tr("New &Image Gallery..."),
+              {},
+              [&to = to.tools] { to.openImageGallery(); },
+              ":/icon-gallery.svg"},
              {"filterGroupsMatrixAction",
               tr("Filter Groups &Matrix..."),
               {},
-              [&to = to.tools] { to.openFilterGroupsMatrix(); }},
+              [&to = to.tools] { to.openFilterGroupsMatrix(); },
+              ":/icon-matrix.svg"},
          }},
         {"settingsMenu", tr("&Settings"), {}},
+        {"helpMenu",
+         tr("&Help"),
+         {
+             {"manualAction", tr("&Manual"), QKeySequence::HelpContents, [&to = to.services] { to.openManual(); },
+              ":/icon-manual.svg"},
+             {},
+             {"checkUpdatesAction",
+              tr("Check for &Updates..."),
+              {},
+              [&to = to.services] { to.checkForUpdates(false); }},
+             {"sendFeedbackAction", tr("Send &Feedback..."), {}, [&to = to.services] { to.sendFeedback(); }},
+             {},
+             {"aboutAction", tr("&About"), {}, [&to = to.services] { to.showAbout(); }},
+         }},
     };
 }
 
@@ -99,15 +130,21 @@ QMenu* addMenu(QMainWindow& window, const Menu& table) {
         QAction* action = menu->addAction(entry.text, menu, entry.run);
         action->setObjectName(QLatin1String(entry.name));
         action->setShortcut(entry.shortcut);
+        if (QFile::exists(QLatin1String(entry.icon))) {
+            action->setIcon(QIcon(QLatin1String(entry.icon)));
+        }
     }
     return menu;
 }
 
-void addDocks(QMenu& menu, const MainPanels& panels) {
+void addDocks(QMenu& menu, const MainPanels& panels, DockLayout& layout) {
     for (QDockWidget* dock : {panels.datasetsDock, panels.filtersDock, panels.calculationsDock, panels.metadataDock,
                               panels.statisticsDock}) {
         menu.addAction(dock->toggleViewAction());
     }
+    menu.addSeparator();
+    QAction* reset = menu.addAction(tr("&Reset Layout"), &menu, [&layout] { layout.reset(); });
+    reset->setObjectName(QStringLiteral("resetLayoutAction"));
 }
 
 void addColorMaps(QMenu& settingsMenu, ColorMapSetting& setting, const SessionNotices& news) {
@@ -130,6 +167,15 @@ void addColorMaps(QMenu& settingsMenu, ColorMapSetting& setting, const SessionNo
                      [menu](int index) { menu->actions().at(index)->setChecked(true); });
 }
 
+void addStartupCheck(QMenu& settingsMenu) {
+    settingsMenu.addSeparator();
+    QAction* action = settingsMenu.addAction(tr("Check for Updates on Startup"));
+    action->setObjectName(QStringLiteral("checkOnStartupAction"));
+    action->setCheckable(true);
+    action->setChecked(ServicesController::checksOnStartup());
+    QObject::connect(action, &QAction::toggled, &settingsMenu, &ServicesController::setChecksOnStartup);
+}
+
 } // namespace
 
 void buildMainMenu(const MainMenuTargets& targets) {
@@ -137,9 +183,10 @@ void buildMainMenu(const MainMenuTargets& targets) {
         QMenu* menu = addMenu(targets.window, table);
         // Two menus hold what isn't a fixed line.
         if (menu->objectName() == QLatin1String("viewMenu")) {
-            addDocks(*menu, targets.panels);
+            addDocks(*menu, targets.panels, targets.layout);
         } else if (menu->objectName() == QLatin1String("settingsMenu")) {
             addColorMaps(*menu, targets.colorMap, targets.news);
+            addStartupCheck(*menu);
         }
     }
 }

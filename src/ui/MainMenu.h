@@ -6,6 +6,8 @@ namespace Tessaly {
 
 class ColorMapSetting;
 class DatasetController;
+class DockLayout;
+class ServicesController;
 class SessionController;
 class SessionNotices;
 class ExportController;
@@ -22,6 +24,8 @@ struct MainMenuTargets {
     ToolWindows& tools;
     SessionController& sessions;
     const SessionNotices& news;
+    ServicesController& services;
+    DockLayout& layout;
 };
 
 /// Fills the window's menu bar.

@@ -16,6 +16,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPushButton>
 #include <QScreen>
 #include <QSpinBox>
 #include <QTimer>
@@ -46,11 +47,13 @@ MainWindow::MainWindow(QWidget* parent)
       colorMap_(session_),
       exports_(session_, *panels_.plot, this),
       tools_(session_, *this, this),
-      sessions_(session_, loader_, colorMap_, tools_, this) {
+      sessions_(session_, loader_, colorMap_, tools_, this),
+      services_(session_, plot_, this) {
     setObjectName(QStringLiteral("mainWindow"));
     connectPlot();
     connectCalculations();
-    buildMainMenu({*this, panels_, colorMap_, datasets_, exports_, tools_, sessions_, session_.notices()});
+    buildMainMenu({*this, panels_, colorMap_, datasets_, exports_, tools_, sessions_, session_.notices(), services_,
+                   dockLayout_});
     connectDocks();
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
     resize(sizeOnScreen(QSize(1400, 900), minimumSizeHint(), screen()->availableSize() - FrameSize));
@@ -58,6 +61,9 @@ MainWindow::MainWindow(QWidget* parent)
     // A file dropped on a field is opened like one dropped beside it, not typed in.
     for (QLineEdit* field : findChildren<QLineEdit*>()) {
         field->setAcceptDrops(false);
+    }
+    if (ServicesController::checksOnStartup()) {
+        QTimer::singleShot(0, &services_, [this] { services_.checkForUpdates(true); });
     }
 }
 
@@ -169,13 +175,19 @@ void MainWindow::dropEvent(QDropEvent* event) {
     if (!event->mimeData()->hasUrls()) {
         return;
     }
-    const QStringList paths = collectMeasurementFiles(event->mimeData()->urls());
+    if (openUrls(event->mimeData()->urls())) {
+        event->acceptProposedAction();
+    }
+}
+
+bool MainWindow::openUrls(const QList<QUrl>& urls) {
+    const QStringList paths = collectMeasurementFiles(urls);
     if (paths.isEmpty()) {
         QMessageBox::warning(this, tr("Invalid File"), tr("Please drop .vqd file(s) or folders containing them."));
-        return;
+        return false;
     }
     datasets_.openPaths(paths);
-    event->acceptProposedAction();
+    return true;
 }
 
 void MainWindow::onUnhandledException(const QString& title, const QString& message) {
@@ -185,10 +197,15 @@ void MainWindow::onUnhandledException(const QString& title, const QString& messa
     exceptionDialogOpen_ = true;
     QMessageBox box(QMessageBox::Critical, title, QString(), QMessageBox::NoButton, this);
     box.setTextFormat(Qt::PlainText);
-    box.setText(tr("An unexpected error occurred:\n\n%1").arg(message));
+    box.setText(tr("An unexpected error occurred:\n\n%1\n\nYou can send a diagnostic report to help us fix this.")
+                    .arg(message));
+    const QPushButton* send = box.addButton(tr("Send Feedback..."), QMessageBox::AcceptRole);
     box.addButton(tr("Close"), QMessageBox::RejectRole);
     box.exec();
     exceptionDialogOpen_ = false;
+    if (box.clickedButton() == send) {
+        services_.sendFeedback(title, message);
+    }
 }
 
 } // namespace Tessaly

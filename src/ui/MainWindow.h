@@ -21,6 +21,7 @@
 #include "ui/plot/ColorMapSetting.h"
 #include "ui/plot/PlotController.h"
 #include "ui/plot/StatusController.h"
+#include "ui/services/ServicesController.h"
 
 #include <QMainWindow>
 
@@ -73,6 +74,11 @@ public:
     void refreshFeaturesAndPlot() { plot_.refreshFeaturesAndPlot(); }
     /// Whether the files of a session are being loaded; it is restored when they are.
     bool sessionLoading() const { return sessions_.sessionLoading(); }
+    /// Opens files and folders as if they were dropped; says so if there is no measurement among them.
+    /// @return whether there was any
+    bool openUrls(const QList<QUrl>& urls);
+    /// The manual, the update check and feedback.
+    ServicesController& services() { return services_; }
     /// The open tool windows.
     const ToolWindows& toolWindows() const { return tools_; }
 
@@ -123,6 +129,7 @@ private:
     ExportController exports_;
     ToolWindows tools_;
     SessionController sessions_;
+    ServicesController services_;
     bool exceptionDialogOpen_ = false;
 };
 

@@ -3,15 +3,22 @@
 #include "app/Log.h"
 #include "app/Startup.h"
 #include "io/Hdf5Library.h"
+#include "services/FeedbackDialog.h"
+#include "support/ModalUser.h"
+#include "support/SampleFile.h"
+#include "support/TemporaryFolder.h"
 #include "ui/MainWindow.h"
 
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 
 namespace Tessaly {
@@ -98,6 +105,55 @@ TEST(SafeApplicationTest, OneDialogAtATimeTellsOfExceptions) {
         QCoreApplication::processEvents();
     }
     EXPECT_EQ(dialogs, 1);
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
+TEST(SafeApplicationTest, AReportOfAnExceptionTellsItAndTheRecentLog) {
+    MainWindow window;
+    connectExceptionReports(application(), window);
+    const QtMessageHandler before = qInstallMessageHandler(logMessageHandler);
+    qWarning("damaged: /some/where/MARKED.vqd");
+    ModalUser<QMessageBox> asked([](QMessageBox& box) {
+        EXPECT_EQ(box.windowTitle(), "Unexpected Error");
+        EXPECT_EQ(box.text(),
+                  "An unexpected error occurred:\n\nit broke\n\nYou can send a diagnostic report to help us "
+                  "fix this.");
+        for (QAbstractButton* button : box.buttons()) {
+            if (button->text() == "Send Feedback...") {
+                QTest::mouseClick(button, Qt::LeftButton);
+            }
+        }
+    });
+    QString report;
+    ModalUser<FeedbackDialog> shown([&](FeedbackDialog& dialog) {
+        report = dialog.findChild<QPlainTextEdit*>("feedbackPreview")->toPlainText();
+        dialog.reject();
+    });
+    runInLoop([] { throw std::runtime_error("it broke"); });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return shown.done(); }));
+    QCoreApplication::processEvents();
+    qInstallMessageHandler(before);
+    EXPECT_TRUE(report.contains("[WARN ] damaged: <path>\n")) << report.toStdString();
+    EXPECT_TRUE(report.contains("=== Error ===\nTitle: Unexpected Error\nMessage: it broke\n")) << report.toStdString();
+    EXPECT_TRUE(report.contains("Unhandled exception: it broke\n"));
+}
+
+TEST(StartupTest, FilesAndFoldersAmongTheArgumentsAreOpened) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path() / "more");
+    writeSampleFile(folder.file("one.vqd"), {});
+    writeSampleFile((folder.path() / "more/two.vqd").string(), {});
+    MainWindow window;
+    window.show();
+    openNamedFiles(window, {"--help", "no such file.vqd", QString::fromStdString(folder.file("one.vqd")),
+                            QString::fromStdString((folder.path() / "more").string())});
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            return window.datasets().size() == 2 && window.datasets()[0]->featuresLoaded &&
+                   window.datasets()[1]->featuresLoaded;
+        },
+        20000));
+    openNamedFiles(window, {"-x", ""});
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }
 

@@ -6,12 +6,15 @@
 #include "io/VQDReader.h"
 #include "plot/ImageViewer.h"
 #include "plot/ScatterPlot.h"
+#include "services/HelpPages.h"
 #include "support/FilterRules.h"
+#include "support/ModalUser.h"
 #include "support/SampleFile.h"
 #include "support/TemporaryFolder.h"
 #include "ui/datasets/DatasetListWidget.h"
 #include "ui/datasets/DatasetsPanel.h"
 #include "ui/event/EventPanel.h"
+#include "ui/filters/FilterDockWidget.h"
 #include "ui/plot/PlotSettingsPanel.h"
 
 #include <QAccessible>
@@ -30,6 +33,7 @@
 #include <QTabBar>
 #include <QTableWidget>
 #include <QTest>
+#include <QTextBrowser>
 #include <QThreadPool>
 
 #include <gtest/gtest.h>
@@ -37,6 +41,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <map>
 
 namespace Tessaly {
 namespace {
@@ -159,6 +164,95 @@ TEST_F(MainWindowTest, StartsEmptyAndEveryMenuEntryIsHarmlessThen) {
         dock->toggleViewAction()->trigger();
         dock->toggleViewAction()->trigger();
         EXPECT_TRUE(dock->toggleViewAction()->isChecked()) << dock->windowTitle().toStdString();
+    }
+}
+
+TEST_F(MainWindowTest, TheHelpMenuSaysThatNoServerIsConfiguredAndOpensItsDialogs) {
+    const auto choose = [this](const char* name) {
+        auto* action = window->findChild<QAction*>(name);
+        ASSERT_TRUE(action) << name;
+        action->trigger();
+        QApplication::processEvents();
+    };
+    // The silent check of the start says nothing.
+    QTest::qWait(20);
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+    {
+        MessageBoxWatcher boxes;
+        choose("checkUpdatesAction");
+        ASSERT_TRUE(QTest::qWaitFor([&] { return boxes.seen().size() == 1; }));
+        EXPECT_EQ(boxes.seen()[0].title, "Check for Updates");
+        EXPECT_EQ(boxes.seen()[0].text,
+                  "Could not check for updates.\n\nNo update server is configured in this build.");
+    }
+    QString title;
+    ModalUser<QDialog> about([&](QDialog& dialog) {
+        title = dialog.windowTitle();
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    choose("aboutAction");
+    EXPECT_EQ(title, "About Tessaly");
+    ModalUser<QDialog> feedback([&](QDialog& dialog) {
+        title = dialog.windowTitle();
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    choose("sendFeedbackAction");
+    EXPECT_EQ(title, "Send Feedback to Orvane Support");
+
+    auto* startup = window->findChild<QAction*>("checkOnStartupAction");
+    ASSERT_TRUE(startup);
+    EXPECT_TRUE(startup->isChecked());
+    choose("checkOnStartupAction");
+    EXPECT_EQ(QSettings().value("updates/checkOnStartup"), false);
+    EXPECT_FALSE(MainWindow().findChild<QAction*>("checkOnStartupAction")->isChecked());
+}
+
+TEST_F(MainWindowTest, F1OpensThePageOfTheDockWithTheFocus) {
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    const auto page = [this] {
+        const auto manuals = window->findChildren<QTextBrowser*>("helpBrowser");
+        return manuals.isEmpty() ? QString() : manuals.last()->source().toString().section('/', -1);
+    };
+    auto* list = window->findChild<QListWidget*>();
+    QTest::keyClick(list, Qt::Key_F1);
+    EXPECT_EQ(page(), "opening.html#list");
+    QTest::keyClick(panels().filters->findChild<QAbstractButton*>(), Qt::Key_F1);
+    EXPECT_EQ(page(), "filters.html");
+    QTest::keyClick(window.get(), Qt::Key_F1);
+    EXPECT_EQ(page(), "index.html");
+    // Every dock has a page of its own.
+    for (const QDockWidget* dock : window->findChildren<QDockWidget*>()) {
+        EXPECT_NE(helpPageFor(dock), "index.html") << dock->objectName().toStdString();
+    }
+}
+
+TEST_F(MainWindowTest, ResetLayoutBringsTheFirstLayoutBack) {
+    QApplication::processEvents();
+    const std::vector<QDockWidget*> inView = {panels().datasetsDock, panels().filtersDock, panels().statisticsDock};
+    std::vector<QRect> first;
+    for (const QDockWidget* dock : inView) {
+        first.push_back(dock->geometry());
+    }
+    panels().datasetsDock->close();
+    panels().statisticsDock->close();
+    window->addDockWidget(Qt::LeftDockWidgetArea, panels().metadataDock);
+    panels().calculationsDock->raise();
+    QApplication::processEvents();
+    window->findChild<QAction*>("resetLayoutAction")->trigger();
+    const auto isFirst = [&] {
+        for (std::size_t i = 0; i < inView.size(); ++i) {
+            if (!inView[i]->isVisible() || inView[i]->geometry() != first[i]) {
+                return false;
+            }
+        }
+        return true;
+    };
+    EXPECT_TRUE(QTest::qWaitFor(isFirst));
+    EXPECT_FALSE(panels().filters->visibleRegion().isEmpty()) << "the first tab is on top";
+    // The others lie behind it.
+    for (QDockWidget* dock : {panels().metadataDock, panels().calculationsDock}) {
+        EXPECT_TRUE(window->tabifiedDockWidgets(panels().filtersDock).contains(dock));
     }
 }
 

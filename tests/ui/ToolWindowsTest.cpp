@@ -223,11 +223,12 @@ TEST_F(ToolWindowsTest, TheMenusHoldTheirEntriesInOrder) {
     const std::vector<std::pair<QString, QStringList>> expected{
         {"&File", {"&Open...", "", "&Save Session...", "&Load Session...", "", "&Clear Session", "", "E&xit"}},
         {"&Export", {"Export &Plot...", "Export &Data...", "Export Statistical &Summary..."}},
-        {"&View", {"Datasets", "Filters", "Calculations", "Metadata", "Plot Statistics"}},
+        {"&View", {"Datasets", "Filters", "Calculations", "Metadata", "Plot Statistics", "", "&Reset Layout"}},
         {"&Tool Windows",
          {"New &Combine Plot...", "New &Statistical Evaluation...", "New &Image Gallery...",
           "Filter Groups &Matrix..."}},
-        {"&Settings", {"Color &Map"}},
+        {"&Settings", {"Color &Map", "", "Check for Updates on Startup"}},
+        {"&Help", {"&Manual", "", "Check for &Updates...", "Send &Feedback...", "", "&About"}},
     };
     std::vector<std::pair<QString, QStringList>> found;
     for (const QAction* menu : window->menuBar()->actions()) {

@@ -37,6 +37,8 @@ std::vector<TourStep> exportSteps();
 std::vector<TourStep> gallerySteps();
 /// Categories of datasets, their tests, ROC analysis and distributions, on the set for statistics.
 std::vector<TourStep> statisticsSteps();
+/// The menu "Help": manual, about, updates, feedback; the first layout.
+std::vector<TourStep> serviceSteps();
 /// Colour maps, refused files, small window, and the end of the session.
 std::vector<TourStep> windowSteps();
 /// A session saved, loaded from where it was moved to, with files that are missing or have changed.

@@ -73,8 +73,9 @@ QDockWidget* CombinePlotWindow::addDock(const QString& title, const char* name, 
 }
 
 void CombinePlotWindow::buildDocks() {
-    const auto scrolling = [](QWidget* panel) {
+    const auto scrolling = [](QWidget* panel, const QString& name) {
         auto* area = new QScrollArea;
+        area->setAccessibleName(name);
         area->setWidget(panel);
         area->setWidgetResizable(true);
         area->setFrameShape(QFrame::NoFrame);
@@ -82,12 +83,14 @@ void CombinePlotWindow::buildDocks() {
         return area;
     };
     settings_ = new CombineSettingsPanel;
-    settingsDock_ = addDock(tr("Settings"), "combineSettingsDock", scrolling(settings_), Qt::LeftDockWidgetArea);
+    settingsDock_ =
+        addDock(tr("Settings"), "combineSettingsDock", scrolling(settings_, tr("Settings")), Qt::LeftDockWidgetArea);
     datasetsDock_ = addDock(tr("Datasets"), "combineDatasetsDock", buildDatasetsPanel(), Qt::LeftDockWidgetArea);
     datasetsDock_->setMinimumWidth(280);
     resizeDocks({settingsDock_, datasetsDock_}, {310, 330}, Qt::Vertical);
     exportPanel_ = new CombineExportPanel;
-    exportDock_ = addDock(tr("Export Settings"), "combineExportDock", scrolling(exportPanel_), Qt::RightDockWidgetArea);
+    exportDock_ = addDock(tr("Export Settings"), "combineExportDock", scrolling(exportPanel_, tr("Export Settings")),
+                          Qt::RightDockWidgetArea);
     exportDock_->hide();
 
     statistics_ = new QTableWidget;

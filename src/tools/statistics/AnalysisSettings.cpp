@@ -84,6 +84,7 @@ AnalysisSettings::AnalysisSettings(QWidget* parent) : QWidget(parent) {
 
     auto* scroll = new QScrollArea;
     scroll->setObjectName(QStringLiteral("settingsScroll"));
+    scroll->setAccessibleName(tr("Settings"));
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setWidget(content);

@@ -79,6 +79,7 @@ PlotStack::PlotStack(const QString& emptySentence, const QSizeF& size, QWidget* 
     layout_->setSpacing(8);
     auto* scroll = new QScrollArea;
     scroll->setObjectName(QStringLiteral("plotScroll"));
+    scroll->setAccessibleName(tr("Plots"));
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setWidget(content);

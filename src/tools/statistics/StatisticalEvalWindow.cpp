@@ -77,6 +77,7 @@ StatisticalEvalWindow::~StatisticalEvalWindow() = default;
 void StatisticalEvalWindow::makeTabs() {
     tabs_ = new QTabWidget;
     tabs_->setObjectName(QStringLiteral("statisticsTabs"));
+    tabs_->setAccessibleName(tr("Analyses"));
     groupTable_ = new ResultTableView;
     groupTable_->setObjectName(QStringLiteral("groupTable"));
     groupTable_->setAccessibleName(tr("Results of the tests"));
@@ -109,6 +110,7 @@ void StatisticalEvalWindow::makeDocks() {
     panelLayout_->addStretch(1);
     auto* scroll = new QScrollArea;
     scroll->setObjectName(QStringLiteral("categoryScroll"));
+    scroll->setAccessibleName(tr("Categories"));
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

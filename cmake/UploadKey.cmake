@@ -1,0 +1,26 @@
+# tessaly_write_key_table(<key> <file>)
+#
+# Writes a key as a scrambled table of numbers, so that it doesn't stand in the program as text. The first two numbers are
+# the start of a linear congruential sequence, whose bytes mask the key. services/UploadKey.cpp undoes it. Not a secret to
+# someone with a debugger; the server must not rely on it. An empty key gives a table of the start only.
+function(tessaly_write_key_table key file)
+    set(numbers "0, 0")
+    if(NOT key STREQUAL "")
+        string(SHA256 digest "${key}")
+        string(SUBSTRING "${digest}" 0 4 start)
+        math(EXPR state "0x${start}")
+        math(EXPR high "${state} >> 8")
+        math(EXPR low "${state} & 255")
+        set(numbers "${high}, ${low}")
+        string(HEX "${key}" hex)
+        string(LENGTH "${hex}" digits)
+        math(EXPR last "${digits} - 2")
+        foreach(place RANGE 0 ${last} 2)
+            string(SUBSTRING "${hex}" ${place} 2 byte)
+            math(EXPR state "(${state} * 1103515245 + 12345) & 0x7fffffff")
+            math(EXPR masked "(0x${byte}) ^ ((${state} >> 16) & 255)")
+            string(APPEND numbers ", ${masked}")
+        endforeach()
+    endif()
+    file(CONFIGURE OUTPUT "${file}" CONTENT "@numbers@\n" @ONLY)
+endfunction()
