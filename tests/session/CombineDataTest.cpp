@@ -67,6 +67,13 @@ TEST_F(CombineDataTest, FilteredAndFinitePairsArePlotted) {
     EXPECT_EQ(prepare()[0]->x, (std::vector<double>{1, -4}));
     entry.filter.setEnabled(false);
     EXPECT_EQ(prepare()[0]->x.size(), 4U);
+    CombineDatasetSettings row = model.datasets()[0];
+    for (const char* feature : {"image", "mask", "no such", ""}) {
+        row.xFeatureName = feature;
+        model.setRow(0, row);
+        EXPECT_TRUE(prepare()[0]->x.empty()) << feature;
+        EXPECT_TRUE(prepare()[0]->xSurvey.range.isEmpty()) << feature;
+    }
     entry.featuresLoaded = false;
     EXPECT_TRUE(prepare()[0]->x.empty());
 }
@@ -151,6 +158,19 @@ TEST_F(CombineDataTest, TheOverlayHasTheFirstRowsScalesOnSharedAxes) {
     EXPECT_NE(data[1]->contours[0].polylines, data[1]->overlayContours[0].polylines);
 }
 
+TEST_F(CombineDataTest, TheLowerLevelComesFirst) {
+    add({1, 2, 3, 4, 5, 9}, {1, 3, 2, 4, 6, 5});
+    set(CombineDisplay::Array, CombineColor::Dataset, ContourMode::Only);
+    CombineOptions options = model.options();
+    options.contourFraction1 = 0.8;
+    options.contourFraction2 = 0.3;
+    model.setOptions(options);
+    EXPECT_EQ(combineSources(builder.session, model)[0].fractions, (std::array{0.3, 0.8}));
+    const auto contours = prepare()[0]->contours;
+    ASSERT_EQ(contours.size(), 2U);
+    EXPECT_LT(contours[0].level, contours[1].level);
+}
+
 TEST_F(CombineDataTest, LimitsHoldAllData) {
     const auto none = automaticLimits({});
     EXPECT_EQ(none.xMin, Infinity);
@@ -190,6 +210,15 @@ TEST_F(CombineDataTest, StatisticsTable) {
     EXPECT_EQ(table.rows[1].mid(1).join(""), "0");
     EXPECT_EQ(table.rows[2].mid(8, 2), (QStringList{"1.23457e+06", "0"}));
     EXPECT_EQ(table.rows[2][14], "3");
+    // A feature that is plotted twice has its figures once, under the label of the first dataset that has it.
+    CombineDatasetSettings twice = model.datasets()[0];
+    twice.xFeatureName = twice.yFeatureName = "a";
+    model.setRow(0, twice);
+    const CombineTable again = combineStatistics(builder.session, model, prepare());
+    EXPECT_EQ(again.headings.size(), 2 + 3 * 6);
+    EXPECT_EQ(again.headings[2], "a Mean");
+    EXPECT_EQ(again.rows[0].mid(1).join(""), "0");
+    EXPECT_EQ(again.rows[2][2], "3");
     const QByteArray text = tableToTsv(table);
     EXPECT_EQ(text.count('\n'), 4);
     EXPECT_EQ(text.count('\t'), 4 * 19);

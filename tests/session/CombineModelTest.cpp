@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 
 namespace Tessaly {
@@ -240,6 +241,43 @@ TEST(CombineArraySize, IsSquareOrAsAsked) {
         options.arrayCols = row.cols;
         options.arrayRows = row.rows;
         EXPECT_EQ(arraySize(row.plots, options), row.size) << row.plots << " " << row.cols << " " << row.rows;
+    }
+}
+
+TEST(CombineSettings, ValuesAreThoseThatControlsCanShow) {
+    const double NaN = std::nan("");
+    const struct {
+        double stored, limit, fraction, millimetres, width;
+    } table[] = {
+        {0.126, 0.126, 0.13, 50, 0.5},
+        {1.26, 1.26, 0.99, 50, 1.3},
+        {99.96, 99.96, 0.99, 100, 5},
+        {0.00004, 0, 0.01, 50, 0.5},
+        {0.00006, 0.0001, 0.01, 50, 0.5},
+        {123456.789012, 123456.789, 0.99, 600, 5},
+        {3.0e11 + 0.12, 3.0e11 + 0.12, 0.99, 600, 5}, // beyond what four decimals can be rounded to
+        {-2e12, -1e12, 0.01, 50, 0.5},
+        {NaN, 0, 0.1, 100, 1},
+    };
+    for (const auto& row : table) {
+        CombineOptions options;
+        options.limits = {row.stored, row.stored, row.stored, row.stored};
+        options.contourFraction1 = row.stored;
+        CombineExportSettings paper;
+        paper.plotWidthMm = paper.plotHeightMm = paper.axisLineWidth = row.stored;
+        options = clamped(options);
+        paper = clamped(paper);
+        EXPECT_EQ(options.limits, (PlotLimits{row.limit, row.limit, row.limit, row.limit})) << row.stored;
+        EXPECT_EQ(options.contourFraction1, row.fraction) << row.stored;
+        EXPECT_EQ(paper.plotWidthMm, row.millimetres) << row.stored;
+        EXPECT_EQ(paper.plotHeightMm, row.millimetres) << row.stored;
+        EXPECT_EQ(paper.axisLineWidth, row.width) << row.stored;
+    }
+    for (const auto& [index, shown] : {std::pair(-1, 0), {0, 0}, {2, 2}, {3, 0}}) {
+        CombineOptions options;
+        options.displayMode = options.contourMode = index;
+        EXPECT_EQ(clamped(options).displayMode, shown) << index;
+        EXPECT_EQ(clamped(options).contourMode, shown) << index;
     }
 }
 

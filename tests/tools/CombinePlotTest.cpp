@@ -83,6 +83,9 @@ TEST_F(CombinePlotTest, DatasetsComeByDropDialogAndButton) {
     QMimeData foreign;
     foreign.setText("7");
     EXPECT_EQ(drop(window.get(), &foreign, {500, 300}), std::pair(false, false));
+    QMimeData garbled;
+    garbled.setData(DatasetMimeType, "first");
+    EXPECT_EQ(drop(window.get(), &garbled, {500, 300}), std::pair(true, false));
     click("combineAddAllButton");
     EXPECT_EQ(order(), (std::vector<int>{first, second}));
     EXPECT_EQ(plots().size(), 2U);
@@ -222,6 +225,16 @@ TEST_F(CombinePlotTest, LogAxesTellWhatTheyCannotShow) {
     finish();
     EXPECT_EQ(x->itemText(1), "Log");
     EXPECT_EQ(x->toolTip(), "");
+    // With shared features the first row's scales decide what is told.
+    click("syncAxesCheckBox");
+    window->addDataset(builder.add(Columns{{"a", {1, 2, 3, 4, -5}}, {"b", {1, 1, 1, 4, 5}}}).id);
+    finish();
+    auto* second = row(1)->findChild<QComboBox*>("xScaleCombo");
+    choose(second, 1);
+    finish();
+    EXPECT_EQ(second->itemText(1), "Log ⚠");
+    click("syncFeaturesCheckBox");
+    EXPECT_EQ(row(1)->findChild<QComboBox*>("xScaleCombo")->itemText(1), "Log");
 }
 
 TEST_F(CombinePlotTest, ColoursOnlyRestyle) {

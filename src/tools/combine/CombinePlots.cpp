@@ -17,6 +17,7 @@ CombinePlots::CombinePlots(QWidget* parent) : QScrollArea(parent) {
     setAccessibleName(tr("Plots"));
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
+    setMinimumSize(320, 270); // a plot of an array
     auto* content = new QWidget;
     grid_ = new QGridLayout(content);
     grid_->setContentsMargins(4, 4, 4, 4);
