@@ -1,5 +1,7 @@
 // Computed features, against the plain form of the same work or against reading what it works on.
 
+#include "BenchFile.h"
+
 #include "calc/FourierDeform.h"
 #include "calc/fluorescence/FLCompensation.h"
 #include "calc/fluorescence/FLRefinement.h"
@@ -33,13 +35,6 @@ constexpr std::size_t memoryMasks = 2000;
 constexpr int maskWidth = 256;
 constexpr int maskHeight = 96;
 constexpr std::size_t heightCount = 1'000'000;
-
-hid_t checked(hid_t id) {
-    if (id < 0) {
-        throw std::runtime_error("the file library failed");
-    }
-    return id;
-}
 
 /// Noise of some counts around a pulse, with spikes.
 std::vector<float> makeTrace(std::mt19937& random) {

@@ -1,3 +1,5 @@
+#include "BenchFile.h"
+
 #include "core/DatasetEntry.h"
 #include "io/VQDReader.h"
 #include "session/Session.h"
@@ -16,7 +18,6 @@
 #include <QToolButton>
 
 #include <benchmark/benchmark.h>
-#include <hdf5.h>
 
 #include <memory>
 #include <stdexcept>
@@ -32,24 +33,6 @@ constexpr int Groups = 6;
 constexpr int RulesPerGroup = 10;
 constexpr int Features = 40;
 
-/// A file of two events and no columns to speak of.
-void writeFile(const std::string& path) {
-    const std::vector<double> column{1.0, 2.0};
-    const hid_t file = H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
-    const hid_t group = H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-    const hsize_t length = column.size();
-    const hid_t space = H5Screate_simple(1, &length, nullptr);
-    const hid_t dataset = H5Dcreate2(group, "area_um", H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-    const herr_t written = H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, column.data());
-    H5Dclose(dataset);
-    H5Sclose(space);
-    H5Gclose(group);
-    H5Fclose(file);
-    if (written < 0) {
-        throw std::runtime_error("cannot write the file of the benchmark");
-    }
-}
-
 struct TwoDatasets {
     Session session;
 
@@ -58,7 +41,7 @@ struct TwoDatasets {
         initializeHdf5();
         for (int i = 0; i < 2; ++i) {
             const std::string path = folder.filePath(QString::number(i)).toStdString();
-            writeFile(path);
+            writeOneColumnFile(path, "area_um", {1.0, 2.0});
             auto entry = session.newEntry();
             entry->reader = std::make_shared<VQDReader>();
             if (!entry->reader->open(path)) {

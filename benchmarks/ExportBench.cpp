@@ -1,5 +1,7 @@
 // What leaves the program: tables, measurement files, videos, summaries and sessions, against plain ways to write them.
 
+#include "BenchFile.h"
+
 #include "core/FileReplacement.h"
 #include "io/MeasurementWriter.h"
 #include "io/TsvWriter.h"
@@ -42,13 +44,6 @@ constexpr std::size_t tableColumns = 20;
 constexpr std::size_t pictureEvents = 10'000;
 constexpr std::array<hsize_t, 3> pictureExtent{pictureEvents, 80, 250};
 constexpr std::size_t pictureBytes = pictureExtent[1] * pictureExtent[2];
-
-hid_t checked(hid_t id) {
-    if (id < 0) {
-        throw std::runtime_error("the file library failed");
-    }
-    return id;
-}
 
 /// A folder for the files of this process, removed with it.
 class Folder {

@@ -1,5 +1,7 @@
 // Pages of pictures: reading and cutting them out, showing them, and their automatic contrast.
 
+#include "BenchFile.h"
+
 #include "../tests/support/PlainHost.h"
 #include "calc/GalleryTiles.h"
 #include "core/DatasetEntry.h"
@@ -44,13 +46,6 @@ struct StackSize {
 };
 constexpr StackSize LargePictures{4000, 96, 256};
 constexpr StackSize ManyPictures{100'000, 48, 96};
-
-hid_t checked(hid_t id) {
-    if (id < 0) {
-        throw std::runtime_error("the file library failed");
-    }
-    return id;
-}
 
 /// A file of pictures with faint noise in packed chunks; all chunks hold the same. Removed with the process.
 class PictureFile {

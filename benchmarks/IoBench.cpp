@@ -1,5 +1,7 @@
 // Reading measurement files, against the plain library calls that any reader needs.
 
+#include "BenchFile.h"
+
 #include "io/VQDReader.h"
 
 #include <benchmark/benchmark.h>
@@ -16,18 +18,13 @@
 
 namespace {
 
+using Tessaly::checked;
+
 constexpr int columnCount = 40;
 constexpr std::size_t pictureEvents = 1000;
 constexpr std::array<hsize_t, 3> pictureExtent{pictureEvents, 96, 256};
 constexpr std::array<hsize_t, 2> traceExtent{pictureEvents, 200};
 const std::array<std::string, 3> traces{"fl1_raw", "fl2_raw", "fl3_raw"};
-
-hid_t checked(hid_t id) {
-    if (id < 0) {
-        throw std::runtime_error("the file library failed");
-    }
-    return id;
-}
 
 std::string columnName(int i) {
     return "userdef" + std::to_string(i);

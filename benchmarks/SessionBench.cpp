@@ -1,3 +1,5 @@
+#include "BenchFile.h"
+
 #include "calc/density/Contours.h"
 #include "calc/density/Density.h"
 #include "core/EventFilter.h"
@@ -19,7 +21,6 @@
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
-#include <hdf5.h>
 
 #include <array>
 #include <cmath>
@@ -57,23 +58,6 @@ FilterRule polygonRule(const std::string& x, const std::string& y, double centre
         rule.polygonVertices.emplace_back(centreX + radiusX * std::cos(angle), centreY + radiusY * std::sin(angle));
     }
     return rule;
-}
-
-void writeColumn(const std::string& path, const std::string& name, const Column& column) {
-    const hid_t file = H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
-    const hid_t group = H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-    const hsize_t extent = column.size();
-    const hid_t space = H5Screate_simple(1, &extent, nullptr);
-    const hid_t dataset =
-        H5Dcreate2(group, name.c_str(), H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-    const herr_t written = H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, column.data());
-    H5Dclose(dataset);
-    H5Sclose(space);
-    H5Gclose(group);
-    H5Fclose(file);
-    if (written < 0) {
-        throw std::runtime_error("cannot write the file of the benchmark");
-    }
 }
 
 /// A filtered dataset of 10^6 events, two populations of different size, brightness and fluorescence, and the points
@@ -131,7 +115,7 @@ struct Workload {
         const QTemporaryDir folder;
         const std::string path = folder.filePath("events.vqd").toStdString();
         initializeHdf5();
-        writeColumn(path, "area_um", area);
+        writeOneColumnFile(path, "area_um", area);
         if (!reader.open(path) || reader.getFeature("area_um").size() != eventCount) {
             throw std::runtime_error("the file of the benchmark does not open");
         }

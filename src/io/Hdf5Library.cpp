@@ -1,10 +1,17 @@
 #include "io/Hdf5Library.h"
 
+#include "io/BackgroundThread.h"
 #include "io/VQDReader.h"
 
 #include <hdf5.h>
+#ifdef __linux__
+#include <sys/resource.h>
+#endif
 
+#include <atomic>
+#include <chrono>
 #include <limits>
+#include <thread>
 #include <type_traits>
 
 namespace Tessaly {
@@ -29,6 +36,38 @@ std::string libraryDetail(const char* call) {
     return std::string(call) + ": " + (known ? innermost : "the call failed");
 }
 
+thread_local bool isBackground = false;
+thread_local int locksHeld = 0;     ///< by this thread
+std::atomic<int> othersWaiting = 0; ///< threads that aren't in the background and wait for the mutex
+
+/// A mutex that is taken again at once never reaches those who wait: a background thread leaves it to them first. Not
+/// for ever, as they may wait for somebody who waits for this thread.
+void giveWay() {
+    using std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds longest(20);
+    constexpr std::chrono::microseconds pause(50);
+    const auto end = steady_clock::now() + longest;
+    while (othersWaiting > 0 && steady_clock::now() < end) {
+        std::this_thread::sleep_for(pause);
+    }
+}
+
+std::recursive_mutex& lockInTurn() {
+    std::recursive_mutex& mutex = hdf5Mutex();
+    if (isBackground) {
+        if (locksHeld == 0) {
+            giveWay();
+        }
+        mutex.lock();
+    } else if (!mutex.try_lock()) {
+        ++othersWaiting;
+        mutex.lock();
+        --othersWaiting;
+    }
+    ++locksHeld;
+    return mutex;
+}
+
 } // namespace
 
 std::recursive_mutex& hdf5Mutex() {
@@ -46,11 +85,20 @@ void initializeHdf5() {
     }
 }
 
-Hdf5Lock::Hdf5Lock() : lock_(hdf5Mutex()) {
+void markBackgroundThread() {
+    isBackground = true;
+#ifdef __linux__
+    constexpr int niceness = 5;
+    setpriority(PRIO_PROCESS, 0, niceness); // of this thread alone
+#endif
+}
+
+Hdf5Lock::Hdf5Lock() : lock_(lockInTurn(), std::adopt_lock) {
     initializeHdf5();
 }
 
 Hdf5Lock::~Hdf5Lock() {
+    --locksHeld;
     H5Eclear2(H5E_DEFAULT);
 }
 

@@ -1,6 +1,7 @@
 #include "session/CalculationRunner.h"
 
 #include "core/DatasetEntry.h"
+#include "io/BackgroundThread.h"
 #include "io/VQDReader.h"
 #include "session/Session.h"
 
@@ -20,6 +21,7 @@ constexpr int AtOnce = 2;
 
 // Runs on a pool thread: nothing may escape from here.
 StepResult runGuarded(const CalculationWork& work, const StepControl& control) {
+    markBackgroundThread();
     try {
         return work(control);
     } catch (const std::exception& error) {

@@ -1,5 +1,7 @@
 // Readers that several threads use at once. The thread sanitizer looks for races; the values are checked in any build.
 
+#include "io/BackgroundThread.h"
+#include "io/Hdf5Library.h"
 #include "io/VQDReader.h"
 #include "support/SampleFile.h"
 #include "support/TemporaryFolder.h"
@@ -8,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <numeric>
 #include <thread>
 
@@ -112,6 +115,30 @@ TEST_F(ReaderThreads, ColumnsOutliveTheirReplacementAndTheReader) {
     const std::weak_ptr<const std::vector<double>> watched = first;
     first.reset();
     EXPECT_TRUE(watched.expired()); // and no longer
+}
+
+TEST(BackgroundThreadTest, LeavesTheLibraryToThoseWhoWait) {
+    std::atomic<int> taken = 0;
+    std::jthread background([&taken](const std::stop_token& stop) {
+        markBackgroundThread();
+        while (!stop.stop_requested()) {
+            const Hdf5Lock lock;
+            const Hdf5Lock nested; // gives way to nobody: the others wait for this thread
+            ++taken;
+            taken.notify_all();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    constexpr int tries = 20;
+    int overtaken = 0;
+    for (int i = 0; i < tries; ++i) {
+        taken.wait(taken); // has it now or had it a moment ago
+        const int before = taken;
+        const Hdf5Lock lock;
+        overtaken += taken > before + 2 ? 1 : 0;
+    }
+    // A busy machine may stop this thread at the wrong moment, but not every time.
+    EXPECT_LE(overtaken, tries / 4);
 }
 
 } // namespace Tessaly

@@ -7,6 +7,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
+#include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -399,6 +400,11 @@ TEST(EModQualityDialogTest, FiguresAreSharesWithLights) {
                            "|dE/dd| * MAD(deform) / E — ratio of propagated deformation uncertainty to YM value",
                            "High sensitivity events (>1.0): 19 (10.0%)", green + " <b>Bias:</b> 5.0%",
                            "Median YM (all mapped): 1.23 kPa", "Median YM (interior only): 1.30 kPa"}));
+    QStringList grades;
+    for (const QGroupBox* group : dialog.findChildren<QGroupBox*>()) {
+        grades << group->toolTip();
+    }
+    EXPECT_EQ(grades, QStringList({"Amber: take care", "Red: don't rely on it", "Amber: take care", "Green: good"}));
 
     quality.mapped = quality.nearBoundary = quality.highSensitivity = 0;
     EXPECT_TRUE(textsOf(EModQualityDialog(quality, "x"))

@@ -15,10 +15,23 @@ namespace Tessaly {
 
 namespace {
 
-/// A circle in the colour of a figure: the smaller the better.
-QString light(double figure, double greenBelow, double amberBelow) {
-    const char* colour = figure < greenBelow ? "#2e7d32" : figure < amberBelow ? "#f9a825" : "#c62828";
-    return QStringLiteral("<span style=\"color: %1; font-size: 16px;\">&#x25CF;</span>").arg(QLatin1String(colour));
+/// How good a figure is: the smaller the better.
+struct Grade {
+    QString light; ///< a circle in the colour of the grade
+    QString name;  ///< for whoever doesn't tell the colours apart
+};
+
+Grade gradeOf(double figure, double greenBelow, double amberBelow) {
+    const auto grade = [](const char* colour, const QString& name) {
+        return Grade{
+            QStringLiteral("<span style=\"color: %1; font-size: 16px;\">&#x25CF;</span>").arg(QLatin1String(colour)),
+            name};
+    };
+    if (figure < greenBelow) {
+        return grade("#2e7d32", EModQualityDialog::tr("Green: good"));
+    }
+    return figure < amberBelow ? grade("#f9a825", EModQualityDialog::tr("Amber: take care"))
+                               : grade("#c62828", EModQualityDialog::tr("Red: don't rely on it"));
 }
 
 double share(int count, int whole) {
@@ -90,8 +103,10 @@ void EModQualityDialog::fitToFigures() {
     resize(usualWidth, std::min(around + figures, screen()->availableSize().height() - roomForFrame));
 }
 
-void EModQualityDialog::addGroup(const QString& title, const QStringList& lines) {
+void EModQualityDialog::addGroup(const QString& title, const QString& gradeName, const QStringList& lines) {
     auto* box = new QGroupBox(title);
+    box->setToolTip(gradeName);
+    box->setAccessibleDescription(gradeName);
     auto* layout = new QVBoxLayout(box);
     layout->setSpacing(2);
     layout->setContentsMargins(8, 4, 8, 8);
@@ -105,9 +120,9 @@ void EModQualityDialog::addGroup(const QString& title, const QStringList& lines)
 }
 
 void EModQualityDialog::addCoverageGroup(const EModulusQuality& quality) {
-    const double unmapped = 1.0 - share(quality.mapped, quality.total);
-    addGroup(tr("Coverage"),
-             {tr("%1 <b>Mapped:</b> %2").arg(light(unmapped, 0.05, 0.2), countOf(quality.mapped, quality.total)),
+    const Grade unmapped = gradeOf(1.0 - share(quality.mapped, quality.total), 0.05, 0.2);
+    addGroup(tr("Coverage"), unmapped.name,
+             {tr("%1 <b>Mapped:</b> %2").arg(unmapped.light, countOf(quality.mapped, quality.total)),
               tr("Area too small: %1").arg(countOf(quality.areaTooSmall, quality.total)),
               tr("Area too large: %1").arg(countOf(quality.areaTooLarge, quality.total)),
               tr("Deform too low: %1").arg(countOf(quality.deformTooLow, quality.total)),
@@ -115,25 +130,26 @@ void EModQualityDialog::addCoverageGroup(const EModulusQuality& quality) {
 }
 
 void EModQualityDialog::addBoundaryGroup(const EModulusQuality& quality) {
-    addGroup(tr("Boundary Proximity"), {tr("%1 <b>Near low-deformation edge:</b> %2 of mapped events")
-                                            .arg(light(share(quality.nearBoundary, quality.mapped), 0.1, 0.3),
-                                                 countOf(quality.nearBoundary, quality.mapped)),
-                                        tr("Events within 10% of the local lower LUT boundary at their cell size"),
-                                        tr("These events yield less reliable (lower-bound) YM estimates")});
+    const Grade near = gradeOf(share(quality.nearBoundary, quality.mapped), 0.1, 0.3);
+    addGroup(tr("Boundary Proximity"), near.name,
+             {tr("%1 <b>Near low-deformation edge:</b> %2 of mapped events")
+                  .arg(near.light, countOf(quality.nearBoundary, quality.mapped)),
+              tr("Events within 10% of the local lower LUT boundary at their cell size"),
+              tr("These events yield less reliable (lower-bound) YM estimates")});
 }
 
 void EModQualityDialog::addSensitivityGroup(const EModulusQuality& quality) {
-    addGroup(tr("Gradient Sensitivity"),
-             {tr("%1 <b>Median sensitivity:</b> %2")
-                  .arg(light(quality.medianSensitivity, 0.3, 0.7))
-                  .arg(quality.medianSensitivity, 0, 'f', 3),
+    const Grade sensitivity = gradeOf(quality.medianSensitivity, 0.3, 0.7);
+    addGroup(tr("Gradient Sensitivity"), sensitivity.name,
+             {tr("%1 <b>Median sensitivity:</b> %2").arg(sensitivity.light).arg(quality.medianSensitivity, 0, 'f', 3),
               tr("|dE/dd| * MAD(deform) / E — ratio of propagated deformation uncertainty to YM value"),
               tr("High sensitivity events (>1.0): %1").arg(countOf(quality.highSensitivity, quality.mapped))});
 }
 
 void EModQualityDialog::addBiasGroup(const EModulusQuality& quality) {
-    addGroup(tr("Population Bias"),
-             {tr("%1 <b>Bias:</b> %2%").arg(light(quality.bias, 0.05, 0.15)).arg(quality.bias * 100.0, 0, 'f', 1),
+    const Grade bias = gradeOf(quality.bias, 0.05, 0.15);
+    addGroup(tr("Population Bias"), bias.name,
+             {tr("%1 <b>Bias:</b> %2%").arg(bias.light).arg(quality.bias * 100.0, 0, 'f', 1),
               tr("Median YM (all mapped): %1 kPa").arg(quality.medianAll, 0, 'f', 2),
               tr("Median YM (interior only): %1 kPa").arg(quality.medianInterior, 0, 'f', 2)});
 }

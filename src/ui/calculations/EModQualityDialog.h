@@ -25,7 +25,7 @@ public:
 private:
     /// As high as the figures at a width that few lines need more of, if the screen is.
     void fitToFigures();
-    void addGroup(const QString& title, const QStringList& lines);
+    void addGroup(const QString& title, const QString& gradeName, const QStringList& lines);
     void addCoverageGroup(const EModulusQuality& quality);
     void addBoundaryGroup(const EModulusQuality& quality);
     void addSensitivityGroup(const EModulusQuality& quality);

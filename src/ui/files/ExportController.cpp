@@ -6,13 +6,13 @@
 #include "plot/ScatterPlot.h"
 #include "session/Session.h"
 #include "session/export/ExportRun.h"
+#include "ui/UserMessageBox.h"
 #include "ui/files/ExportDialog.h"
 #include "ui/files/ExportProgress.h"
 #include "ui/files/StatSummaryExportDialog.h"
+#include "widgets/BusyCursor.h"
 #include "widgets/PlainText.h"
 #include "widgets/SaveFileDialog.h"
-
-#include <QApplication>
 
 namespace Tessaly {
 
@@ -45,16 +45,9 @@ ExportController::ExportController(Session& session, ScatterPlot& plot, QWidget*
       plot_(plot),
       window_(window) {}
 
-void ExportController::show(const UserMessage& message, QWidget* parent) const {
-    const QMessageBox::Icon icon = message.kind == UserMessage::Kind::Information ? QMessageBox::Information
-                                   : message.kind == UserMessage::Kind::Warning   ? QMessageBox::Warning
-                                                                                  : QMessageBox::Critical;
-    showMessage(parent ? parent : window_, icon, message.title, message.text);
-}
-
 void ExportController::exportData() {
     if (const std::optional<UserMessage> refusal = ExportRun::refusal(session_)) {
-        show(*refusal);
+        showMessage(window_, *refusal);
         return;
     }
     ExportDialog dialog(*session_.active(), session_.datasets(), false, window_, lastConfig_ ? &*lastConfig_ : nullptr);
@@ -73,7 +66,7 @@ void ExportController::run(const ExportConfig& config) {
             progress.showNext(exports.index(), exports.label());
             const ExportResult result = exports.next([&progress] { progress.keepAlive(); });
             if (result.message) {
-                show(*result.message, &progress);
+                showMessage(&progress, *result.message);
             }
         }
         if (!progress.isCancelRequested()) {
@@ -81,13 +74,13 @@ void ExportController::run(const ExportConfig& config) {
         }
     }
     if (closing) {
-        show(*closing);
+        showMessage(window_, *closing);
     }
 }
 
 void ExportController::exportStatSummary() {
     if (const std::optional<UserMessage> refusal = statSummaryRefusal(session_)) {
-        show(*refusal);
+        showMessage(window_, *refusal);
         return;
     }
     StatSummaryExportDialog dialog(*session_.active(), session_.datasets(),
@@ -100,10 +93,12 @@ void ExportController::exportStatSummary() {
         statSummary_ = config;
         statSummaryRemembered_ = true;
     }
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    const UserMessage message = Tessaly::exportStatSummary(session_, config);
-    QApplication::restoreOverrideCursor();
-    show(message);
+    UserMessage message;
+    {
+        const BusyCursor busy;
+        message = Tessaly::exportStatSummary(session_, config);
+    }
+    showMessage(window_, message);
 }
 
 void ExportController::exportPlot() {

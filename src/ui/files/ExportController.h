@@ -1,6 +1,5 @@
 #pragma once
 
-#include "session/UserMessage.h"
 #include "session/export/ExportConfig.h"
 #include "session/export/StatSummary.h"
 
@@ -32,7 +31,6 @@ public:
 
 private:
     void run(const ExportConfig& config);
-    void show(const UserMessage& message, QWidget* parent = nullptr) const;
 
     Session& session_;
     ScatterPlot& plot_;

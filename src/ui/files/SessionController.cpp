@@ -3,6 +3,7 @@
 #include "session/Session.h"
 #include "session/document/SessionRestore.h"
 #include "ui/ToolWindows.h"
+#include "ui/UserMessageBox.h"
 #include "ui/datasets/DatasetLoader.h"
 #include "ui/files/SessionFileCheck.h"
 #include "ui/plot/ColorMapSetting.h"
@@ -22,18 +23,6 @@
 namespace Tessaly {
 
 namespace {
-
-QMessageBox::Icon iconOf(UserMessage::Kind kind) {
-    switch (kind) {
-    case UserMessage::Kind::Information:
-        return QMessageBox::Information;
-    case UserMessage::Kind::Warning:
-        return QMessageBox::Warning;
-    case UserMessage::Kind::Critical:
-        break;
-    }
-    return QMessageBox::Critical;
-}
 
 DatasetNumbers indicesOf(const Session& session) {
     DatasetNumbers idToIndex;
@@ -65,7 +54,7 @@ SessionController::~SessionController() = default;
 
 void SessionController::tell(const UserMessage& message) {
     qWarning() << message.text;
-    showMessage(window_, iconOf(message.kind), message.title, message.text);
+    showMessage(window_, message);
 }
 
 bool SessionController::isEmpty() const {
