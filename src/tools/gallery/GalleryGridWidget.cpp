@@ -95,6 +95,7 @@ void GalleryGridWidget::prepareCell(std::size_t index) {
         layout_->addWidget(cell.image, row, column, Qt::AlignCenter);
         layout_->addWidget(cell.caption, row + 1, column, Qt::AlignCenter);
         cell.rowLength = rowLength_;
+        layoutStale_ = true;
     }
     pictures_.push_back(pixmapOf(preparing_->tiles[index]));
 }
@@ -113,29 +114,36 @@ void GalleryGridWidget::present() {
             cells_[i].image->clear();
             cells_[i].caption->clear();
             cells_[i].eventId = -1;
+            layoutStale_ = true;
         }
     }
-    layout_->setEnabled(true);
-    layout_->invalidate();
-    resize(shown_ > 0 ? layout_->sizeHint() : QSize(0, 0));
-    layout_->activate();
-    layout_->setEnabled(false);
+    // A page like the one before leaves all labels where they are.
+    if (std::exchange(layoutStale_, false)) {
+        layout_->setEnabled(true);
+        layout_->invalidate();
+        resize(shown_ > 0 ? layout_->sizeHint() : QSize(0, 0));
+        layout_->activate();
+        layout_->setEnabled(false);
+    }
     setUpdatesEnabled(true);
     emit pageShown();
 }
 
-void GalleryGridWidget::fillCell(Cell& cell, const GalleryTile& tile, const QPixmap& picture) const {
+void GalleryGridWidget::fillCell(Cell& cell, const GalleryTile& tile, const QPixmap& picture) {
     // A picture that can't be read leaves its place, so that the others keep theirs.
     const QSize size = picture.isNull() ? QSize(tile.width, tile.height) : picture.size();
     cell.image->setPixmap(picture);
     if (cell.image->size() != size || cell.image->minimumSize() != size) {
         cell.image->setFixedSize(size);
+        layoutStale_ = true;
     }
+    layoutStale_ = layoutStale_ || cell.image->isHidden() || cell.caption->isHidden() == showIds_;
     cell.image->show();
     if (showIds_) {
         cell.caption->setText(QString::number(tile.eventId));
         if (cell.caption->minimumWidth() != size.width()) {
             cell.caption->setFixedWidth(size.width());
+            layoutStale_ = true;
         }
     }
     cell.caption->setVisible(showIds_);

@@ -59,7 +59,7 @@ private:
     void prepareSlice();
     void prepareCell(std::size_t index);
     void present();
-    void fillCell(Cell& cell, const GalleryTile& tile, const QPixmap& picture) const;
+    void fillCell(Cell& cell, const GalleryTile& tile, const QPixmap& picture);
 
     QGridLayout* layout_;
     std::vector<Cell> cells_;
@@ -69,6 +69,7 @@ private:
     int rowLength_ = 10;
     bool showIds_ = true;
     int shown_ = 0;
+    bool layoutStale_ = false; ///< cells have changed their places, sizes or visibility
     int pressedEvent_ = -1;
 };
 
