@@ -360,9 +360,17 @@ TEST_F(ImageGalleryTest, ContrastIsFullAutomaticOrTyped) {
     EXPECT_EQ(window.state().manualHi, window.state().autoHi);
     type(window, "contrastLoSpinBox", "200");
     EXPECT_EQ(hi->value(), 201);
-    type(window, "contrastHiSpinBox", "100");
-    EXPECT_EQ(hi->value(), 201);
-    EXPECT_EQ(window.state().manualHi, 201);
+    for (const char* tooLow : {"100", "200"}) {
+        type(window, "contrastHiSpinBox", tooLow);
+        EXPECT_EQ(hi->value(), 201) << tooLow;
+        EXPECT_EQ(window.state().manualHi, 201) << tooLow;
+    }
+    hi->selectAll();
+    QTest::keyClicks(hi, "25");
+    EXPECT_EQ(window.state().manualHi, 201); // a number being typed is no number yet
+    QTest::keyClicks(hi, "0");
+    QTest::keyClick(hi, Qt::Key_Return);
+    EXPECT_EQ(window.state().manualHi, 250);
     type(window, "contrastLoSpinBox", "254");
     EXPECT_EQ(hi->value(), 255);
     EXPECT_TRUE(QTest::qWaitFor([&] { return greys() == std::pair(0, 0); }, 20000));
