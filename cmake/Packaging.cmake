@@ -19,6 +19,12 @@ if(Python3_FOUND AND DPKG_QUERY)
     add_custom_target(licenses ALL DEPENDS "${CMAKE_BINARY_DIR}/licenses.stamp")
 endif()
 
+# Everything that is installed. Tests and tools need not be built for a package.
+add_custom_target(packaged DEPENDS tessaly tessaly_probe manual)
+if(TARGET licenses)
+    add_dependencies(packaged licenses)
+endif()
+
 set(program_dir lib/tessaly)
 install(TARGETS tessaly tessaly_probe RUNTIME DESTINATION ${program_dir}/bin)
 install(FILES "${CMAKE_SOURCE_DIR}/data/LUT_LE_2D_FEM.txt" "${CMAKE_BINARY_DIR}/data/tessaly.qch"
@@ -54,6 +60,7 @@ if(GZIP_PROGRAM)
             DEPENDS "${source}" VERBATIM)
         string(MAKE_C_IDENTIFIER "papers_${name}" target)
         add_custom_target(${target} ALL DEPENDS "${packed}")
+        add_dependencies(packaged ${target})
         install(FILES "${packed}" DESTINATION ${destination})
     endfunction()
     tessaly_compressed("${packaging_dir}/tessaly.1" tessaly.1.gz ${CMAKE_INSTALL_MANDIR}/man1)

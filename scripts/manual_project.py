@@ -75,7 +75,7 @@ def main():
     sections = []
     for name in names:
         page, headings = with_places((source / name).read_text(encoding="utf-8"))
-        page = page.replace(*STYLE_LINK)
+        page = page.replace(*STYLE_LINK).replace("<p><img", '<p class="picture"><img')
         (output / name).write_text(page, encoding="utf-8")
         title = plain(re.search(r"<title>(.*?)</title>", page, re.DOTALL).group(1))
         below = [line for place, words in headings for line in section(words, f"{name}#{place}")]

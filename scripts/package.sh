@@ -2,11 +2,12 @@
 # Makes the Debian package and checks it: the files for the desktop, the package as a whole, and, with root rights and where
 # debootstrap is installed, a bare system into which nothing but the package and what it declares is installed. Starts the
 # program from wherever it was put, and from an installed tree that was moved.
-#   scripts/package.sh [--no-bare]     without the bare system
+#   scripts/package.sh [--no-bare] [CMake options...]     --no-bare: without the bare system
+# TESSALY_PACKAGE_BUILD names a build folder to use instead of build/package, such as that of the preset release.
 # shellcheck source=scripts/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-PACKAGE_DIR="$BUILD_ROOT/package"
+PACKAGE_DIR="${TESSALY_PACKAGE_BUILD:-$BUILD_ROOT/package}"
 SCRATCH="$(mktemp -d)"
 ROOT_MOUNTS=()
 cleanup() {
@@ -23,9 +24,10 @@ need() { command -v "$1" >/dev/null 2>&1 || fail "$1 is missing; install the pac
 
 make_package() {
     say "Configuring and building what is packed"
-    cmake -S "$ROOT_DIR" -B "$PACKAGE_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTESSALY_TESTS=OFF \
-        -DTESSALY_TOOLS=OFF -DTESSALY_BENCHMARKS=OFF "$@" || fail "the package could not be configured"
-    cmake --build "$PACKAGE_DIR" --parallel "$(jobs_count)" || fail "the build failed"
+    cmake -S "$ROOT_DIR" -B "$PACKAGE_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release "$@" ||
+        fail "the package could not be configured"
+    cmake --build "$PACKAGE_DIR" --parallel "$(jobs_count)" --target packaged tessaly_find_in_manual ||
+        fail "the build failed"
     say "Packing"
     rm -f "$PACKAGE_DIR"/*.deb
     (cd "$PACKAGE_DIR" && cpack -G DEB) || fail "the package could not be made"
@@ -99,7 +101,9 @@ check_bare_system() {
     chroot "$bare" env HOME=/tmp XDG_RUNTIME_DIR=/tmp QT_QPA_PLATFORM=offscreen timeout 5 tessaly || status=$?
     [ "$status" -eq 124 ] || fail "the program ended by itself with the status $status"
     # What the manual needs is loaded at run time and fails without a word.
-    find "$bare/usr/lib" -name 'libqsqlite.so' | grep -q . || fail "the database of the manual isn't there"
+    cp "$PACKAGE_DIR/bin/tessaly_find_in_manual" "$bare/tmp/"
+    chroot "$bare" env HOME=/tmp XDG_RUNTIME_DIR=/tmp QT_QPA_PLATFORM=offscreen \
+        /tmp/tessaly_find_in_manual /usr/lib/tessaly/data/tessaly.qch temperature || fail "the manual can't be searched"
     say "Removing it"
     chroot "$bare" apt-get -q remove -y tessaly || fail "the package can't be removed"
     [ ! -e "$bare/usr/lib/tessaly" ] || fail "the package leaves files behind"

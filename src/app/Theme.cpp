@@ -27,6 +27,9 @@ QPalette applicationPalette() {
     palette.setColor(QPalette::Mid, {200, 203, 208});
     palette.setColor(QPalette::Dark, dark);
     palette.setColor(QPalette::Shadow, {120, 124, 130});
+    // What is left would come from the desktop, which may be dark.
+    palette.setColor(QPalette::LinkVisited, accent);
+    palette.setColor(QPalette::PlaceholderText, {text.red(), text.green(), text.blue(), 128});
     for (const auto role : {QPalette::Text, QPalette::ButtonText, QPalette::WindowText}) {
         palette.setColor(QPalette::Disabled, role, dark);
     }

@@ -1,10 +1,10 @@
 #include "services/FeedbackSender.h"
 
 #include "services/FeedbackDialog.h"
+#include "widgets/PlainText.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QMessageBox>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -16,15 +16,6 @@
 namespace Tessaly {
 
 namespace {
-
-/// A box that isn't waited for: the program may be closed while it stands.
-QMessageBox* openBox(QMessageBox::Icon icon, const QString& title, const QString& text, QWidget* window) {
-    auto* box = new QMessageBox(icon, title, QString(), QMessageBox::Ok, window);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setTextFormat(Qt::PlainText);
-    box->setText(text);
-    return box;
-}
 
 /// Why an upload that has ended counts as failed; empty if it doesn't.
 QString failureOf(const QNetworkReply& reply) {
@@ -119,14 +110,14 @@ void FeedbackSender::finish(const QByteArray& report, QWidget* window) {
         tellFailure(failure, report, window);
         return;
     }
-    openBox(QMessageBox::Information, tr("Feedback Sent"),
-            tr("Thank you! Your report has been sent to Orvane support."), window)
+    newMessage(window, QMessageBox::Information, tr("Feedback Sent"),
+               tr("Thank you! Your report has been sent to Orvane support."))
         ->open();
 }
 
 void FeedbackSender::tellFailure(const QString& why, const QByteArray& report, QWidget* window) {
     QMessageBox* box =
-        openBox(QMessageBox::Warning, tr("Feedback Failed"), tr("Could not send feedback.\n\n%1").arg(why), window);
+        newMessage(window, QMessageBox::Warning, tr("Feedback Failed"), tr("Could not send feedback.\n\n%1").arg(why));
     const QPushButton* copy = box->addButton(tr("Copy Report"), QMessageBox::ActionRole);
     connect(copy, &QPushButton::clicked, box,
             [report] { QGuiApplication::clipboard()->setText(QString::fromUtf8(report)); });

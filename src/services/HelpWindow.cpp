@@ -16,7 +16,10 @@
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QTextBlock>
+#include <QTextCursor>
 #include <QVBoxLayout>
+
+#include <vector>
 
 namespace Tessaly {
 
@@ -37,14 +40,13 @@ QString freshCollectionFile() {
     return file;
 }
 
-/// Addresses of the pictures of a page.
-QList<QUrl> picturesOf(const QTextDocument& page, const QUrl& address) {
-    QList<QUrl> found;
+/// Places of the pictures of a page.
+std::vector<int> picturesOf(const QTextDocument& page) {
+    std::vector<int> found;
     for (QTextBlock block = page.begin(); block.isValid(); block = block.next()) {
         for (auto part = block.begin(); !part.atEnd(); ++part) {
-            const QTextImageFormat format = part.fragment().charFormat().toImageFormat();
-            if (format.isValid()) {
-                found += address.resolved(QUrl(format.name()));
+            if (part.fragment().charFormat().isImageFormat()) {
+                found.push_back(part.fragment().position());
             }
         }
     }
@@ -87,15 +89,21 @@ void HelpBrowser::fitPictures() {
         return;
     }
     fittedWidth_ = width;
-    for (const QUrl& url : picturesOf(*document(), source())) {
-        const QImage picture = QImage::fromData(engine_->fileData(url));
-        if (!picture.isNull()) {
-            document()->addResource(QTextDocument::ImageResource, url,
-                                    picture.width() <= width ? picture
-                                                             : picture.scaledToWidth(width, Qt::SmoothTransformation));
+    for (const int place : picturesOf(*document())) {
+        QTextCursor cursor(document());
+        cursor.setPosition(place);
+        cursor.setPosition(place + 1, QTextCursor::KeepAnchor);
+        QTextImageFormat format = cursor.charFormat().toImageFormat();
+        const QUrl url = source().resolved(QUrl(format.name()));
+        QImage picture = QImage::fromData(engine_->fileData(url));
+        if (picture.width() > width) {
+            picture = picture.scaledToWidth(width, Qt::SmoothTransformation);
         }
+        document()->addResource(QTextDocument::ImageResource, url, picture);
+        format.setWidth(picture.width());
+        format.setHeight(picture.height());
+        cursor.setCharFormat(format);
     }
-    document()->markContentsDirty(0, document()->characterCount());
 }
 
 HelpWindow::HelpWindow(const QString& helpFile, QWidget* parent)

@@ -45,78 +45,90 @@ struct Menu {
     std::vector<Entry> entries;
 };
 
-/// The table: every menu with what it holds, from left to right and from top to bottom.
-std::vector<Menu> menuTable(const MainMenuTargets& to) {
+Menu fileMenu(const MainMenuTargets& to) {
+    return {"fileMenu",
+            tr("&File"),
+            {
+                {"openAction", tr("&Open..."), QKeySequence::Open, [&to = to.datasets] { to.openFile(); },
+                 ":/icon-open.svg"},
+                {},
+                {"saveSessionAction", tr("&Save Session..."), Qt::CTRL | Qt::SHIFT | Qt::Key_S,
+                 [&to = to.sessions] { to.saveSession(); }, ":/icon-session-save.svg"},
+                {"loadSessionAction", tr("&Load Session..."), Qt::CTRL | Qt::SHIFT | Qt::Key_O,
+                 [&to = to.sessions] { to.loadSession(); }, ":/icon-session-load.svg"},
+                {},
+                {"clearSessionAction", tr("&Clear Session"), {}, [&to = to.sessions] { to.clearSession(); }},
+                {},
+                {"exitAction", tr("E&xit"), QKeySequence::Quit, [&to = to.window] { to.close(); }},
+            }};
+}
+
+Menu exportMenu(const MainMenuTargets& to) {
+    return {"exportMenu",
+            tr("&Export"),
+            {
+                {"exportPlotAction", tr("Export &Plot..."), QKeySequence(tr("Ctrl+E")),
+                 [&to = to.exports] { to.exportPlot(); }, ":/icon-export-plot.svg"},
+                {"exportDataAction", tr("Export &Data..."), QKeySequence(tr("Ctrl+Shift+E")),
+                 [&to = to.exports] { to.exportData(); }, ":/icon-export-data.svg"},
+                {"exportSummaryAction",
+                 tr("Export Statistical &Summary..."),
+                 {},
+                 [&to = to.exports] { to.exportStatSummary(); },
+                 ":/icon-export-summary.svg"},
+            }};
+}
+
+Menu toolWindowsMenu(const MainMenuTargets& to) {
+    return {"toolWindowsMenu",
+            tr("&Tool Windows"),
+            {
+                {"combinePlotAction",
+                 tr("New &Combine Plot..."),
+                 {},
+                 [&to = to.tools] { to.openCombinePlot(); },
+                 ":/icon-combine.svg"},
+                {"statisticalEvalAction",
+                 tr("New &Statistical Evaluation..."),
+                 {},
+                 [&to = to.tools] { to.openStatisticalEval(); },
+                 ":/icon-statistics.svg"},
+                {"imageGalleryAction",
+                 tr("New &Image Gallery..."),
+                 {},
+                 [&to = to.tools] { to.openImageGallery(); },
+                 ":/icon-gallery.svg"},
+                {"filterGroupsMatrixAction",
+                 tr("Filter Groups &Matrix..."),
+                 {},
+                 [&to = to.tools] { to.openFilterGroupsMatrix(); },
+                 ":/icon-matrix.svg"},
+            }};
+}
+
+Menu helpMenu(const MainMenuTargets& to) {
     return {
-        {"fileMenu",
-         tr("&File"),
-         {
-             {"openAction", tr("&Open..."), QKeySequence::Open, [&to = to.datasets] { to.openFile(); },
-              ":/icon-open.svg"},
-             {},
-             {"saveSessionAction", tr("&Save Session..."), Qt::CTRL | Qt::SHIFT | Qt::Key_S,
-              [&to = to.sessions] { to.saveSession(); }, ":/icon-session-save.svg"},
-             {"loadSessionAction", tr("&Load Session..."), Qt::CTRL | Qt::SHIFT | Qt::Key_O,
-              [&to = to.sessions] { to.loadSession(); }, ":/icon-session-load.svg"},
-             {},
-             {"clearSessionAction", tr("&Clear Session"), {}, [&to = to.sessions] { to.clearSession(); }},
-             {},
-             {"exitAction", tr("E&xit"), QKeySequence::Quit, [&to = to.window] { to.close(); }},
-         }},
-        {"exportMenu",
-         tr("&Export"),
-         {
-             {"exportPlotAction", tr("Export &Plot..."), QKeySequence(tr("Ctrl+E")),
-              [&to = to.exports] { to.exportPlot(); }, ":/icon-export-plot.svg"},
-             {"exportDataAction", tr("Export &Data..."), QKeySequence(tr("Ctrl+Shift+E")),
-              [&to = to.exports] { to.exportData(); }, ":/icon-export-data.svg"},
-             {"exportSummaryAction",
-              tr("Export Statistical &Summary..."),
-              {},
-              [&to = to.exports] { to.exportStatSummary(); },
-              ":/icon-export-summary.svg"},
-         }},
-        {"viewMenu", tr("&View"), {}},
-        {"toolWindowsMenu",
-         tr("&Tool Windows"),
-         {
-             {"combinePlotAction",
-              tr("New &Combine Plot..."),
-              {},
-              [&to = to.tools] { to.openCombinePlot(); },
-              ":/icon-combine.svg"},
-             {"statisticalEvalAction",
-              tr("New &Statistical Evaluation..."),
-              {},
-              [&to = to.tools] { to.openStatisticalEval(); },
-              ":/icon-statistics.svg"},
-             {"imageGalleryAction",
-              tr("New &Image Gallery..."),
-              {},
-              [&to = to.tools] { to.openImageGallery(); },
-              ":/icon-gallery.svg"},
-             {"filterGroupsMatrixAction",
-              tr("Filter Groups &Matrix..."),
-              {},
-              [&to = to.tools] { to.openFilterGroupsMatrix(); },
-              ":/icon-matrix.svg"},
-         }},
-        {"settingsMenu", tr("&Settings"), {}},
-        {"helpMenu",
-         tr("&Help"),
-         {
-             {"manualAction", tr("&Manual"), QKeySequence::HelpContents, [&to = to.services] { to.openManual(); },
-              ":/icon-manual.svg"},
-             {},
-             {"checkUpdatesAction",
-              tr("Check for &Updates..."),
-              {},
-              [&to = to.services] { to.checkForUpdates(false); }},
-             {"sendFeedbackAction", tr("Send &Feedback..."), {}, [&to = to.services] { to.sendFeedback(); }},
-             {},
-             {"aboutAction", tr("&About"), {}, [&to = to.services] { to.showAbout(); }},
-         }},
-    };
+        "helpMenu",
+        tr("&Help"),
+        {
+            {"manualAction", tr("&Manual"), QKeySequence::HelpContents, [&to = to.services] { to.openManual(); },
+             ":/icon-manual.svg"},
+            {},
+            {"checkUpdatesAction", tr("Check for &Updates..."), {}, [&to = to.services] { to.checkForUpdates(false); }},
+            {"sendFeedbackAction", tr("Send &Feedback..."), {}, [&to = to.services] { to.sendFeedback(); }},
+            {},
+            {"aboutAction", tr("&About"), {}, [&to = to.services] { to.showAbout(); }},
+        }};
+}
+
+/// Every menu with what it holds, from left to right and from top to bottom.
+std::vector<Menu> menuTable(const MainMenuTargets& to) {
+    return {fileMenu(to),
+            exportMenu(to),
+            {"viewMenu", tr("&View"), {}},
+            toolWindowsMenu(to),
+            {"settingsMenu", tr("&Settings"), {}},
+            helpMenu(to)};
 }
 
 QMenu* addMenu(QMainWindow& window, const Menu& table) {

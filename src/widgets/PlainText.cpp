@@ -26,6 +26,15 @@ void showMessage(QWidget* parent, QMessageBox::Icon icon, const QString& title, 
     box.exec();
 }
 
+QMessageBox* newMessage(QWidget* parent, QMessageBox::Icon icon, const QString& title, const QString& text,
+                        QMessageBox::StandardButtons buttons) {
+    auto* box = new QMessageBox(icon, title, QString(), buttons, parent);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setTextFormat(Qt::PlainText);
+    box->setText(text);
+    return box;
+}
+
 QMessageBox::StandardButton askQuestion(QWidget* parent, QMessageBox::Icon icon, const QString& title,
                                         const QString& text, QMessageBox::StandardButtons buttons,
                                         QMessageBox::StandardButton byDefault) {

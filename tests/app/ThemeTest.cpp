@@ -38,6 +38,30 @@ TEST(ThemeTest, PaletteAndSheetReachTheWidgets) {
     EXPECT_EQ(combo.grab().toImage().pixelColor(60, 0), QColor("#c8cbd0"));
 }
 
+TEST(ThemeTest, StaysLightOnADarkDesktop) {
+    const QPalette before = QApplication::palette();
+    QApplication::setPalette(QPalette(QColor(40, 40, 40), QColor(30, 30, 30)));
+    const QPalette palette = applicationPalette();
+    applyTheme(*qobject_cast<QApplication*>(QCoreApplication::instance()));
+    const QPalette inForce = QApplication::palette();
+    EXPECT_EQ(inForce, before);
+    QApplication::setPalette(before);
+    for (int i = 0; i < QPalette::NColorRoles; ++i) {
+        const auto role = static_cast<QPalette::ColorRole>(i);
+        for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+            EXPECT_TRUE(role == QPalette::NoRole || palette.isBrushSet(group, role)) << i;
+        }
+    }
+    // Text of every kind is dark enough to be read on its ground; 0 is black, 255 is white.
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText,
+                            QPalette::PlaceholderText}) {
+        EXPECT_LT(inForce.color(role).lightness(), 100) << role;
+    }
+    for (const auto role : {QPalette::Window, QPalette::Base, QPalette::Button, QPalette::ToolTipBase}) {
+        EXPECT_GT(inForce.color(role).lightness(), 200) << role;
+    }
+}
+
 TEST(StartupTest, NumbersHaveOneNotationWhateverTheUsersLanguage) {
     auto* application = qobject_cast<QApplication*>(QCoreApplication::instance());
     QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));

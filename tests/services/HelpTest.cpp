@@ -4,6 +4,7 @@
 #include "support/ModalUser.h"
 #include "support/TemporaryFolder.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QDate>
 #include <QDesktopServices>
 #include <QDir>
@@ -16,9 +17,11 @@
 #include <QLayout>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QScrollBar>
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QTest>
+#include <QTextBlock>
 #include <QTextBrowser>
 #include <QTextCursor>
 
@@ -76,6 +79,21 @@ TEST_F(HelpWindowTest, OpensAtTheFirstPageWithContentsAndFollowsThem) {
     const QVariant picture = browser->loadResource(QTextDocument::ImageResource,
                                                    QUrl("qthelp://org.tessaly.manual/manual/images/range.png"));
     EXPECT_FALSE(QImage::fromData(picture.toByteArray()).isNull());
+    // Pictures are shown in the width of the page, and again when that changes.
+    window->showPage("index.html");
+    for (const int width : {900, 500, 1100}) {
+        window->resize(width, 600);
+        QApplication::processEvents();
+        EXPECT_EQ(browser->horizontalScrollBar()->maximum(), 0) << width;
+        QTextBlock block = browser->document()->begin();
+        while (block.isValid() && !block.begin().fragment().charFormat().isImageFormat()) {
+            block = block.next();
+        }
+        ASSERT_TRUE(block.isValid());
+        const QTextImageFormat shown = block.begin().fragment().charFormat().toImageFormat();
+        EXPECT_NEAR(shown.width() / shown.height(), 1400.0 / 900.0, 0.02) << width;
+        EXPECT_NEAR(browser->document()->documentLayout()->blockBoundingRect(block).height(), shown.height(), 20);
+    }
     window->showPage("filters.html#groups");
     EXPECT_EQ(browser->source().fragment(), "groups");
 }

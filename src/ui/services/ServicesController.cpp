@@ -29,19 +29,8 @@ constexpr char IgnoredKey[] = "updates/ignoredVersion";
 constexpr qsizetype longestNotes = 1500; ///< characters of a box that still fits on a screen
 constexpr qsizetype mostNoteLines = 20;
 
-/// A box that isn't waited for: the program may be closed while it stands.
-QMessageBox* newBox(QMessageBox::Icon icon, const QString& title, const QString& text, QWidget* window) {
-    auto* box = new QMessageBox(icon, title, QString(), QMessageBox::NoButton, window);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setTextFormat(Qt::PlainText);
-    box->setText(text);
-    return box;
-}
-
 void tell(QMessageBox::Icon icon, const QString& text, QWidget* window) {
-    QMessageBox* box = newBox(icon, ServicesController::tr("Check for Updates"), text, window);
-    box->addButton(QMessageBox::Ok);
-    box->open();
+    newMessage(window, icon, ServicesController::tr("Check for Updates"), text)->open();
 }
 
 /// As much of a server's text as a message box can show.
@@ -134,7 +123,8 @@ void ServicesController::tellUpdate(const QString& version, const QString& page,
     if (!notes.trimmed().isEmpty()) {
         text += tr("\n\nWhat's new:\n%1").arg(shortened(notes));
     }
-    QMessageBox* box = newBox(QMessageBox::Information, tr("Update Available"), text, window_);
+    QMessageBox* box =
+        newMessage(window_, QMessageBox::Information, tr("Update Available"), text, QMessageBox::NoButton);
     QPushButton* open = box->addButton(tr("Open Downloads..."), QMessageBox::AcceptRole);
     const QPushButton* ignore = box->addButton(tr("Ignore This Version"), QMessageBox::ActionRole);
     QPushButton* later = box->addButton(tr("Later"), QMessageBox::RejectRole);

@@ -7,6 +7,7 @@
 
 #include <QAbstractSpinBox>
 #include <QAccessible>
+#include <QFile>
 #include <QFileDialog>
 #include <QMenu>
 #include <QPushButton>
@@ -16,6 +17,8 @@
 #include <QTimer>
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 namespace Tessaly {
 namespace {
@@ -37,9 +40,9 @@ QStringList nameless(const QWidget& window) {
 }
 
 /// Every window and dialog of the program, in a session of two datasets and a filter group.
-class AccessibleNamesTest : public testing::Test {
+class EveryWindowTest : public testing::Test {
 protected:
-    AccessibleNamesTest() {
+    EveryWindowTest() {
         QObject::connect(&timer, &QTimer::timeout, [this] { visitDialog(); });
         timer.start(5);
         window.show();
@@ -52,7 +55,7 @@ protected:
         press(window, "addGroupButton");
         press(window, "addRuleButton");
     }
-    ~AccessibleNamesTest() override { QThreadPool::globalInstance()->waitForDone(); }
+    ~EveryWindowTest() override { QThreadPool::globalInstance()->waitForDone(); }
 
     static void press(const QWidget& in, const char* name) {
         auto* button = in.findChild<QAbstractButton*>(name);
@@ -85,6 +88,14 @@ protected:
         return found;
     }
 
+    static void closeOthers() {
+        for (const auto& [name, other] : otherWindows()) {
+            other->close();
+        }
+        // They go before the session does that they show.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
     QStringList faults;
     QStringList dialogs; ///< object names of those that came up
 
@@ -107,10 +118,9 @@ private:
     QTimer timer;
 };
 
-TEST_F(AccessibleNamesTest, AreThereInEveryWindowAndDialog) {
+TEST_F(EveryWindowTest, HasANameForEveryControlAndAPageInTheManual) {
     chooseEverything();
-    EModQualityDialog quality({}, "one");
-    quality.show();
+    (new EModQualityDialog({}, "one", &window))->show();
     askGroupsToExport(&window, window.filterGroups());
     const auto open = otherWindows();
     for (const char* name : {"combinePlotWindow", "imageGalleryWindow", "filterGroupsMatrixWindow", "helpWindow",
@@ -133,9 +143,26 @@ TEST_F(AccessibleNamesTest, AreThereInEveryWindowAndDialog) {
     for (const auto& [name, other] : open) {
         EXPECT_TRUE(name == "helpWindow" || helpPageFor(other) != "index.html") << name.toStdString();
     }
-    for (const auto& [name, other] : open) {
-        other->close();
+    closeOthers();
+}
+
+TEST_F(EveryWindowTest, HasShortcutsThatTheManualLists) {
+    QFile file(TESSALY_TEST_MANUAL_PAGES "/shortcuts.html");
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString page = QString::fromUtf8(file.readAll());
+    chooseEverything();
+    auto windows = otherWindows();
+    windows["mainWindow"] = &window;
+    int seen = 0;
+    for (const auto& [name, shown] : windows) {
+        for (const QAction* action : shown->findChildren<QAction*>(QRegularExpression("Action$"))) {
+            const QString keys = action->shortcut().toString(QKeySequence::PortableText);
+            seen += !keys.isEmpty();
+            EXPECT_TRUE(keys.isEmpty() || page.contains(keys)) << keys.toStdString() << " in " << name.toStdString();
+        }
     }
+    EXPECT_GE(seen, 9);
+    closeOthers();
 }
 
 } // namespace
