@@ -318,6 +318,66 @@ TEST_F(StatisticalEvalWindowTest, DatasetsWithoutValuesAreNamed) {
     EXPECT_TRUE(guidance().endsWith("\n\nNo values: A ID2"));
     emit builder.session.notices().eventsChanged();
     EXPECT_FALSE(guidance().contains("No values"));
+    showTab(2);
+    run("runDistribution");
+    EXPECT_TRUE(guidance().endsWith("\n\nNo values: A ID2"));
+    EXPECT_FALSE(control<QLabel>("guidance").visibleRegion().isEmpty()); // low as the dock is
+    selectFeatures({1});
+    emptied.filter.clearRules();
+    run("runDistribution");
+    EXPECT_FALSE(guidance().contains("No values"));
+}
+
+TEST_F(StatisticalEvalWindowTest, ControlsSayWhatTheyAreOf) {
+    open();
+    fillTwo(1);
+    QTest::keyClicks(panel(1).findChild<QLineEdit*>("categoryName"), " & <b>");
+    const std::pair<const char*, const char*> rows[] = {
+        {"categoryColor", "Color of Condition 1 & <b>, #dc503c"},
+        {"categoryList", "Datasets of Condition 1 & <b>"},
+        {"deleteCategory", "Delete Condition 1 & <b>"},
+        {"addDatasets", "Add datasets to Condition 1 & <b>"},
+        {"clearCategory", "Remove all datasets from Condition 1 & <b>"},
+        {"removeSelected", "Remove selected datasets from Condition 1 & <b>"},
+    };
+    for (const auto& [name, expected] : rows) {
+        EXPECT_EQ(panel(1).findChild<QWidget*>(name)->accessibleName(), expected);
+    }
+    EXPECT_EQ(panel(1).findChild<QPushButton*>("removeSelected")->toolTip(), "Select datasets in the list first");
+    click("replicates");
+    EXPECT_EQ(listOf(1).item(0)->data(Qt::AccessibleTextRole), "B ID1, ID not set");
+    for (const QPushButton* button : window->findChildren<QPushButton*>()) {
+        EXPECT_FALSE(button->accessibleName().isEmpty() && button->text().isEmpty())
+            << button->objectName().toStdString();
+    }
+    // A long name is shortened, so that the ID behind it stays in sight.
+    builder.session.rename(builder.session.datasets()[1]->id, QString(200, u'n'));
+    EXPECT_LE(listOf(1).sizeHintForColumn(0), listOf(1).viewport()->width());
+    EXPECT_LE(listOf(1).visualItemRect(listOf(1).item(0)).width(), listOf(1).viewport()->width());
+}
+
+TEST_F(StatisticalEvalWindowTest, NamesInDialogsAreShownAsTheyAre) {
+    open();
+    drop(addDataset("R&D <b>x</b>", 1).id, 0);
+    click("replicates");
+    DialogAnswers answers({[](QDialog& dialog) {
+        const auto* label = dialog.findChild<QLabel*>();
+        EXPECT_EQ(label->text(), "ID for \"R&&D <b>x</b>\":"); // one of the two marks a shortcut and isn't shown
+        EXPECT_EQ(label->textFormat(), Qt::PlainText);
+        dialog.reject();
+    }});
+    listOf(0).setFocus();
+    QTest::keyClick(&listOf(0), Qt::Key_Down);
+    QTest::keyClick(&listOf(0), Qt::Key_Return);
+    EXPECT_EQ(answers.seen, QStringList("Set ID"));
+    // An empty dialog tells why.
+    DialogAnswers none({[](QDialog& dialog) {
+        auto* list = dialog.findChild<QListWidget*>();
+        EXPECT_EQ(list->count(), 0);
+        EXPECT_EQ(list->findChild<QLabel*>()->text(), "All loaded datasets are in this category already.");
+        dialog.reject();
+    }});
+    clickIn(0, "addDatasets");
 }
 
 TEST_F(StatisticalEvalWindowTest, RocOfThreeCategories) {
@@ -430,6 +490,7 @@ TEST_F(StatisticalEvalWindowTest, ARunIsDroppedWhenSomethingChanges) {
     click("runAnalysis");
     EXPECT_FALSE(control<QPushButton>("runAnalysis").isEnabled());
     EXPECT_TRUE(control<QProgressBar>("runProgress").isVisible());
+    EXPECT_FALSE(control<QAction>("exportRocData").isEnabled()); // which computes, too
     emit builder.session.notices().groupsChanged();
     expectDropped();
     click("runAnalysis");
@@ -440,6 +501,7 @@ TEST_F(StatisticalEvalWindowTest, ARunIsDroppedWhenSomethingChanges) {
     click("addCategory");
     expectDropped();
     clickIn(2, "deleteCategory");
+    EXPECT_TRUE(control<QAction>("exportRocData").isEnabled());
     // Columns of a dataset that isn't compared don't matter.
     click("runAnalysis");
     emit builder.session.notices().columnsChanged(addDataset("other", 1).id);

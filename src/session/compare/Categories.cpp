@@ -44,6 +44,11 @@ bool takeNumber(const QString& digits, int& number) {
     return fits;
 }
 
+/// The ID, or all three.
+std::vector<int> shownIds(const CategoryEntry& entry, bool technicalIds) {
+    return technicalIds ? std::vector{entry.numberId, entry.bioRepId, entry.techRepId} : std::vector{entry.numberId};
+}
+
 std::set<int> idsOf(const Category& category) {
     std::set<int> ids;
     for (const CategoryEntry& entry : category.entries) {
@@ -110,10 +115,7 @@ QString entryHtml(const CategoryEntry& entry, bool idsVisible, bool technicalIds
     if (!idsVisible) {
         return html;
     }
-    std::vector<int> ids{entry.numberId};
-    if (technicalIds) {
-        ids.insert(ids.end(), {entry.bioRepId, entry.techRepId});
-    }
+    const std::vector<int> ids = shownIds(entry, technicalIds);
     QStringList shown;
     for (const int id : ids) {
         shown += id < 1 ? QStringLiteral("<b style=\"color:#c04040\">?</b>") : QString::number(id);
@@ -121,6 +123,19 @@ QString entryHtml(const CategoryEntry& entry, bool idsVisible, bool technicalIds
     const bool complete = std::ranges::all_of(ids, [](int id) { return id >= 1; });
     const QString color = complete ? QStringLiteral("#3070b0") : QStringLiteral("#a0a0a0");
     return html + QStringLiteral("  <span style=\"color:%1\">[#%2]</span>").arg(color, shown.join(u'.'));
+}
+
+QString entryText(const CategoryEntry& entry, bool idsVisible, bool technicalIds) {
+    if (!idsVisible) {
+        return entry.name;
+    }
+    const QStringList kinds{Texts::tr("ID"), Texts::tr("biological replicate"), Texts::tr("technical replicate")};
+    QStringList parts{entry.name};
+    for (const int id : shownIds(entry, technicalIds)) {
+        const QString& kind = kinds[parts.size() - 1];
+        parts += id < 1 ? Texts::tr("%1 not set").arg(kind) : Texts::tr("%1 %2").arg(kind).arg(id);
+    }
+    return parts.join(QStringLiteral(", "));
 }
 
 QString datasetCountText(std::size_t count) {

@@ -53,6 +53,8 @@ QString detectionMessage(std::size_t entries, std::size_t detected);
 /// Rich text of an entry in its category's list: the name and, if wanted, its ID or all three, a red question mark for
 /// each that isn't set.
 QString entryHtml(const CategoryEntry& entry, bool idsVisible, bool technicalIds);
+/// The same in words, for those who hear it.
+QString entryText(const CategoryEntry& entry, bool idsVisible, bool technicalIds);
 /// "3 datasets".
 QString datasetCountText(std::size_t count);
 

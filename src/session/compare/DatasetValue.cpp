@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <set>
 
 namespace Tessaly {
 
@@ -103,6 +102,29 @@ DatasetValues datasetValues(const DatasetSource& source, std::span<const std::st
         result.complete = result.complete && !values.empty();
     }
     return result;
+}
+
+std::set<int> datasetsWithValues(const ValueTable& table) {
+    std::set<int> ids;
+    for (const auto& [id, values] : table) {
+        if (values.complete) {
+            ids.insert(id);
+        }
+    }
+    return ids;
+}
+
+QStringList namesWithoutValues(std::span<const Category> categories, const std::set<int>& withValues) {
+    QStringList names;
+    std::set<int> named = withValues;
+    for (const Category& category : categories) {
+        for (const CategoryEntry& entry : category.entries) {
+            if (named.insert(entry.datasetId).second) {
+                names += entry.name;
+            }
+        }
+    }
+    return names;
 }
 
 double valueIn(const ValueTable& table, int datasetId, std::size_t feature) {

@@ -3,9 +3,12 @@
 #include "core/EventFilter.h"
 #include "stats/SampleSummary.h"
 
+#include <QStringList>
+
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <stop_token>
 #include <string>
@@ -74,6 +77,11 @@ using ValueTable = std::map<int, DatasetValues>;
 /// @param stop  ends early, between two features, with what there is
 DatasetValues datasetValues(const DatasetSource& source, std::span<const std::string> features, SampleSummary summary,
                             const std::stop_token& stop = {});
+
+/// The datasets that have values of every feature.
+std::set<int> datasetsWithValues(const ValueTable& table);
+/// Names of all other datasets of some categories, in order, each once.
+QStringList namesWithoutValues(std::span<const Category> categories, const std::set<int>& withValues);
 
 /// The value of one dataset; 0 for one that isn't there.
 double valueIn(const ValueTable& table, int datasetId, std::size_t feature);

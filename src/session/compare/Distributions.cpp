@@ -101,6 +101,16 @@ std::vector<FeatureDistribution> DistributionWork::results() const {
     return results;
 }
 
+std::set<int> DistributionWork::datasetsWithValues() const {
+    std::set<int> ids;
+    for (const Dataset& dataset : datasets_) {
+        if (std::ranges::all_of(dataset.extents, &Extent::any)) {
+            ids.insert(dataset.source.datasetId);
+        }
+    }
+    return ids;
+}
+
 std::vector<CategoryDistribution> categoryMeans(const FeatureDistribution& distribution) {
     std::map<std::size_t, std::vector<std::vector<double>>> curves;
     for (const DistributionSeries& series : distribution.series) {

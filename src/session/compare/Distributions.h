@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <stop_token>
 #include <vector>
 
@@ -53,6 +54,8 @@ public:
 
     /// One for each feature that any dataset has values of, unless their range is beyond what numbers can hold.
     std::vector<FeatureDistribution> results() const;
+    /// The datasets that have values of every feature.
+    std::set<int> datasetsWithValues() const;
 
 private:
     struct Extent {

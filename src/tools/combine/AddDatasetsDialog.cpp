@@ -22,7 +22,8 @@ struct Texts {
 
 } // namespace
 
-std::vector<int> askForDatasetsToAdd(QWidget* parent, const Session& session, const std::vector<int>& ids) {
+std::vector<int> askForDatasetsToAdd(QWidget* parent, const Session& session, const std::vector<int>& ids,
+                                     const QString& noneLeft) {
     QDialog dialog(parent);
     dialog.setObjectName(QStringLiteral("addDatasetsDialog"));
     dialog.setWindowTitle(Texts::tr("Add Datasets"));
@@ -33,7 +34,8 @@ std::vector<int> askForDatasetsToAdd(QWidget* parent, const Session& session, co
     list->setAccessibleName(Texts::tr("Datasets to add"));
     list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     list->setTextElideMode(Qt::ElideMiddle);
-    new EmptyHint(Texts::tr("All loaded datasets are in this window already."), list);
+    const bool noneOpen = session.datasets().empty();
+    new EmptyHint(noneOpen ? Texts::tr("Open measurements in the main window first.") : noneLeft, list);
     for (const int id : ids) {
         if (const DatasetEntry* entry = session.findById(id)) {
             auto* item = new QListWidgetItem(singleLine(entry->displayName), list);

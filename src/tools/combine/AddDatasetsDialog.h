@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <vector>
 
 class QWidget;
@@ -9,6 +11,8 @@ namespace Tessaly {
 class Session;
 
 /// Lets the user pick some of these datasets by name; the picked ones in list order, none if the user cancels.
-std::vector<int> askForDatasetsToAdd(QWidget* parent, const Session& session, const std::vector<int>& ids);
+/// @param noneLeft  what to say where the session has datasets, but none is among these
+std::vector<int> askForDatasetsToAdd(QWidget* parent, const Session& session, const std::vector<int>& ids,
+                                     const QString& noneLeft);
 
 } // namespace Tessaly

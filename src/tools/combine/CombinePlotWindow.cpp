@@ -220,7 +220,8 @@ void CombinePlotWindow::addAll() {
 
 void CombinePlotWindow::askForDatasets() {
     const QPointer<CombinePlotWindow> self(this);
-    const std::vector<int> chosen = askForDatasetsToAdd(this, session_, model_.addable());
+    const std::vector<int> chosen =
+        askForDatasetsToAdd(this, session_, model_.addable(), tr("All loaded datasets are in this window already."));
     if (!self) {
         return;
     }

@@ -2,6 +2,7 @@
 
 #include "widgets/EmptyHint.h"
 #include "widgets/PlainText.h"
+#include "widgets/WideCombo.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -14,6 +15,7 @@
 #include <QResizeEvent>
 #include <QScopedValueRollback>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
@@ -25,7 +27,7 @@ namespace Tessaly {
 namespace {
 
 QComboBox* makeCombo(const char* name, const QString& accessibleName, const QStringList& texts) {
-    auto* combo = new QComboBox;
+    auto* combo = new WideCombo;
     combo->setObjectName(QLatin1String(name));
     combo->setAccessibleName(accessibleName);
     combo->addItems(texts);
@@ -82,17 +84,17 @@ AnalysisSettings::AnalysisSettings(QWidget* parent) : QWidget(parent) {
     column->addWidget(guidance_ = makeText("guidance"));
     guidance_->setStyleSheet(QStringLiteral("QLabel { color: #555; }"));
 
-    auto* scroll = new QScrollArea;
-    scroll->setObjectName(QStringLiteral("settingsScroll"));
-    scroll->setAccessibleName(tr("Settings"));
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setWidgetResizable(true);
-    scroll->setWidget(content);
-    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll_ = new QScrollArea;
+    scroll_->setObjectName(QStringLiteral("settingsScroll"));
+    scroll_->setAccessibleName(tr("Settings"));
+    scroll_->setFrameShape(QFrame::NoFrame);
+    scroll_->setWidgetResizable(true);
+    scroll_->setWidget(content);
+    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(4);
-    layout->addWidget(scroll, 1);
+    layout->addWidget(scroll_, 1);
     layout->addWidget(makeRunArea());
     connectChoices();
     updateVisibility();
@@ -342,6 +344,13 @@ void AnalysisSettings::setTestLabel(const QString& text) {
 
 void AnalysisSettings::setGuidance(const QString& text) {
     guidance_->setText(text);
+}
+
+void AnalysisSettings::revealGuidance() {
+    // The label has its new height when the layout has caught up.
+    QMetaObject::invokeMethod(
+        this, [this] { scroll_->verticalScrollBar()->setValue(scroll_->verticalScrollBar()->maximum()); },
+        Qt::QueuedConnection);
 }
 
 void AnalysisSettings::showProgress(int done, int total) {

@@ -17,6 +17,7 @@ class QLabel;
 class QListWidget;
 class QProgressBar;
 class QPushButton;
+class QScrollArea;
 
 namespace Tessaly {
 
@@ -45,6 +46,8 @@ public:
     void setTab(CompareTab tab);
     void setTestLabel(const QString& text);
     void setGuidance(const QString& text);
+    /// Scrolls to the end of the guidance, which may lie beneath what a low dock shows.
+    void revealGuidance();
 
     /// While work runs the buttons that start some are off.
     void showProgress(int done, int total);
@@ -89,6 +92,7 @@ private:
     QLabel* testLabel_ = nullptr;
     QComboBox* mode_ = nullptr;
     QLabel* guidance_ = nullptr;
+    QScrollArea* scroll_ = nullptr;
     QPushButton* runAnalysis_ = nullptr;
     QPushButton* runRoc_ = nullptr;
     QPushButton* runDistribution_ = nullptr;

@@ -6,6 +6,7 @@
 #include "tools/statistics/RichTextDelegate.h"
 #include "widgets/DatasetDrag.h"
 #include "widgets/EmptyHint.h"
+#include "widgets/FocusEdge.h"
 #include "widgets/PlainText.h"
 
 #include <QColorDialog>
@@ -59,7 +60,9 @@ CategoryPanel::CategoryPanel(Session& session, const Category& category, QWidget
     layout->addWidget(makeButtons());
     name_->setText(category.name);
     showColor();
+    nameControls();
     rebuildList();
+    onSelectionChanged();
 }
 
 QWidget* CategoryPanel::makeHead() {
@@ -70,6 +73,7 @@ QWidget* CategoryPanel::makeHead() {
     colorButton_->setObjectName(QStringLiteral("categoryColor"));
     colorButton_->setFixedSize(ColorButtonSize, ColorButtonSize);
     colorButton_->setToolTip(tr("Click to change category color"));
+    new FocusEdge(colorButton_); // its border has a colour of its own
     connect(colorButton_, &QPushButton::clicked, this, &CategoryPanel::chooseColor);
     name_ = new QLineEdit;
     name_->setObjectName(QStringLiteral("categoryName"));
@@ -80,17 +84,20 @@ QWidget* CategoryPanel::makeHead() {
     bold.setBold(true);
     name_->setFont(bold);
     name_->setAcceptDrops(false); // datasets go to the panel
-    connect(name_, &QLineEdit::textEdited, this, &CategoryPanel::changed);
+    connect(name_, &QLineEdit::textEdited, this, [this] {
+        nameControls();
+        emit changed();
+    });
     count_ = new QLabel;
     count_->setObjectName(QStringLiteral("categoryCount"));
     layout->addWidget(colorButton_);
     layout->addWidget(name_, 1);
     layout->addWidget(count_);
     if (removable_) {
-        auto* remove = new QPushButton(tr("Delete"));
-        remove->setObjectName(QStringLiteral("deleteCategory"));
-        connect(remove, &QPushButton::clicked, this, [this] { emit deleteRequested(this); });
-        layout->addWidget(remove);
+        delete_ = new QPushButton(tr("Delete"));
+        delete_->setObjectName(QStringLiteral("deleteCategory"));
+        connect(delete_, &QPushButton::clicked, this, [this] { emit deleteRequested(this); });
+        layout->addWidget(delete_);
     }
     return head;
 }
@@ -98,36 +105,34 @@ QWidget* CategoryPanel::makeHead() {
 void CategoryPanel::makeList() {
     list_ = new QListWidget;
     list_->setObjectName(QStringLiteral("categoryList"));
-    list_->setAccessibleName(tr("Datasets of the category"));
     list_->setMinimumHeight(LowestList);
     list_->setMaximumHeight(HighestList);
     list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     list_->setDragDropMode(QAbstractItemView::NoDragDrop);
     list_->setItemDelegate(new RichTextDelegate(list_));
+    list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // names are shortened
     list_->setContextMenuPolicy(Qt::CustomContextMenu);
     list_->installEventFilter(this);
     new EmptyHint(tr("Drag datasets here or press \"Add...\"."), list_);
     connect(list_, &QWidget::customContextMenuRequested, this, &CategoryPanel::showMenu);
     connect(list_, &QListWidget::itemDoubleClicked, this, [this](const QListWidgetItem* item) { askIds(idOf(*item)); });
-    connect(list_, &QListWidget::itemSelectionChanged, this,
-            [this] { removeSelected_->setEnabled(!list_->selectedItems().isEmpty()); });
+    connect(list_, &QListWidget::itemSelectionChanged, this, &CategoryPanel::onSelectionChanged);
 }
 
 QWidget* CategoryPanel::makeButtons() {
     auto* buttons = new QWidget;
     auto* layout = new QHBoxLayout(buttons);
     layout->setContentsMargins(0, 0, 0, 0);
-    auto* addButton = new QPushButton(tr("Add..."));
-    addButton->setObjectName(QStringLiteral("addDatasets"));
-    connect(addButton, &QPushButton::clicked, this, &CategoryPanel::onAddDatasets);
+    addDatasets_ = new QPushButton(tr("Add..."));
+    addDatasets_->setObjectName(QStringLiteral("addDatasets"));
+    connect(addDatasets_, &QPushButton::clicked, this, &CategoryPanel::onAddDatasets);
     clearAll_ = new QPushButton(tr("Clear All"));
     clearAll_->setObjectName(QStringLiteral("clearCategory"));
     connect(clearAll_, &QPushButton::clicked, this, &CategoryPanel::onClearAll);
     removeSelected_ = new QPushButton(tr("Remove Selected"));
     removeSelected_->setObjectName(QStringLiteral("removeSelected"));
-    removeSelected_->setEnabled(false);
     connect(removeSelected_, &QPushButton::clicked, this, &CategoryPanel::onRemoveSelected);
-    layout->addWidget(addButton);
+    layout->addWidget(addDatasets_);
     layout->addWidget(clearAll_);
     layout->addWidget(removeSelected_);
     return buttons;
@@ -198,7 +203,7 @@ void CategoryPanel::rebuildList() {
     for (const CategoryEntry& entry : entries_) {
         auto* item = new QListWidgetItem(entryHtml(entry, idsVisible_, technicalIds_), list_);
         item->setData(Qt::UserRole, entry.datasetId);
-        item->setData(Qt::AccessibleTextRole, entry.name);
+        item->setData(Qt::AccessibleTextRole, entryText(entry, idsVisible_, technicalIds_));
         item->setToolTip(plainToolTip(entry.name));
         if (entry.datasetId == currentId) {
             list_->setCurrentItem(item, QItemSelectionModel::NoUpdate);
@@ -207,6 +212,13 @@ void CategoryPanel::rebuildList() {
     }
     count_->setText(datasetCountText(entries_.size()));
     clearAll_->setEnabled(!entries_.empty());
+    clearAll_->setToolTip(entries_.empty() ? tr("The category holds no datasets") : QString());
+}
+
+void CategoryPanel::onSelectionChanged() {
+    const bool any = !list_->selectedItems().isEmpty();
+    removeSelected_->setEnabled(any);
+    removeSelected_->setToolTip(any ? QString() : tr("Select datasets in the list first"));
 }
 
 void CategoryPanel::onRemoveSelected() {
@@ -235,7 +247,7 @@ void CategoryPanel::onAddDatasets() {
             ids.push_back(dataset->id);
         }
     }
-    add(askForDatasetsToAdd(this, session_, ids));
+    add(askForDatasetsToAdd(this, session_, ids, tr("All loaded datasets are in this category already.")));
 }
 
 void CategoryPanel::chooseColor() {
@@ -243,6 +255,7 @@ void CategoryPanel::chooseColor() {
     if (color.isValid() && color != color_) {
         color_ = color;
         showColor();
+        nameControls();
         emit changed();
     }
 }
@@ -251,7 +264,18 @@ void CategoryPanel::showColor() {
     colorButton_->setStyleSheet(
         QStringLiteral("QPushButton { background-color: %1; border: 1px solid #888; border-radius: 3px; }")
             .arg(color_.name()));
-    colorButton_->setAccessibleName(tr("Category color, %1").arg(color_.name()));
+}
+
+void CategoryPanel::nameControls() {
+    const QString name = singleLine(name_->text());
+    colorButton_->setAccessibleName(tr("Color of %1, %2").arg(name, color_.name()));
+    list_->setAccessibleName(tr("Datasets of %1").arg(name));
+    addDatasets_->setAccessibleName(tr("Add datasets to %1").arg(name));
+    clearAll_->setAccessibleName(tr("Remove all datasets from %1").arg(name));
+    removeSelected_->setAccessibleName(tr("Remove selected datasets from %1").arg(name));
+    if (delete_) {
+        delete_->setAccessibleName(tr("Delete %1").arg(name));
+    }
 }
 
 void CategoryPanel::showMenu(const QPoint& position) {
@@ -293,14 +317,20 @@ void CategoryPanel::askIds(int id) {
 }
 
 bool CategoryPanel::askNumber(CategoryEntry& entry) {
-    bool accepted = false;
-    const int number =
-        QInputDialog::getInt(this, tr("Set ID"), tr("ID for \"%1\":").arg(singleLine(entry.name).toHtmlEscaped()),
-                             entry.numberId, 0, HighestId, 1, &accepted);
-    if (accepted) {
-        entry.numberId = number;
+    QInputDialog dialog(this);
+    dialog.setObjectName(QStringLiteral("numberIdDialog"));
+    dialog.setWindowTitle(tr("Set ID"));
+    dialog.setInputMode(QInputDialog::IntInput);
+    dialog.setIntRange(0, HighestId);
+    dialog.setIntValue(entry.numberId);
+    // The name as it is: neither markup nor the mark of a shortcut.
+    dialog.setLabelText(tr("ID for \"%1\":").arg(singleLine(entry.name).replace(u'&', QStringLiteral("&&"))));
+    dialog.findChild<QLabel*>()->setTextFormat(Qt::PlainText);
+    if (dialog.exec() != QDialog::Accepted) {
+        return false;
     }
-    return accepted;
+    entry.numberId = dialog.intValue();
+    return true;
 }
 
 bool CategoryPanel::askAllNumbers(CategoryEntry& entry) {

@@ -60,8 +60,11 @@ private:
     bool mayAdd(int id) const;
     void add(const std::vector<int>& ids);
     void rebuildList();
+    void onSelectionChanged();
     void chooseColor();
     void showColor();
+    /// Names the controls for those who don't see which panel they are in.
+    void nameControls();
     void showMenu(const QPoint& position);
     /// Asks for the IDs of a member.
     void askIds(int id);
@@ -74,6 +77,8 @@ private:
     QPushButton* colorButton_ = nullptr;
     QLabel* count_ = nullptr;
     QListWidget* list_ = nullptr;
+    QPushButton* delete_ = nullptr; ///< null if the category stays
+    QPushButton* addDatasets_ = nullptr;
     QPushButton* removeSelected_ = nullptr;
     QPushButton* clearAll_ = nullptr;
     QColor color_;

@@ -38,6 +38,11 @@ public:
         return QwtText(known ? names_[category].left(LongestLabel) : QString(), QwtText::PlainText);
     }
 
+    /// Names reach below the line, numbers, which the base class measures for, don't.
+    double extent(const QFont& font) const override {
+        return QwtScaleDraw::extent(font) + QFontMetricsF(font).descent();
+    }
+
 protected:
     void drawLabel(QPainter* painter, double value) const override {
         const double room = std::fabs(scaleMap().transform(1.0) - scaleMap().transform(0.0)) - 6.0;

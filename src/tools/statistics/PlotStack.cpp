@@ -3,6 +3,7 @@
 #include "plot/PlotAppearance.h"
 #include "plot/PlotFiles.h"
 #include "widgets/EmptyHint.h"
+#include "widgets/FocusEdge.h"
 #include "widgets/PlainText.h"
 #include "widgets/SaveFileDialog.h"
 
@@ -97,6 +98,8 @@ void PlotStack::setPlots(const std::vector<QwtPlot*>& plots) {
         layout_->addWidget(plot, 1);
         plot->ensurePolished(); // which may give it other fonts
         plot->updateLayout();
+        plot->setFocusPolicy(Qt::StrongFocus); // for the key that brings up the menu
+        new FocusEdge(plot);
         plot->setContextMenuPolicy(Qt::CustomContextMenu);
         connect(plot, &QWidget::customContextMenuRequested, this,
                 [this, plot](const QPoint& position) { showMenu(*plot, position); });

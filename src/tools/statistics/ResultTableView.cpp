@@ -7,12 +7,21 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 
+#include <algorithm>
+
 namespace Tessaly {
+
+namespace {
+
+constexpr int WidestColumn = 240; ///< at first; names may be long
+
+} // namespace
 
 ResultTableView::ResultTableView(QWidget* parent) : QTableWidget(parent) {
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setAlternatingRowColors(true);
+    horizontalHeader()->setTextElideMode(Qt::ElideMiddle);
     verticalHeader()->hide();
     horizontalHeader()->setSectionsClickable(true);
     horizontalHeader()->setStretchLastSection(true);
@@ -30,6 +39,10 @@ void ResultTableView::setTable(const ResultTable& table) {
     setHorizontalHeaderLabels(headings);
     showRows();
     resizeColumnsToContents();
+    for (int column = 0; column < columnCount(); ++column) {
+        horizontalHeaderItem(column)->setToolTip(plainToolTip(table_.headings[column]));
+        setColumnWidth(column, std::min(columnWidth(column), WidestColumn));
+    }
 }
 
 void ResultTableView::onHeadingClicked(int column) {

@@ -1,8 +1,11 @@
 #include "tools/statistics/RichTextDelegate.h"
 
+#include <QAbstractItemView>
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
 #include <QPainter>
+#include <QTextBlock>
+#include <QTextCursor>
 #include <QTextDocument>
 
 namespace Tessaly {
@@ -11,7 +14,7 @@ namespace {
 
 constexpr int Inset = 4;
 
-void layOut(QTextDocument& document, const QStyleOptionViewItem& option) {
+void layOut(QTextDocument& document, const QStyleOptionViewItem& option, double width) {
     document.setDocumentMargin(2);
     document.setDefaultFont(option.font);
     QTextOption wrapping = document.defaultTextOption();
@@ -19,6 +22,17 @@ void layOut(QTextDocument& document, const QStyleOptionViewItem& option) {
     document.setDefaultTextOption(wrapping);
     document.setHtml(option.text);
     document.setTextWidth(-1);
+    const double excess = document.idealWidth() - width;
+    const QTextBlock::iterator first = document.firstBlock().begin();
+    if (excess <= 0.0 || first.atEnd()) {
+        return;
+    }
+    QTextCursor name(&document);
+    name.setPosition(first.fragment().position());
+    name.setPosition(first.fragment().position() + first.fragment().length(), QTextCursor::KeepAnchor);
+    const QFontMetricsF metrics(option.font);
+    const double room = metrics.horizontalAdvance(name.selectedText()) - excess;
+    name.insertText(metrics.elidedText(name.selectedText(), Qt::ElideMiddle, room));
 }
 
 } // namespace
@@ -27,7 +41,7 @@ void RichTextDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     QStyleOptionViewItem item = option;
     initStyleOption(&item, index);
     QTextDocument document;
-    layOut(document, item);
+    layOut(document, item, item.rect.width() - 2 * Inset);
     item.text.clear();
     // The background, the selection and the focus as the style draws them.
     const QStyle* style = item.widget ? item.widget->style() : QApplication::style();
@@ -48,7 +62,8 @@ QSize RichTextDelegate::sizeHint(const QStyleOptionViewItem& option, const QMode
     QStyleOptionViewItem item = option;
     initStyleOption(&item, index);
     QTextDocument document;
-    layOut(document, item);
+    const auto* view = qobject_cast<const QAbstractItemView*>(option.widget);
+    layOut(document, item, (view ? view->viewport()->width() : QWIDGETSIZE_MAX) - 2 * Inset);
     return document.size().toSize() + QSize(2 * Inset, 0);
 }
 

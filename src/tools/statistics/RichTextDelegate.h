@@ -4,7 +4,8 @@
 
 namespace Tessaly {
 
-/// Draws items whose text is rich text, in one line.
+/// Draws items whose text is rich text, in one line as wide as the view. Where that isn't enough, the text before the
+/// first markup is shortened in its middle.
 class RichTextDelegate : public QStyledItemDelegate {
     Q_OBJECT
 

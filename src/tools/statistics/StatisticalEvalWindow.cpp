@@ -10,6 +10,7 @@
 #include "tools/statistics/PlotStack.h"
 #include "tools/statistics/ResultTableView.h"
 #include "tools/statistics/StatisticsPlots.h"
+#include "widgets/EmptyHint.h"
 #include "widgets/KeepOnTop.h"
 #include "widgets/PlainText.h"
 
@@ -57,7 +58,7 @@ QDockWidget* makeDock(const char* name, const QString& title, QWidget* content) 
 } // namespace
 
 StatisticalEvalWindow::StatisticalEvalWindow(Session& session, const SessionHost& /*host*/) : session_(session) {
-    setObjectName(QStringLiteral("statisticalEvalWindow"));
+    setObjectName(QStringLiteral("statisticalWindow"));
     setWindowTitle(tr("Statistical Evaluation"));
     resize(1000, 700);
     makeTabs();
@@ -82,6 +83,7 @@ void StatisticalEvalWindow::makeTabs() {
     groupTable_->setObjectName(QStringLiteral("groupTable"));
     groupTable_->setAccessibleName(tr("Results of the tests"));
     groupTable_->setMaximumHeight(HighestTable);
+    new EmptyHint(tr("The results of the tests will stand here."), groupTable_);
     groupPlots_ =
         new PlotStack(tr("Add datasets to the categories, select features and press \"Run Analysis\"."), GroupPlotSize);
     groupPlots_->setObjectName(QStringLiteral("groupPlots"));
@@ -89,6 +91,7 @@ void StatisticalEvalWindow::makeTabs() {
     rocTable_->setObjectName(QStringLiteral("rocTable"));
     rocTable_->setAccessibleName(tr("Results of the ROC analysis"));
     rocTable_->setMaximumHeight(HighestTable);
+    new EmptyHint(tr("The results of the ROC analysis will stand here."), rocTable_);
     rocPlots_ = new PlotStack(tr("Add datasets to the categories, select features and press \"Run ROC Analysis\"."),
                               RocPlotSize);
     rocPlots_->setObjectName(QStringLiteral("rocPlots"));
@@ -153,7 +156,11 @@ void StatisticalEvalWindow::makeMenus() {
     exports->addSeparator();
     add(exports, "exportRocPlots", tr("Export &ROC Plots..."), &StatisticalEvalWindow::exportROCPlots);
     add(exports, "exportRocTable", tr("Export ROC Ta&ble..."), &StatisticalEvalWindow::exportROCTable);
-    add(exports, "exportRocData", tr("Export ROC Curve &Data..."), &StatisticalEvalWindow::exportROCData);
+    QAction* curves =
+        add(exports, "exportRocData", tr("Export ROC Curve &Data..."), &StatisticalEvalWindow::exportROCData);
+    // It computes, and would end what runs.
+    connect(&run_, &TaskRun::progressChanged, curves, [curves] { curves->setEnabled(false); });
+    connect(&run_, &TaskRun::ended, curves, [curves] { curves->setEnabled(true); });
     exports->addSeparator();
     add(exports, "exportDistributions", tr("Export &Distribution Plots..."),
         &StatisticalEvalWindow::exportDistributionPlots);
@@ -328,22 +335,17 @@ void StatisticalEvalWindow::runValues(const Comparison& comparison, std::functio
         for (std::size_t i = 0; i < sources->size(); ++i) {
             table.emplace((*sources)[i].datasetId, std::move((*results)[i]));
         }
-        noteMissingValues(comparison, table);
+        noteMissingValues(comparison, datasetsWithValues(table));
         finished(table);
     });
 }
 
-void StatisticalEvalWindow::noteMissingValues(const Comparison& comparison, const ValueTable& values) {
-    for (const Category& category : comparison.categories) {
-        for (const CategoryEntry& entry : category.entries) {
-            const auto found = values.find(entry.datasetId);
-            const bool complete = found != values.end() && found->second.complete;
-            if (!complete && !withoutValues_.contains(entry.name)) {
-                withoutValues_ += entry.name;
-            }
-        }
-    }
+void StatisticalEvalWindow::noteMissingValues(const Comparison& comparison, const std::set<int>& withValues) {
+    withoutValues_ = namesWithoutValues(comparison.categories, withValues);
     updateGuidance();
+    if (!withoutValues_.isEmpty()) {
+        settings_->revealGuidance();
+    }
 }
 
 void StatisticalEvalWindow::onRunAnalysis() {
@@ -352,11 +354,8 @@ void StatisticalEvalWindow::onRunAnalysis() {
         return;
     }
     if (const std::optional<UserMessage> question = powerQuestion(what)) {
-        QMessageBox box(QMessageBox::Warning, question->title, question->text, QMessageBox::Yes | QMessageBox::No,
-                        this);
-        box.setTextFormat(Qt::PlainText);
-        box.setDefaultButton(QMessageBox::No);
-        if (box.exec() != QMessageBox::Yes) {
+        if (askQuestion(this, QMessageBox::Warning, question->title, question->text, QMessageBox::Yes | QMessageBox::No,
+                        QMessageBox::No) != QMessageBox::Yes) {
             return;
         }
     }
@@ -461,6 +460,7 @@ void StatisticalEvalWindow::showDistributions(const Comparison& comparison, cons
         plots.push_back(makeDistributionPlot(distribution, comparison.categories, mode));
     }
     distributionPlots_->setPlots(plots);
+    noteMissingValues(comparison, work.datasetsWithValues());
     tabs_->setCurrentIndex(static_cast<int>(CompareTab::Distributions));
 }
 

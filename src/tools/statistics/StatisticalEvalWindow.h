@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <vector>
 
 class QTabWidget;
@@ -86,8 +87,8 @@ private:
 
     /// Computes the values of all datasets, then calls back with them.
     void runValues(const Comparison& comparison, std::function<void(const ValueTable&)> finished);
-    /// Remembers which datasets had no values.
-    void noteMissingValues(const Comparison& comparison, const ValueTable& values);
+    /// Remembers which datasets had no values, and says so.
+    void noteMissingValues(const Comparison& comparison, const std::set<int>& withValues);
     void showGroups(const GroupComparison& result);
     void showRoc(const RocComparison& result);
     void showDistributions(const Comparison& comparison, const DistributionWork& work, DistributionMode mode);

@@ -73,6 +73,9 @@ TEST(Categories, TextsOfEntries) {
     EXPECT_EQ(entryHtml(entry, true, false), "a &lt;b&gt; &amp; c  <span style=\"color:#3070b0\">[#12]</span>");
     EXPECT_EQ(entryHtml(entry, true, true), "a &lt;b&gt; &amp; c  <span style=\"color:#a0a0a0\">[#12.3.<b "
                                             "style=\"color:#c04040\">?</b>]</span>");
+    EXPECT_EQ(entryText(entry, false, true), "a <b> & c");
+    EXPECT_EQ(entryText(entry, true, false), "a <b> & c, ID 12");
+    EXPECT_EQ(entryText(entry, true, true), "a <b> & c, ID 12, biological replicate 3, technical replicate not set");
     entry.techRepId = 1;
     EXPECT_EQ(entryHtml(entry, true, true), "a &lt;b&gt; &amp; c  <span style=\"color:#3070b0\">[#12.3.1]</span>");
     EXPECT_EQ(entryHtml(entryNamed("x"), true, false),

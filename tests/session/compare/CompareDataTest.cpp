@@ -64,6 +64,21 @@ TEST(DatasetValue, NothingToRead) {
     EXPECT_EQ(valueIn(table, 4, 0), 0.0);
 }
 
+TEST(DatasetValue, NamesWithoutValues) {
+    const ValueTable table{{1, {{1.5}, true}}, {2, {{0}, false}}, {4, {{}, true}}};
+    EXPECT_EQ(datasetsWithValues(table), (std::set<int>{1, 4}));
+    std::vector<Category> categories(2);
+    for (const int id : {3, 1, 2}) {
+        CategoryEntry entry;
+        entry.datasetId = id;
+        entry.name = QString::number(id);
+        categories[0].entries.push_back(entry);
+        categories[1].entries.insert(categories[1].entries.begin(), entry);
+    }
+    EXPECT_EQ(namesWithoutValues(categories, datasetsWithValues(table)), (QStringList{"3", "2"}));
+    EXPECT_TRUE(namesWithoutValues({}, {}).isEmpty());
+}
+
 TEST(DatasetValue, SourcesAreListedOnce) {
     SessionBuilder builder;
     const DatasetEntry& a = builder.add({{"area_um", {1}}});
@@ -77,7 +92,7 @@ TEST(DatasetValue, SourcesAreListedOnce) {
 }
 
 /// All steps, one dataset after the other.
-std::vector<FeatureDistribution> distributionsOf(const Comparison& comparison, const Session& session) {
+DistributionWork distributionsOf(const Comparison& comparison, const Session& session) {
     DistributionWork work(comparison, sourcesOf(comparison.categories, session));
     for (std::size_t i = 0; i < work.datasetCount(); ++i) {
         work.look(i);
@@ -86,7 +101,7 @@ std::vector<FeatureDistribution> distributionsOf(const Comparison& comparison, c
     for (std::size_t i = 0; i < work.datasetCount(); ++i) {
         work.estimate(i);
     }
-    return work.results();
+    return work;
 }
 
 TEST(Distributions, SeriesAndGrids) {
@@ -98,7 +113,9 @@ TEST(Distributions, SeriesAndGrids) {
     Comparison comparison;
     comparison.features = {{"area_um", "Area"}, {"deform", "Deformation"}, {"nowhere", "Nowhere"}};
     comparison.categories = {categoryOf({&b, &empty, &a}), categoryOf({}), categoryOf({&a})};
-    const std::vector<FeatureDistribution> found = distributionsOf(comparison, builder.session);
+    const DistributionWork work = distributionsOf(comparison, builder.session);
+    EXPECT_TRUE(work.datasetsWithValues().empty()); // none has all three
+    const std::vector<FeatureDistribution> found = work.results();
     ASSERT_EQ(found.size(), 2U); // no plot for a feature without values
     EXPECT_EQ(found[0].feature.label, "Area");
     EXPECT_EQ(found[0].grid, densityGrid(0, 10));
@@ -121,6 +138,8 @@ TEST(Distributions, SeriesAndGrids) {
     const double other = found[0].series[1].density[100];
     EXPECT_NEAR(means[0].curve.mean[100], (one + other) / 2, 1e-15);
     EXPECT_NEAR(means[0].curve.sd[100], std::fabs(one - other) / std::sqrt(2.0), 1e-15);
+    comparison.features.resize(1);
+    EXPECT_EQ(distributionsOf(comparison, builder.session).datasetsWithValues(), (std::set<int>{a.id, b.id}));
     EXPECT_EQ(distributionRefusal({})->text, "Select at least one feature.");
     EXPECT_FALSE(distributionRefusal(comparison));
 }
