@@ -1,6 +1,7 @@
 #include "StatisticsFixture.h"
 
 #include "io/VQDReader.h"
+#include "tools/statistics/StatisticsPlots.h"
 
 #include <QCheckBox>
 #include <QClipboard>
@@ -10,6 +11,8 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QProgressBar>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <qwt_plot.h>
@@ -17,9 +20,11 @@
 #include <qwt_plot_marker.h>
 #include <qwt_plot_shapeitem.h>
 #include <qwt_scale_draw.h>
+#include <qwt_scale_map.h>
+#include <qwt_scale_widget.h>
 #include <qwt_text.h>
 
-#include <set>
+#include <cmath>
 
 namespace Tessaly {
 namespace {
@@ -116,7 +121,7 @@ TEST_F(StatisticalEvalWindowTest, CategoriesComeAndGo) {
     EXPECT_EQ(panel(2).category().name, "Condition 3");
     click("addCategory"); // a number isn't given twice
     EXPECT_EQ(panel(6).category().name, "Condition 7");
-    QTest::keyClicks(panel(0).findChild<QLineEdit*>("categoryName"), "!");
+    typeName(0, "!");
     EXPECT_EQ(panel(0).category().name, "Baseline!");
 }
 
@@ -274,6 +279,35 @@ TEST_F(StatisticalEvalWindowTest, PlotsShowSamplesAndBrackets) {
     EXPECT_EQ(samples, (QStringList{"-0.08:10", "-0.04:11", "0:12", "0.92:20", "0.96:21", "1:22"}));
 }
 
+TEST_F(StatisticalEvalWindowTest, SamplesStandOverTheNamesOfTheirCategories) {
+    open();
+    fillTwo();
+    click("addCategory");
+    fill(2, "C", 5, 3);
+    selectFeatures({0, 1});
+    const auto check = [this](const char* when) {
+        QwtPlot& plot = *control<PlotStack>("groupPlots").plots().at(0);
+        const QwtScaleWidget& axis = *plot.axisWidget(QwtAxis::XBottom);
+        const QImage picture = plot.grab().toImage();
+        for (int category = 0; category < 3; ++category) {
+            // The middle sample is drawn without an offset.
+            const double value = std::vector{12.0, 22.0, 7.0}[static_cast<std::size_t>(category)];
+            const int x = axis.x() + static_cast<int>(std::lround(axis.scaleDraw()->scaleMap().transform(category)));
+            const int y =
+                plot.canvas()->y() + static_cast<int>(std::lround(plot.canvasMap(QwtAxis::YLeft).transform(value)));
+            const QColor wanted(panel(static_cast<std::size_t>(category)).category().color);
+            EXPECT_EQ(picture.pixelColor(x, y), wanted) << when << " " << category;
+        }
+    };
+    run("runAnalysis");
+    QTest::qWait(50); // the layout settles
+    check("first");
+    // An axis gets another extent while the canvas stays as large as it was.
+    QwtScaleWidget& axis = *control<PlotStack>("groupPlots").plots().at(0)->axisWidget(QwtAxis::XBottom);
+    axis.setGeometry(axis.geometry().adjusted(60, 0, -60, 0));
+    check("narrower");
+}
+
 TEST_F(StatisticalEvalWindowTest, MatchedSamplesAskWhenTheyAreFew) {
     open();
     fillTwo();
@@ -321,7 +355,10 @@ TEST_F(StatisticalEvalWindowTest, DatasetsWithoutValuesAreNamed) {
     showTab(2);
     run("runDistribution");
     EXPECT_TRUE(guidance().endsWith("\n\nNo values: A ID2"));
-    EXPECT_FALSE(control<QLabel>("guidance").visibleRegion().isEmpty()); // low as the dock is
+    const QScrollArea& settings = control<QScrollArea>("settingsScroll"); // low as the dock is, the end is in sight
+    EXPECT_GT(settings.verticalScrollBar()->maximum(), 0);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return settings.verticalScrollBar()->value() == settings.verticalScrollBar()->maximum(); }));
     selectFeatures({1});
     emptied.filter.clearRules();
     run("runDistribution");
@@ -331,7 +368,7 @@ TEST_F(StatisticalEvalWindowTest, DatasetsWithoutValuesAreNamed) {
 TEST_F(StatisticalEvalWindowTest, ControlsSayWhatTheyAreOf) {
     open();
     fillTwo(1);
-    QTest::keyClicks(panel(1).findChild<QLineEdit*>("categoryName"), " & <b>");
+    typeName(1, " & <b>");
     const std::pair<const char*, const char*> rows[] = {
         {"categoryColor", "Color of Condition 1 & <b>, #dc503c"},
         {"categoryList", "Datasets of Condition 1 & <b>"},
@@ -414,6 +451,26 @@ TEST_F(StatisticalEvalWindowTest, RocOfThreeCategories) {
     EXPECT_EQ(plotCount("rocPlots"), 3U);
     EXPECT_TRUE(
         control<PlotStack>("rocPlots").plots().at(2)->title().text().startsWith("Combined (LDA)\nWeights: Area"));
+}
+
+TEST_F(StatisticalEvalWindowTest, LabelOfTheBestPointStaysInThePlot) {
+    const struct {
+        double fpr;
+        double sensitivity;
+        Qt::Alignment side;
+    } rows[] = {
+        {0.0, 1.0, Qt::AlignRight | Qt::AlignBottom}, {0.25, 0.75, Qt::AlignRight | Qt::AlignTop},
+        {0.5, 0.5, Qt::AlignLeft | Qt::AlignTop},     {0.125, 0.375, Qt::AlignRight | Qt::AlignBottom},
+        {0.0, 0.0, Qt::AlignRight | Qt::AlignTop},
+    };
+    for (const auto& row : rows) {
+        RocResult roc = directedRoc(std::vector<double>{1, 2}, std::vector<double>{3, 4});
+        roc.specificity = 1.0 - row.fpr;
+        roc.sensitivity = row.sensitivity;
+        const std::unique_ptr<QwtPlot> plot(makeRocPlot(roc, "title"));
+        const auto* label = static_cast<const QwtPlotMarker*>(plot->itemList(QwtPlotItem::Rtti_PlotMarker).last());
+        EXPECT_EQ(label->labelAlignment(), row.side) << row.fpr << " " << row.sensitivity;
+    }
 }
 
 TEST_F(StatisticalEvalWindowTest, RocOfReplicates) {

@@ -50,7 +50,7 @@ TEST_F(StatisticsExportsTest, NothingToExport) {
 TEST_F(StatisticsExportsTest, Tables) {
     open();
     fillTwo();
-    QTest::keyClicks(panel(1).findChild<QLineEdit*>("categoryName"), ", \"b\"");
+    typeName(1, ", \"b\"");
     selectFeatures({0});
     run("runAnalysis");
     EXPECT_EQ(exportTo("exportTable", path("groups.csv")), QStringList("Export Table"));

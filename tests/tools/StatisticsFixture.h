@@ -146,6 +146,12 @@ protected:
     void click(const char* name) const {
         QTest::mouseClick(&control<QAbstractButton>(name), Qt::LeftButton, {}, {8, 8});
     }
+    /// Adds to the name of a category.
+    void typeName(std::size_t number, const QString& text) const {
+        auto* field = panel(number).findChild<QLineEdit*>("categoryName");
+        QTest::keyClick(field, Qt::Key_End);
+        QTest::keyClicks(field, text);
+    }
     void clickIn(std::size_t number, const char* name) const {
         QTest::mouseClick(panel(number).findChild<QPushButton*>(name), Qt::LeftButton);
     }

@@ -91,6 +91,13 @@ AnalysisSettings::AnalysisSettings(QWidget* parent) : QWidget(parent) {
     scroll_->setWidgetResizable(true);
     scroll_->setWidget(content);
     scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    QScrollBar* bar = scroll_->verticalScrollBar();
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int, int maximum) {
+        if (revealed_) {
+            bar->setValue(maximum);
+        }
+    });
+    connect(bar, &QScrollBar::actionTriggered, this, [this] { revealed_ = false; });
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(4);
@@ -344,13 +351,12 @@ void AnalysisSettings::setTestLabel(const QString& text) {
 
 void AnalysisSettings::setGuidance(const QString& text) {
     guidance_->setText(text);
+    revealed_ = false;
 }
 
 void AnalysisSettings::revealGuidance() {
-    // The label has its new height when the layout has caught up.
-    QMetaObject::invokeMethod(
-        this, [this] { scroll_->verticalScrollBar()->setValue(scroll_->verticalScrollBar()->maximum()); },
-        Qt::QueuedConnection);
+    revealed_ = true;
+    scroll_->verticalScrollBar()->setValue(scroll_->verticalScrollBar()->maximum());
 }
 
 void AnalysisSettings::showProgress(int done, int total) {

@@ -101,7 +101,8 @@ private:
     CompareTab tab_ = CompareTab::Tests;
     std::vector<ComparedFeature> listed_;
     QStringList wanted_;
-    bool listing_ = false; ///< the program changes the selection
+    bool revealed_ = false; ///< the end of the guidance stays in sight until the user scrolls
+    bool listing_ = false;  ///< the program changes the selection
 };
 
 } // namespace Tessaly

@@ -59,6 +59,7 @@ CategoryPanel::CategoryPanel(Session& session, const Category& category, QWidget
     layout->addWidget(list_);
     layout->addWidget(makeButtons());
     name_->setText(category.name);
+    name_->setCursorPosition(0); // a long one shows its beginning
     showColor();
     nameControls();
     rebuildList();
@@ -269,6 +270,7 @@ void CategoryPanel::showColor() {
 void CategoryPanel::nameControls() {
     const QString name = singleLine(name_->text());
     colorButton_->setAccessibleName(tr("Color of %1, %2").arg(name, color_.name()));
+    name_->setToolTip(plainToolTip(name));
     list_->setAccessibleName(tr("Datasets of %1").arg(name));
     addDatasets_->setAccessibleName(tr("Add datasets to %1").arg(name));
     clearAll_->setAccessibleName(tr("Remove all datasets from %1").arg(name));

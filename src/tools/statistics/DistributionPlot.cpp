@@ -9,6 +9,7 @@
 #include <qwt_plot.h>
 #include <qwt_plot_curve.h>
 #include <qwt_scale_draw.h>
+#include <qwt_scale_engine.h>
 #include <qwt_text.h>
 
 #include <algorithm>
@@ -85,7 +86,7 @@ void addCategories(QwtPlot& plot, const FeatureDistribution& distribution, const
             band->setZ(5.0); // beneath the means
         }
         QwtPlotCurve* curve =
-            addCurve(plot, categories[mean.category].name, pointsOf(distribution.grid, mean.curve.mean));
+            addCurve(plot, shortName(categories[mean.category].name), pointsOf(distribution.grid, mean.curve.mean));
         curve->setPen(color, 2.0, Qt::SolidLine);
         curve->setBrush(withAlpha(color, 30));
         curve->setBaseline(0.0);
@@ -108,6 +109,7 @@ QwtPlot* makeDistributionPlot(const FeatureDistribution& distribution, const std
     setAxisText(*plot, QwtAxis::XBottom, distribution.feature.label);
     setAxisText(*plot, QwtAxis::YLeft, Texts::tr("Density"));
     addGrid(*plot);
+    plot->axisScaleEngine(QwtAxis::YLeft)->setAttribute(QwtScaleEngine::IncludeReference); // 0
     if (mode == DistributionMode::PerDataset) {
         addDatasets(*plot, distribution, categories);
     } else {

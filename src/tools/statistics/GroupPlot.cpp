@@ -34,8 +34,7 @@ public:
     QwtText label(double value) const override {
         const int category = static_cast<int>(std::lround(value));
         const bool known = category >= 0 && category < names_.size() && std::fabs(value - category) < 1e-6;
-        // Not wider than the axis could ever show, or long names would take the room of the plot.
-        return QwtText(known ? names_[category].left(LongestLabel) : QString(), QwtText::PlainText);
+        return QwtText(known ? names_[category] : QString(), QwtText::PlainText);
     }
 
     /// Names reach below the line, numbers, which the base class measures for, don't.
@@ -58,7 +57,6 @@ protected:
     }
 
 private:
-    static constexpr int LongestLabel = 60;
     QStringList names_;
 };
 
@@ -67,7 +65,7 @@ void setUpAxes(QwtPlot& plot, const GroupComparison& comparison, const QString& 
     QList<double> ticks;
     for (const Category& category : comparison.categories) {
         ticks += static_cast<double>(names.size());
-        names += category.name;
+        names += shortName(category.name);
     }
     const double count = static_cast<double>(names.size());
     setUpAxisNumbers(plot);

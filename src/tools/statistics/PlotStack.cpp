@@ -15,6 +15,8 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 #include <qwt_plot.h>
+#include <qwt_plot_canvas.h>
+#include <qwt_scale_widget.h>
 
 #include <memory>
 #include <utility>
@@ -100,11 +102,26 @@ void PlotStack::setPlots(const std::vector<QwtPlot*>& plots) {
         plot->updateLayout();
         plot->setFocusPolicy(Qt::StrongFocus); // for the key that brings up the menu
         new FocusEdge(plot);
+        for (const int axis : {QwtAxis::XBottom, QwtAxis::YLeft}) {
+            plot->axisWidget(axis)->installEventFilter(this);
+        }
         plot->setContextMenuPolicy(Qt::CustomContextMenu);
         connect(plot, &QWidget::customContextMenuRequested, this,
                 [this, plot](const QPoint& position) { showMenu(*plot, position); });
     }
     hint_->setVisible(plots_.empty());
+}
+
+bool PlotStack::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Resize || event->type() == QEvent::Move) {
+        // An axis may get another extent while the canvas keeps its size, which it remembers its picture for.
+        auto* plot = qobject_cast<QwtPlot*>(watched->parent());
+        if (auto* canvas = plot ? qobject_cast<QwtPlotCanvas*>(plot->canvas()) : nullptr) {
+            canvas->invalidateBackingStore();
+            canvas->update();
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 bool PlotStack::write(const QString& fileName) const {

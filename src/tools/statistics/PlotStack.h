@@ -27,6 +27,9 @@ public:
     /// Writes all plots into one file, one below the other. Returns whether it was written.
     bool write(const QString& fileName) const;
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void showMenu(QwtPlot& plot, const QPoint& position);
     void copyPicture(QwtPlot& plot) const;

@@ -8,6 +8,8 @@ namespace Tessaly {
 
 namespace {
 
+constexpr qsizetype LongestName = 24;
+
 QwtText textOf(const QString& text, int points, bool bold) {
     // Not the plot's own font, which is another one before it is shown.
     QFont font = QApplication::font();
@@ -19,6 +21,10 @@ QwtText textOf(const QString& text, int points, bool bold) {
 }
 
 } // namespace
+
+QString shortName(const QString& name) {
+    return name.size() <= LongestName ? name : name.left(LongestName / 2) + u'…' + name.right(LongestName / 2 - 1);
+}
 
 void setPlotTitle(QwtPlot& plot, const QString& text) {
     plot.setTitle(textOf(text, 10, true));

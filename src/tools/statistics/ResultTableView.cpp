@@ -14,6 +14,7 @@ namespace Tessaly {
 namespace {
 
 constexpr int WidestColumn = 240; ///< at first; names may be long
+constexpr int WidestHeading = 200;
 
 } // namespace
 
@@ -21,7 +22,8 @@ ResultTableView::ResultTableView(QWidget* parent) : QTableWidget(parent) {
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setAlternatingRowColors(true);
-    horizontalHeader()->setTextElideMode(Qt::ElideMiddle);
+    setWordWrap(false);
+    setTextElideMode(Qt::ElideMiddle);
     verticalHeader()->hide();
     horizontalHeader()->setSectionsClickable(true);
     horizontalHeader()->setStretchLastSection(true);
@@ -33,15 +35,18 @@ void ResultTableView::setTable(const ResultTable& table) {
     sortColumn_ = -1;
     setColumnCount(static_cast<int>(table_.headings.size()));
     QStringList headings;
+    const QFontMetrics metrics(horizontalHeader()->font());
     for (const QString& heading : table_.headings) {
-        headings += singleLine(heading);
+        // The header itself would cut a long one at both ends.
+        headings += metrics.elidedText(singleLine(heading), Qt::ElideMiddle, WidestHeading);
     }
     setHorizontalHeaderLabels(headings);
     showRows();
-    resizeColumnsToContents();
     for (int column = 0; column < columnCount(); ++column) {
         horizontalHeaderItem(column)->setToolTip(plainToolTip(table_.headings[column]));
-        setColumnWidth(column, std::min(columnWidth(column), WidestColumn));
+        // The last one, which takes what is left over, would be too narrow when it is sized to its contents.
+        const int needed = std::max(sizeHintForColumn(column), horizontalHeader()->sectionSizeHint(column));
+        setColumnWidth(column, std::min(needed + 1, WidestColumn));
     }
 }
 

@@ -21,6 +21,7 @@ struct Texts {
 
 const QColor curveColor(70, 130, 180);
 const QColor darkRed(139, 0, 0);
+constexpr double LabelRoom = 0.2; ///< of the axis: two lines of text in the smallest plot
 
 QwtPlotCurve* addCurve(QwtPlot& plot, const QVector<QPointF>& points, const QPen& pen, double z) {
     auto* curve = new QwtPlotCurve;
@@ -49,6 +50,13 @@ void addLabel(QwtPlot& plot, const QPointF& place, const QString& text, int poin
     marker->attach(&plot);
 }
 
+/// The side of the best point that its label stands on: away from the edges at left and right; above a point in the
+/// upper half and below one in the lower half, unless that would be outside of the plot.
+Qt::Alignment labelSide(const QPointF& place) {
+    const bool above = place.y() >= 0.5 ? place.y() <= 1.0 - LabelRoom : place.y() < LabelRoom;
+    return (place.x() < 0.5 ? Qt::AlignRight : Qt::AlignLeft) | (above ? Qt::AlignTop : Qt::AlignBottom);
+}
+
 void addOptimum(QwtPlot& plot, const RocResult& roc) {
     const QPointF place(1.0 - roc.specificity, roc.sensitivity);
     QwtPlotCurve* point = addCurve(plot, {place}, QPen(Qt::NoPen), 20.0);
@@ -58,9 +66,7 @@ void addOptimum(QwtPlot& plot, const RocResult& roc) {
                              .arg(roc.higherIsPositive ? QStringLiteral(">") : QStringLiteral("<"),
                                   QString::number(roc.optimalThreshold, 'g', 4),
                                   QString::number(roc.sensitivity, 'f', 3), QString::number(roc.specificity, 'f', 3));
-    addLabel(plot, place, text, 8, darkRed,
-             (place.x() < 0.5 ? Qt::AlignRight : Qt::AlignLeft) |
-                 (roc.sensitivity >= 0.5 ? Qt::AlignTop : Qt::AlignBottom));
+    addLabel(plot, place, text, 8, darkRed, labelSide(place));
 }
 
 void addArea(QwtPlot& plot, const RocResult& roc) {
