@@ -8,6 +8,7 @@
 #include "ui/MainWindow.h"
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
@@ -136,6 +137,14 @@ void rename(Tour& tour, std::size_t number, const QString& name) {
     Tour::settle();
 }
 
+void typeLevel(Tour& tour, const char* level) {
+    auto* alpha = control<QWidget>(tour, "alpha");
+    alpha->setFocus();
+    QTest::keySequence(alpha, QKeySequence::SelectAll);
+    QTest::keyClicks(alpha, QLatin1String(level));
+    QTest::keyClick(alpha, Qt::Key_Return);
+}
+
 void load(Tour& tour) {
     const std::size_t before = tour.window().datasets().size();
     tour.dropOnWindow(tour.dataFolder() + QStringLiteral("-statistics"));
@@ -147,9 +156,35 @@ void load(Tour& tour) {
         "The set for statistics is loaded.", 120000);
 }
 
+/// Every tab says what it lacks; a category alone is told before all else.
+void refuse(Tour& tour) {
+    const struct {
+        int tab;
+        const char* button;
+        const char* title;
+        const char* picture;
+    } rows[] = {{2, "runDistribution", "Distribution Explorer", "statistics-no-distribution"},
+                {1, "runRoc", "ROC Analysis", "statistics-no-roc"}};
+    for (const auto& row : rows) {
+        showTab(tour, row.tab);
+        tour.expectBox([&] { tour.click(control<QPushButton>(tour, row.button)); }, row.title,
+                       "Select at least one feature.", row.picture, QMessageBox::Ok);
+    }
+    tour.click(panel(tour, 1)->findChild<QPushButton*>("deleteCategory"));
+    tour.expectBox([&] { tour.click(control<QPushButton>(tour, "runRoc")); }, "ROC Analysis",
+                   "Need at least 2 categories.", "statistics-roc-one", QMessageBox::Ok);
+    showTab(tour, 0);
+    tour.expectBox([&] { tour.click(control<QPushButton>(tour, "runAnalysis")); }, "Analysis",
+                   "Need at least 2 categories.", "statistics-one", QMessageBox::Ok);
+    tick(tour, "addCategory");
+    tour.expectBox([&] { control<QAction>(tour, "exportTable")->trigger(); }, "Export",
+                   "No results to export. Run analysis first.", "statistics-no-results", QMessageBox::Ok);
+}
+
 void open(Tour& tour) {
     tour.clickMenuEntry(tour.openMenu("Tool Windows"), "New Statistical Evaluation...");
     tour.pictureOf(statistics(tour), "statistics-empty");
+    refuse(tour);
     tour.expectBox([&] { tour.click(control<QPushButton>(tour, "runAnalysis")); }, "Analysis",
                    "Category \"Baseline\" has fewer than 3 datasets. Minimum is 3.", "statistics-too-few",
                    QMessageBox::Ok);
@@ -174,6 +209,11 @@ void compareReplicates(Tour& tour) {
     tour.expectBox([&] { tour.click(control<QPushButton>(tour, "runAnalysis")); }, "Analysis",
                    "Replicates are enabled but not all datasets have IDs assigned.", "statistics-no-ids",
                    QMessageBox::Ok);
+    showTab(tour, 1);
+    tour.expectBox([&] { tour.click(control<QPushButton>(tour, "runRoc")); }, "ROC Analysis",
+                   "Replicates are enabled but some datasets have no ID assigned.", "statistics-roc-no-ids",
+                   QMessageBox::Ok);
+    showTab(tour, 0);
     tick(tour, "detectIds");
     run(tour, "runAnalysis");
     tour.pictureOf(statistics(tour), "statistics-replicates");
@@ -198,16 +238,10 @@ void compareThree(Tour& tour) {
     tour.expectBox([&] { tour.click(control<QPushButton>(tour, "runAnalysis")); }, "Analysis",
                    "Pairing is enabled but IDs are not valid.", "statistics-unmatched", QMessageBox::Ok);
     tick(tour, "detectIds");
-    auto* alpha = control<QWidget>(tour, "alpha");
-    alpha->setFocus();
-    QTest::keySequence(alpha, QKeySequence::SelectAll);
-    QTest::keyClicks(alpha, "0.010");
-    QTest::keyClick(alpha, Qt::Key_Return);
+    typeLevel(tour, "0.010");
     tour.expectBox([&] { tour.click(control<QPushButton>(tour, "runAnalysis")); }, "Analysis",
                    "With 8 matched observations", "statistics-power", QMessageBox::No);
-    QTest::keySequence(alpha, QKeySequence::SelectAll);
-    QTest::keyClicks(alpha, "0.100");
-    QTest::keyClick(alpha, Qt::Key_Return);
+    typeLevel(tour, "0.100");
     run(tour, "runAnalysis");
     Tour::expect(control<QTableWidget>(tour, "groupTable")->rowCount() == 8, "Every pair has its row.");
     tour.pictureOf(statistics(tour), "statistics-three-bonferroni");

@@ -1,6 +1,5 @@
-#include "plot/AxisScaleDraw.h"
 #include "plot/PlotItems.h"
-#include "tools/statistics/PlotTexts.h"
+#include "tools/statistics/PlotParts.h"
 #include "tools/statistics/StatisticsPlots.h"
 
 #include <QCoreApplication>
@@ -23,23 +22,13 @@ struct Texts {
     Q_DECLARE_TR_FUNCTIONS(Tessaly::DistributionPlot)
 };
 
+constexpr double BandHeight = 5.0; // beneath the means
+constexpr double MeanHeight = 10.0;
+constexpr double CurveHeight = 20.0; // as the toolkit gives curves
+
 QColor withAlpha(QColor color, int alpha) {
     color.setAlpha(alpha);
     return color;
-}
-
-QColor colorOf(const std::vector<Category>& categories, std::size_t category) {
-    const QColor saved(categories[category].color);
-    return saved.isValid() ? saved : QColor(categoryColor(category));
-}
-
-QwtPlotCurve* addCurve(QwtPlot& plot, const QString& name, const QVector<QPointF>& points) {
-    auto* curve = new QwtPlotCurve(QwtText(name, QwtText::PlainText));
-    curve->setSamples(points);
-    curve->setStyle(QwtPlotCurve::Lines);
-    curve->setRenderHint(QwtPlotItem::RenderAntialiased);
-    curve->attach(&plot);
-    return curve;
 }
 
 QVector<QPointF> pointsOf(const CurveGrid& grid, const std::vector<double>& density) {
@@ -53,11 +42,11 @@ QVector<QPointF> pointsOf(const CurveGrid& grid, const std::vector<double>& dens
 void addDatasets(QwtPlot& plot, const FeatureDistribution& distribution, const std::vector<Category>& categories) {
     for (const DistributionSeries& series : distribution.series) {
         const QColor color = colorOf(categories, series.category);
-        QwtPlotCurve* curve = addCurve(plot, series.name, pointsOf(distribution.grid, series.density));
-        curve->setPen(withAlpha(color, 180), 1.5, Qt::SolidLine);
+        QwtPlotCurve* curve = addCurve(plot, pointsOf(distribution.grid, series.density),
+                                       plotPen(withAlpha(color, 180), 1.5), CurveHeight);
+        curve->setTitle(QwtText(series.name, QwtText::PlainText));
         curve->setBrush(withAlpha(color, 25));
         curve->setBaseline(0.0);
-        curve->setItemAttribute(QwtPlotItem::Legend, false);
     }
 }
 
@@ -77,21 +66,18 @@ void addCategories(QwtPlot& plot, const FeatureDistribution& distribution, const
     for (const CategoryDistribution& mean : categoryMeans(distribution)) {
         const QColor color = colorOf(categories, mean.category);
         if (!mean.curve.sd.empty()) {
-            QwtPlotCurve* band = addCurve(plot, QString(), bandOf(distribution.grid, mean.curve));
-            band->setPen(QPen(Qt::NoPen));
+            QwtPlotCurve* band = addCurve(plot, bandOf(distribution.grid, mean.curve), QPen(Qt::NoPen), BandHeight);
             band->setBrush(withAlpha(color, 40));
             // The polygon closes itself; a baseline far away would add to it.
             band->setBaseline(0.0);
-            band->setItemAttribute(QwtPlotItem::Legend, false);
-            band->setZ(5.0); // beneath the means
         }
         QwtPlotCurve* curve =
-            addCurve(plot, shortName(categories[mean.category].name), pointsOf(distribution.grid, mean.curve.mean));
-        curve->setPen(color, 2.0, Qt::SolidLine);
+            addCurve(plot, pointsOf(distribution.grid, mean.curve.mean), plotPen(color, 2.0), MeanHeight);
+        curve->setTitle(QwtText(shortName(categories[mean.category].name), QwtText::PlainText));
+        curve->setItemAttribute(QwtPlotItem::Legend, true);
         curve->setBrush(withAlpha(color, 30));
         curve->setBaseline(0.0);
         curve->setLegendAttribute(QwtPlotCurve::LegendShowLine, true);
-        curve->setZ(10.0);
     }
 }
 
@@ -100,15 +86,11 @@ void addCategories(QwtPlot& plot, const FeatureDistribution& distribution, const
 QwtPlot* makeDistributionPlot(const FeatureDistribution& distribution, const std::vector<Category>& categories,
                               DistributionMode mode) {
     auto* plot = new QwtPlot;
-    plot->setObjectName(QStringLiteral("distributionPlot"));
-    plot->setAccessibleName(distribution.feature.label);
+    setUpPlot(*plot, "distributionPlot", distribution.feature.label);
     plot->setMinimumSize(400, 280);
-    plot->setCanvasBackground(Qt::white);
-    setUpAxisNumbers(*plot);
     setPlotTitle(*plot, distribution.feature.label);
     setAxisText(*plot, QwtAxis::XBottom, distribution.feature.label);
     setAxisText(*plot, QwtAxis::YLeft, Texts::tr("Density"));
-    addGrid(*plot);
     plot->axisScaleEngine(QwtAxis::YLeft)->setAttribute(QwtScaleEngine::IncludeReference); // 0
     if (mode == DistributionMode::PerDataset) {
         addDatasets(*plot, distribution, categories);

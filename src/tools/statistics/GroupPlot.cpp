@@ -1,8 +1,7 @@
-#include "plot/AxisScaleDraw.h"
 #include "plot/PlotItems.h"
 #include "stats/SampleSummary.h"
+#include "tools/statistics/PlotParts.h"
 #include "tools/statistics/PlotPointTooltip.h"
-#include "tools/statistics/PlotTexts.h"
 #include "tools/statistics/StatisticsPlots.h"
 
 #include <QPainter>
@@ -11,6 +10,7 @@
 #include <qwt_plot_marker.h>
 #include <qwt_plot_shapeitem.h>
 #include <qwt_scale_div.h>
+#include <qwt_scale_draw.h>
 #include <qwt_scale_map.h>
 #include <qwt_symbol.h>
 #include <qwt_text.h>
@@ -68,21 +68,9 @@ void setUpAxes(QwtPlot& plot, const GroupComparison& comparison, const QString& 
         names += shortName(category.name);
     }
     const double count = static_cast<double>(names.size());
-    setUpAxisNumbers(plot);
     plot.setAxisScaleDraw(QwtAxis::XBottom, new CategoryScaleDraw(names));
     plot.setAxisScaleDiv(QwtAxis::XBottom, QwtScaleDiv(-0.5, count - 0.5, {}, {}, ticks));
     setAxisText(plot, QwtAxis::YLeft, label);
-}
-
-QwtPlotCurve* addLine(QwtPlot& plot, const QVector<QPointF>& points, const QPen& pen, double z) {
-    auto* line = new QwtPlotCurve;
-    line->setSamples(points);
-    line->setPen(pen);
-    line->setRenderHint(QwtPlotItem::RenderAntialiased);
-    line->setItemAttribute(QwtPlotItem::Legend, false);
-    line->setZ(z);
-    line->attach(&plot);
-    return line;
 }
 
 /// Draws mean and deviation; returns their upper end.
@@ -98,7 +86,7 @@ double addBox(QwtPlot& plot, double x, const std::vector<double>& values, const 
     box->setItemAttribute(QwtPlotItem::AutoScale, true);
     box->setZ(10.0);
     box->attach(&plot);
-    addLine(plot, {{x - HalfBox, moments.mean}, {x + HalfBox, moments.mean}}, plotPen(color, 2.0), 11.0);
+    addCurve(plot, {{x - HalfBox, moments.mean}, {x + HalfBox, moments.mean}}, plotPen(color, 2.0), 11.0);
     return moments.mean + moments.sd;
 }
 
@@ -116,7 +104,7 @@ void addSamples(QwtPlot& plot, PlotPointTooltip& names, std::size_t category, co
                   QStringLiteral("%1\n(%2)")
                       .arg(samples.names.value(static_cast<int>(i)), QString::number(samples.values[i], 'g', 4)));
     }
-    QwtPlotCurve* dots = addLine(plot, points, QPen(Qt::NoPen), 20.0);
+    QwtPlotCurve* dots = addCurve(plot, points, QPen(Qt::NoPen), 20.0);
     dots->setStyle(QwtPlotCurve::NoCurve);
     dots->setSymbol(new QwtSymbol(QwtSymbol::Ellipse, color, QPen(color.darker(130), 1.0), QSize(8, 8)));
 }
@@ -127,7 +115,7 @@ void addConnections(QwtPlot& plot, const std::vector<CategorySamples>& samples) 
         for (std::size_t category = 0; category < samples.size(); ++category) {
             points += samplePoint(category, id, samples[category].values[id]);
         }
-        addLine(plot, points, plotPen(QColor(150, 150, 150), 1.0), 5.0);
+        addCurve(plot, points, plotPen(QColor(150, 150, 150), 1.0), 5.0);
     }
 }
 
@@ -142,7 +130,7 @@ void addBrackets(QwtPlot& plot, const FeatureComparison& feature, double top) {
     for (const Bracket& bracket : brackets) {
         const double left = bracket.first;
         const double right = bracket.second;
-        addLine(plot, {{left, bracket.height}, {right, bracket.height}}, plotPen(Qt::black, 1.0), 25.0);
+        addCurve(plot, {{left, bracket.height}, {right, bracket.height}}, plotPen(Qt::black, 1.0), 25.0);
         auto* stars = new QwtPlotMarker;
         QwtText text(bracket.stars, QwtText::PlainText);
         text.setColor(Qt::black);
@@ -167,11 +155,8 @@ void addBrackets(QwtPlot& plot, const FeatureComparison& feature, double top) {
 
 QwtPlot* makeGroupPlot(const GroupComparison& comparison, const FeatureComparison& feature) {
     auto* plot = new QwtPlot;
-    plot->setObjectName(QStringLiteral("groupPlot"));
-    plot->setAccessibleName(feature.feature.label);
+    setUpPlot(*plot, "groupPlot", feature.feature.label);
     plot->setMinimumHeight(280);
-    plot->setCanvasBackground(Qt::white);
-    addGrid(*plot);
     setUpAxes(*plot, comparison, feature.feature.label);
     auto* names = new PlotPointTooltip(*plot);
     bool any = false;
@@ -181,8 +166,7 @@ QwtPlot* makeGroupPlot(const GroupComparison& comparison, const FeatureCompariso
         if (values.empty()) {
             continue;
         }
-        const QColor saved(comparison.categories[i].color);
-        const QColor color = saved.isValid() ? saved : QColor(categoryColor(i));
+        const QColor color = colorOf(comparison.categories, i);
         const double end = std::max(addBox(*plot, static_cast<double>(i), values, color), std::ranges::max(values));
         top = any ? std::max(top, end) : end;
         any = true;

@@ -1,7 +1,6 @@
-#include "plot/AxisScaleDraw.h"
 #include "plot/PlotItems.h"
+#include "tools/statistics/PlotParts.h"
 #include "tools/statistics/PlotPointTooltip.h"
-#include "tools/statistics/PlotTexts.h"
 #include "tools/statistics/StatisticsPlots.h"
 
 #include <QCoreApplication>
@@ -22,17 +21,6 @@ struct Texts {
 const QColor curveColor(70, 130, 180);
 const QColor darkRed(139, 0, 0);
 constexpr double LabelRoom = 0.2; ///< of the axis: two lines of text in the smallest plot
-
-QwtPlotCurve* addCurve(QwtPlot& plot, const QVector<QPointF>& points, const QPen& pen, double z) {
-    auto* curve = new QwtPlotCurve;
-    curve->setSamples(points);
-    curve->setPen(pen);
-    curve->setRenderHint(QwtPlotItem::RenderAntialiased);
-    curve->setItemAttribute(QwtPlotItem::Legend, false);
-    curve->setZ(z);
-    curve->attach(&plot);
-    return curve;
-}
 
 void addLabel(QwtPlot& plot, const QPointF& place, const QString& text, int points, const QColor& color,
               Qt::Alignment alignment) {
@@ -90,17 +78,13 @@ QString combinedTitle(const LdaResult& combined) {
 
 QwtPlot* makeRocPlot(const RocResult& roc, const QString& title) {
     auto* plot = new QwtPlot;
-    plot->setObjectName(QStringLiteral("rocPlot"));
-    plot->setAccessibleName(title);
+    setUpPlot(*plot, "rocPlot", title);
     plot->setMinimumSize(320, 320);
-    plot->setCanvasBackground(Qt::white);
-    setUpAxisNumbers(*plot);
     setPlotTitle(*plot, title);
     plot->setAxisScale(QwtAxis::XBottom, 0.0, 1.0);
     plot->setAxisScale(QwtAxis::YLeft, 0.0, 1.0);
     setAxisText(*plot, QwtAxis::XBottom, Texts::tr("False Positive Rate (1 - Specificity)"));
     setAxisText(*plot, QwtAxis::YLeft, Texts::tr("True Positive Rate (Sensitivity)"));
-    addGrid(*plot);
     addCurve(*plot, {{0.0, 0.0}, {1.0, 1.0}}, plotPen(Qt::gray, 1.0, Qt::DashLine), 1.0);
 
     QVector<QPointF> points;

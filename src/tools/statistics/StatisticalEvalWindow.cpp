@@ -46,6 +46,15 @@ QWidget* tabOf(QWidget* table, QWidget* plots) {
     return tab;
 }
 
+ResultTableView* makeTable(const char* name, const QString& accessibleName, const QString& hint) {
+    auto* table = new ResultTableView;
+    table->setObjectName(QLatin1String(name));
+    table->setAccessibleName(accessibleName);
+    table->setMaximumHeight(HighestTable);
+    new EmptyHint(hint, table);
+    return table;
+}
+
 QDockWidget* makeDock(const char* name, const QString& title, QWidget* content) {
     auto* dock = new QDockWidget(title);
     dock->setObjectName(QLatin1String(name));
@@ -58,7 +67,7 @@ QDockWidget* makeDock(const char* name, const QString& title, QWidget* content) 
 } // namespace
 
 StatisticalEvalWindow::StatisticalEvalWindow(Session& session, const SessionHost& /*host*/) : session_(session) {
-    setObjectName(QStringLiteral("statisticalWindow"));
+    setObjectName(QStringLiteral("statisticalEvalWindow"));
     setWindowTitle(tr("Statistical Evaluation"));
     resize(1000, 700);
     makeTabs();
@@ -79,19 +88,12 @@ void StatisticalEvalWindow::makeTabs() {
     tabs_ = new QTabWidget;
     tabs_->setObjectName(QStringLiteral("statisticsTabs"));
     tabs_->setAccessibleName(tr("Analyses"));
-    groupTable_ = new ResultTableView;
-    groupTable_->setObjectName(QStringLiteral("groupTable"));
-    groupTable_->setAccessibleName(tr("Results of the tests"));
-    groupTable_->setMaximumHeight(HighestTable);
-    new EmptyHint(tr("The results of the tests will stand here."), groupTable_);
+    groupTable_ = makeTable("groupTable", tr("Results of the tests"), tr("The results of the tests will stand here."));
     groupPlots_ =
         new PlotStack(tr("Add datasets to the categories, select features and press \"Run Analysis\"."), GroupPlotSize);
     groupPlots_->setObjectName(QStringLiteral("groupPlots"));
-    rocTable_ = new ResultTableView;
-    rocTable_->setObjectName(QStringLiteral("rocTable"));
-    rocTable_->setAccessibleName(tr("Results of the ROC analysis"));
-    rocTable_->setMaximumHeight(HighestTable);
-    new EmptyHint(tr("The results of the ROC analysis will stand here."), rocTable_);
+    rocTable_ = makeTable("rocTable", tr("Results of the ROC analysis"),
+                          tr("The results of the ROC analysis will stand here."));
     rocPlots_ = new PlotStack(tr("Add datasets to the categories, select features and press \"Run ROC Analysis\"."),
                               RocPlotSize);
     rocPlots_->setObjectName(QStringLiteral("rocPlots"));

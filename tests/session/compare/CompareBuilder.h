@@ -2,6 +2,7 @@
 
 #include "session/compare/CompareSettings.h"
 #include "session/compare/DatasetValue.h"
+#include "session/compare/ResultTable.h"
 
 #include <initializer_list>
 #include <vector>
@@ -76,6 +77,15 @@ inline std::vector<Ids> plainIds(int count) {
         ids.push_back({i});
     }
     return ids;
+}
+
+/// A table line by line, headings first.
+inline QStringList rowTexts(const ResultTable& table) {
+    QStringList texts{table.headings.join(u'|')};
+    for (const ResultRow& row : table.rows) {
+        texts += row.cells.join(u'|');
+    }
+    return texts;
 }
 
 } // namespace Tessaly

@@ -18,14 +18,6 @@ GroupComparison compared(const CompareBuilder& builder) {
     return compareGroups(builder.comparison, builder.values);
 }
 
-QStringList rowTexts(const ResultTable& table) {
-    QStringList texts{table.headings.join(u'|')};
-    for (const ResultRow& row : table.rows) {
-        texts += row.cells.join(u'|');
-    }
-    return texts;
-}
-
 TEST(GroupComparison, Refusals) {
     const std::vector<double> three{1, 2, 3};
     const struct {

@@ -9,14 +9,6 @@ namespace {
 
 constexpr const char* tooFew = "Each category needs at least 3 samples for ROC analysis. ";
 
-QStringList rowTexts(const ResultTable& table) {
-    QStringList texts{table.headings.join(u'|')};
-    for (const ResultRow& row : table.rows) {
-        texts += row.cells.join(u'|');
-    }
-    return texts;
-}
-
 TEST(RocComparison, Refusals) {
     const std::vector<double> three{1, 2, 3};
     EXPECT_EQ(rocRefusal(CompareBuilder().add("A", three).comparison)->text, "Need at least 2 categories.");
