@@ -339,6 +339,10 @@ TEST_F(CombinePlotTest, RowsMoveByMouseAndKeys) {
     QTest::keyClick(row(0)->handle(), Qt::Key_Up, Qt::AltModifier);
     finish();
     EXPECT_EQ(order(), (std::vector<int>{a, c, b}));
+    QTest::keyClick(row(2)->handle(), Qt::Key_Down, Qt::AltModifier); // the last one
+    finish();
+    EXPECT_EQ(order(), (std::vector<int>{a, c, b}));
+    EXPECT_EQ(window->focusWidget(), row(2)->handle());
     // A row of another window isn't taken, nor one whose rows were made anew meanwhile.
     CombinePlotWindow other(session(), host);
     other.addDataset(b);

@@ -32,7 +32,6 @@ void AspectRatioLabel::paintEvent(QPaintEvent* /*event*/) {
     const double width = qMin(room.width(), room.height() * aspectRatio_);
     const QSize shown(qRound(width), qRound(width / aspectRatio_));
     QPainter painter(this);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
     const QRect place = QStyle::alignedRect(layoutDirection(), Qt::AlignCenter, shown, contentsRect());
     const QSize pixels = shown * devicePixelRatioF();
     painter.drawPixmap(place, picture.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
