@@ -8,6 +8,7 @@
 #include <QDockWidget>
 #include <QDoubleSpinBox>
 #include <QHeaderView>
+#include <QJsonArray>
 #include <QMenu>
 #include <QMenuBar>
 #include <QProgressBar>

@@ -60,7 +60,7 @@ private:
         } else {
             dialog->reject();
         }
-        QTimer::singleShot(0, [this] { last_ = nullptr; });
+        QTimer::singleShot(0, &timer_, [this] { last_ = nullptr; });
     }
 
     std::vector<Answer> answers_;
