@@ -96,12 +96,16 @@ void HelpBrowser::fitPictures() {
         QTextImageFormat format = cursor.charFormat().toImageFormat();
         const QUrl url = source().resolved(QUrl(format.name()));
         QImage picture = QImage::fromData(engine_->fileData(url));
-        if (picture.width() > width) {
-            picture = picture.scaledToWidth(width, Qt::SmoothTransformation);
+        const QSize size = picture.width() > width ? picture.size().scaled(width, picture.height(), Qt::KeepAspectRatio)
+                                                   : picture.size();
+        // As many dots as the screen has for that room.
+        const int dots = qRound(width * devicePixelRatioF());
+        if (picture.width() > dots) {
+            picture = picture.scaledToWidth(dots, Qt::SmoothTransformation);
         }
         document()->addResource(QTextDocument::ImageResource, url, picture);
-        format.setWidth(picture.width());
-        format.setHeight(picture.height());
+        format.setWidth(size.width());
+        format.setHeight(size.height());
         cursor.setCharFormat(format);
     }
 }
