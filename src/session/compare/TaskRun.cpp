@@ -3,6 +3,7 @@
 #include <QDebug>
 #include <QMetaObject>
 #include <QThread>
+#include <QtConcurrentRun>
 
 #include <algorithm>
 #include <exception>
@@ -92,11 +93,12 @@ void TaskRun::startPhase() {
     }
     run->pending = run->phases[run->phase].size();
     for (const Task& task : run->phases[run->phase]) {
-        pool_.start([this, run, task, stop = run->stop.get_token()] {
+        // The future isn't needed: tasks report by themselves.
+        static_cast<void>(QtConcurrent::run(&pool_, [this, run, task, stop = run->stop.get_token()] {
             runGuarded(task, stop);
             QMetaObject::invokeMethod(
                 this, [this, run] { onTaskFinished(run); }, Qt::QueuedConnection);
-        });
+        }));
     }
 }
 
