@@ -157,7 +157,7 @@ TEST(CompareState, RoundTripAndDefaults) {
     state.categories[0].entries[1].numberId = 4;
     state.categories[0].entries[1].bioRepId = 5;
     state.categories[0].entries[1].techRepId = 6;
-    state.categories[1].color = "#a0b0c0";
+    state.categories[1].color = "#A0b9f0";
     state.selectedFeatures = QStringList{"deform", "lost"};
     state.settings = {SampleSummary::Iqr, CompareDesign::Matched, true, true, 0.01, Correction::Holm};
     state.nextCategoryIndex = 7;

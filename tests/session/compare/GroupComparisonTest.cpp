@@ -82,6 +82,11 @@ TEST(GroupComparison, PowerQuestion) {
     EXPECT_FALSE(matched(6, 1, 2, Correction::Bonferroni));
     EXPECT_FALSE(matched(10, 3, 3, Correction::Bonferroni)); // 0.05 / 9 is above 0.00506
     EXPECT_TRUE(matched(10, 4, 3, Correction::Bonferroni));
+    // A level that the best p-value just reaches is no reason to ask.
+    CompareBuilder reached;
+    reached.matched().add("A", {1, 2, 3}, plainIds(3)).add("B", {1, 2, 3}, plainIds(3));
+    reached.comparison.settings.alpha = smallestMatchedPValue(3);
+    EXPECT_FALSE(powerQuestion(reached.comparison));
     EXPECT_FALSE(powerQuestion(CompareBuilder().add("A", {1}, {{1}}).add("B", {1}, {{1}}).comparison));
 }
 

@@ -110,6 +110,9 @@ TEST(Guidance, PowerNote) {
     EXPECT_EQ(note(10, 0.05), "With 10 matched observations, the minimum achievable p-value (Wilcoxon) is ≈0.00506.");
     EXPECT_TRUE(note(10, 0.005).endsWith("This exceeds α=0.005 — significance cannot be reached regardless of effect "
                                          "size. More matched observations are needed."));
+    // One pair: z = 0.5 / sqrt(6 / 24) = 1, p = 0.3173 (SciPy).
+    EXPECT_TRUE(
+        note(1, 0.5).startsWith("With 1 matched observations, the minimum achievable p-value (Wilcoxon) is ≈0.317."));
     EXPECT_EQ(note(11, 0.001), "");
     EXPECT_EQ(note(0, 0.05), "");
 }
