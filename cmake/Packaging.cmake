@@ -26,14 +26,20 @@ if(TARGET licenses)
 endif()
 
 set(program_dir lib/tessaly)
-install(TARGETS tessaly tessaly_probe RUNTIME DESTINATION ${program_dir}/bin)
+install(TARGETS tessaly tessaly_batch_program tessaly_probe RUNTIME DESTINATION ${program_dir}/bin)
 install(FILES "${CMAKE_SOURCE_DIR}/data/LUT_LE_2D_FEM.txt" "${CMAKE_BINARY_DIR}/data/tessaly.qch"
     DESTINATION ${program_dir}/data)
 install(DIRECTORY "${licenses_dir}" DESTINATION ${program_dir}/share/tessaly OPTIONAL)
 install(CODE "
     file(MAKE_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")
-    file(CREATE_LINK ../lib/tessaly/bin/tessaly \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin/tessaly\" SYMBOLIC)
+    foreach(program tessaly tessaly_batch)
+        file(CREATE_LINK ../lib/tessaly/bin/\${program}
+            \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin/\${program}\" SYMBOLIC)
+    endforeach()
 ")
+
+# For many files on one machine or a cluster.
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/workflow" DESTINATION ${CMAKE_INSTALL_DATADIR}/tessaly USE_SOURCE_PERMISSIONS)
 
 # Entries for the desktop.
 set(TESSALY_APP_ID org.tessaly.Tessaly)
@@ -64,6 +70,7 @@ if(GZIP_PROGRAM)
         install(FILES "${packed}" DESTINATION ${destination})
     endfunction()
     tessaly_compressed("${packaging_dir}/tessaly.1" tessaly.1.gz ${CMAKE_INSTALL_MANDIR}/man1)
+    tessaly_compressed("${packaging_dir}/tessaly_batch.1" tessaly_batch.1.gz ${CMAKE_INSTALL_MANDIR}/man1)
     tessaly_compressed("${packaging_dir}/changelog" changelog.gz ${CMAKE_INSTALL_DATADIR}/doc/tessaly)
 endif()
 install(FILES "${packaging_dir}/copyright" DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tessaly)

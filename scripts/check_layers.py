@@ -17,13 +17,15 @@ ALLOWED = {
     "probe": {"core", "io"},
     "calc": {"core", "stats", "io"},
     "session": {"core", "stats", "io", "calc"},
+    # The program without a window; the window writes plans for it.
+    "batch": {"core", "stats", "io", "calc", "session"},
     "widgets": {"core", "stats", "io", "calc", "session"},
     # Drawing and the services around the program do not know each other.
     "plot": {"core", "stats", "io", "calc", "session", "widgets"},
     "services": {"core", "stats", "io", "calc", "session", "widgets"},
     "tools": {"core", "stats", "io", "calc", "session", "widgets", "plot", "services"},
-    "ui": {"core", "stats", "io", "calc", "session", "widgets", "plot", "services", "tools"},
-    "app": {"core", "stats", "io", "calc", "session", "widgets", "plot", "services", "tools", "ui"},
+    "ui": {"core", "stats", "io", "calc", "session", "widgets", "plot", "services", "tools", "batch"},
+    "app": {"core", "stats", "io", "calc", "session", "widgets", "plot", "services", "tools", "batch", "ui"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)')
 # Libraries that stay behind our own headers.

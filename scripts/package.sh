@@ -44,7 +44,9 @@ check_desktop_files() {
     cp "$files/tessaly-mime.xml" "$SCRATCH/mime/packages/"
     update-mime-database "$SCRATCH/mime" || fail "the MIME type isn't valid"
     grep -q 'application/x-vqd:\*\.vqd' "$SCRATCH/mime/globs" || fail "the MIME type doesn't know .vqd"
-    found="$(mandoc -T lint -W warning "$files/tessaly.1")" || fail "the manual page isn't clean: $found"
+    for page in tessaly.1 tessaly_batch.1; do
+        found="$(mandoc -T lint -W warning "$files/$page")" || fail "the manual page isn't clean: $found"
+    done
 }
 
 check_package() {
@@ -71,7 +73,7 @@ check_moved_tree() {
     mv "$SCRATCH/first/usr" "$SCRATCH/another place"
     run_program "$SCRATCH/another place/bin/tessaly"
     local file
-    for file in data/tessaly.qch data/LUT_LE_2D_FEM.txt bin/tessaly_probe \
+    for file in data/tessaly.qch data/LUT_LE_2D_FEM.txt bin/tessaly_probe bin/tessaly_batch \
         "share/tessaly/licenses/Software License Agreement.md" "share/tessaly/licenses/Softwarelizenzvereinbarung.md" \
         "share/tessaly/licenses/(EN) TessalyTHIRD PARTY SOFTWARE NOTICES.md" \
         "share/tessaly/licenses/(DE) Tessaly THIRD PARTY SOFTWARE NOTICES.md" \

@@ -11,7 +11,7 @@ PICTURES="$BUILD_ROOT/tour"
 has_display() { [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ]; }
 
 "$ROOT_DIR/scripts/setup.sh"
-targets=(tessaly tessaly_demo)
+targets=(tessaly tessaly_batch_program tessaly_demo)
 has_display || targets+=(tessaly_tour)
 configure release
 build release "${targets[@]}"

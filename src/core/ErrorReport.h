@@ -14,4 +14,8 @@ void reportError(const std::string& line);
 /// Where reported lines go besides, such as the program's log; null for nowhere.
 void setErrorSink(ErrorSink sink);
 
+/// Sets what comes before every line on the standard error stream, such as the name of the file that is worked on.
+/// Before other threads report.
+void setErrorPrefix(const std::string& prefix);
+
 } // namespace Tessaly

@@ -14,6 +14,10 @@ OpenOutcome openMeasurement(const QString& path, DatasetEntry& entry, const File
     if (!mayBeOpened(path, probing)) {
         return OpenOutcome::Unreadable;
     }
+    return openMeasurementUnprobed(path, entry);
+}
+
+OpenOutcome openMeasurementUnprobed(const QString& path, DatasetEntry& entry) {
     auto reader = std::make_shared<VQDReader>();
     const std::string filePath = path.toStdString();
     if (!reader->open(filePath)) {

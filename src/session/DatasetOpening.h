@@ -22,6 +22,9 @@ enum class OpenOutcome {
 /// unless the outcome is Opened. A helper process looks into the file first, see mayBeOpened().
 OpenOutcome openMeasurement(const QString& path, DatasetEntry& entry, const FileProbing& probing = {});
 
+/// The same without the look before: for a process that a damaged file may take down.
+OpenOutcome openMeasurementUnprobed(const QString& path, DatasetEntry& entry);
+
 /// Name of a new dataset: the changed sample name of an export, else the sample, else the file name with extension.
 QString initialDisplayName(const VQDMetadata& metadata, const QString& path);
 /// Name that an emptied name falls back to: the sample, else the file name.

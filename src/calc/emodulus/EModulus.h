@@ -114,6 +114,20 @@ struct IsoelasticLine {
 /// @param manualViscosity  mPa s, for media without a viscosity model of their own
 EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent, double manualViscosity);
 
+/// What a person sets for the moduli of any number of datasets; everything else each file states itself.
+struct EModulusSettings {
+    std::int32_t temperatureSource = TemperatureSource::Metadata; ///< PerEvent only where a file has such a column
+    double temperature = 23.0;                                    ///< degrees Celsius, for TemperatureSource::Manual
+    double viscosity = 1.0; ///< mPa s, for media without a viscosity model of their own
+    std::string deformFeature = "deform";
+
+    bool operator==(const EModulusSettings&) const = default;
+};
+
+/// The parameters for one of these datasets.
+/// @param hasTemperatures  whether it has a temperature of each event
+EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool hasTemperatures, const EModulusSettings& settings);
+
 /// Name of a medium as shown and stored; null for Medium::Other and unknown ones.
 const char* mediumName(std::int32_t medium);
 

@@ -49,4 +49,19 @@ EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent, d
     return params;
 }
 
+EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool hasTemperatures, const EModulusSettings& settings) {
+    const bool perEvent = settings.temperatureSource == TemperatureSource::PerEvent && hasTemperatures;
+    EModulusParams params = emodulusParamsFor(metadata, perEvent, settings.viscosity);
+    if (!perEvent && settings.temperatureSource != TemperatureSource::Metadata) {
+        params.temperatureSource = TemperatureSource::Manual;
+        params.temperature = settings.temperature;
+        if (params.viscosityModel != ViscosityModel::Manual) {
+            params.viscosity = viscosity(params, params.temperature);
+        }
+    }
+    params.deformFeature = settings.deformFeature;
+    params.pixelationCorrection = params.deformFeature == "deform";
+    return params;
+}
+
 } // namespace Tessaly

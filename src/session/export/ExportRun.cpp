@@ -1,17 +1,15 @@
 #include "session/export/ExportRun.h"
 
 #include "core/FeatureCatalogue.h"
-#include "io/MeasurementWriter.h"
-#include "io/TsvWriter.h"
 #include "io/VQDReader.h"
 #include "io/VideoWriter.h"
 #include "session/Session.h"
+#include "session/export/DatasetExport.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
-#include <numeric>
 #include <set>
 
 namespace Tessaly {
@@ -26,82 +24,6 @@ UserMessage warning(const QString& text) {
     return {UserMessage::Kind::Warning, Texts::tr("Export"), text};
 }
 
-UserMessage failure(const QString& text) {
-    return {UserMessage::Kind::Critical, Texts::tr("Export Error"), text};
-}
-
-/// What one export needs, independent of the session.
-struct ExportJob {
-    std::shared_ptr<VQDReader> reader;
-    VQDMetadata metadata;
-    QString displayName;
-    EventFilter filter;
-    std::vector<int> events;
-    std::vector<std::string> features;
-    std::optional<std::string> changedSampleName;
-    bool filterFailed = false; ///< a column of the filter can't be read
-};
-
-ExportJob jobOf(const Session& session, const DatasetEntry& dataset, const ExportConfig& config) {
-    ExportJob job;
-    job.reader = dataset.reader;
-    job.metadata = dataset.metadata;
-    job.displayName = dataset.displayName;
-    job.filter = session.buildEffectiveFilter(&dataset);
-    const std::uint64_t failedReadings = job.reader->failedReadings();
-    if (std::optional<std::vector<int>> passing = session.passingEvents(dataset)) {
-        job.events = *std::move(passing);
-    } else {
-        job.events.resize(job.reader->eventCount());
-        std::iota(job.events.begin(), job.events.end(), 0);
-    }
-    job.filterFailed = job.reader->failedReadings() != failedReadings;
-    for (const std::string& feature : config.features) {
-        if (isScalarFeature(feature) && job.reader->hasFeature(feature)) {
-            job.features.push_back(feature);
-        }
-    }
-    const std::string name = job.displayName.toStdString();
-    if (name != metadataValue(job.metadata.experiment, "sample")) {
-        job.changedSampleName = name;
-    }
-    return job;
-}
-
-std::optional<UserMessage> writeMeasurement(const ExportJob& job, const ExportConfig& config, const QString& path,
-                                            const std::function<void()>& onPause) {
-    MeasurementWriter writer;
-    writer.setOnPause(onPause);
-    if (!writer.create(path.toStdString())) {
-        return failure(Texts::tr("Failed to create: %1").arg(path));
-    }
-    writer.copyAttributes(job.metadata);
-    writer.writeOfflineFilter(job.filter);
-    writer.writeExportAttributes(job.events.size(), job.changedSampleName.value_or(std::string()));
-    writer.writeScalars(job.features, job.events, *job.reader);
-    if (config.images && job.reader->hasImage()) {
-        writer.writeImages(*job.reader, job.events);
-    }
-    if (config.masks && job.reader->hasMask()) {
-        writer.writeMasks(*job.reader, job.events);
-    }
-    if (config.traces && job.reader->hasTraces()) {
-        writer.writeTraces(*job.reader, job.events);
-    }
-    if (!writer.close()) {
-        return failure(Texts::tr("Failed to write: %1").arg(path));
-    }
-    return std::nullopt;
-}
-
-std::optional<UserMessage> writeTable(const ExportJob& job, const QString& path, const std::function<void()>& onPause) {
-    if (!writeTsv(path.toStdString(), job.metadata, job.changedSampleName, job.features, job.events, *job.reader,
-                  onPause)) {
-        return failure(Texts::tr("Failed to create: %1").arg(path));
-    }
-    return std::nullopt;
-}
-
 std::optional<UserMessage> writeFilm(const ExportJob& job, const ExportConfig& config, const QString& path,
                                      const std::function<void()>& onPause) {
     if (!job.reader->hasImage()) {
@@ -114,11 +36,11 @@ std::optional<UserMessage> writeFilm(const ExportJob& job, const ExportConfig& c
     case VideoOutcome::NoDimensions:
         return warning(Texts::tr("Failed to read image dimensions."));
     case VideoOutcome::NotCreated:
-        return failure(Texts::tr("Failed to create video file: %1").arg(path));
+        return exportFailure(Texts::tr("Failed to create video file: %1").arg(path));
     case VideoOutcome::Failed:
         break;
     }
-    return failure(Texts::tr("Failed to write: %1").arg(path));
+    return exportFailure(Texts::tr("Failed to write: %1").arg(path));
 }
 
 bool isTaken(const QString& path) {
@@ -171,10 +93,10 @@ ExportResult exportDataset(const Session& session, const DatasetEntry& dataset, 
     if (!dataset.reader || !dataset.reader->isOpen()) {
         return result;
     }
-    const ExportJob job = jobOf(session, dataset, config);
+    const ExportJob job = exportJobOf(session, dataset, config.features);
     const QString path = exportPath(dataset, config);
     if (job.filterFailed) {
-        result.message = failure(Texts::tr("Failed to write: %1").arg(path));
+        result.message = exportFailure(Texts::tr("Failed to write: %1").arg(path));
         return result;
     }
     if (job.events.empty()) {
@@ -182,9 +104,9 @@ ExportResult exportDataset(const Session& session, const DatasetEntry& dataset, 
         return result;
     }
     result.path = path;
-    result.message = config.tsv   ? writeTable(job, path, onPause)
+    result.message = config.tsv   ? writeTableFile(job, path, onPause)
                      : config.avi ? writeFilm(job, config, path, onPause)
-                                  : writeMeasurement(job, config, path, onPause);
+                                  : writeMeasurementFile(job, config, path, onPause);
     result.written = !result.message;
     return result;
 }
@@ -202,11 +124,7 @@ ExportRun::ExportRun(const Session& session, ExportConfig config) : session_(ses
 }
 
 std::optional<UserMessage> ExportRun::refusal(const Session& session) {
-    const DatasetEntry* active = session.active();
-    if (active && active->featuresLoaded) {
-        return std::nullopt;
-    }
-    return warning(Texts::tr("No loaded dataset available for export."));
+    return exportRefusal(session);
 }
 
 QString ExportRun::label() const {

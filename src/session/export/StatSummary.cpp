@@ -4,7 +4,7 @@
 #include "io/NumberText.h"
 #include "io/VQDReader.h"
 #include "session/Session.h"
-#include "session/export/ExportRun.h"
+#include "session/export/DatasetExport.h"
 #include "stats/Quantiles.h"
 
 #include <QCoreApplication>
@@ -294,7 +294,7 @@ std::string summaryTable(const Session& session, std::span<const DatasetEntry* c
 }
 
 std::optional<UserMessage> statSummaryRefusal(const Session& session) {
-    return ExportRun::refusal(session);
+    return exportRefusal(session);
 }
 
 UserMessage exportStatSummary(const Session& session, const StatSummaryConfig& config) {

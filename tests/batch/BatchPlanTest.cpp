@@ -1,0 +1,188 @@
+#include "batch/BatchFixture.h"
+#include "batch/PlanMaking.h"
+#include "session/SessionBuilder.h"
+#include "session/document/SessionDocument.h"
+#include "session/filters/GroupFile.h"
+
+namespace Tessaly {
+
+namespace {
+
+/// A plan in which nothing has its default.
+BatchPlan fullPlan() {
+    BatchPlan plan;
+    FLRefinementParams& refinement = plan.refinement.emplace();
+    refinement.hampel1 = refinement.hampel2 = refinement.savitzkyGolay = false;
+    refinement.median = refinement.rolling = true;
+    refinement.hampel1HalfWindow = 7;
+    refinement.hampel1Threshold = 2.5F;
+    refinement.hampel2HalfWindow = 13;
+    refinement.hampel2Threshold = 3.25F;
+    refinement.medianHalfWindow = 4;
+    refinement.rollingHalfWindow = 5;
+    refinement.savitzkyGolayHalfWindow = 6;
+    refinement.flMaxThreshold = 123.5;
+    plan.compensation = PlanCompensation{{1, 3}, {{1, 0.1}, {1.0 / 3, 1}}};
+    plan.fourier = true;
+    plan.modulus = EModulusSettings{TemperatureSource::Manual, 30.1, 4.9, "deform_fc"};
+    plan.filterEnabled = false;
+    plan.combineMode = EventFilter::ShowExcluded;
+    FilterRule polygon = polygonRule("area_um", "deform", {{1, 2}, {3, 4}, {5, 1e-300}});
+    polygon.scaleXMode = 1;
+    polygon.scaleYMode = 2;
+    polygon.inverted = true;
+    polygon.enabled = false;
+    plan.gates = {{"", {rangeRule("area_um", 0.1, 1e9)}}, {"Größe \"x\"", {polygon}}};
+    StatSummaryConfig& summary = plan.summary.emplace();
+    summary.features = {"deform", "area_um"};
+    summary.count = summary.median = summary.iqr = false;
+    summary.mean = summary.sd = summary.sem = summary.q1 = summary.q3 = true;
+    summary.min = summary.max = summary.cv = summary.skewness = summary.percentileOn = true;
+    summary.percentile = 12.5;
+    plan.table.emplace().features = {"deform"};
+    plan.table->tsv = true;
+    plan.measurement.emplace().features = {"area_um"};
+    plan.measurement->images = plan.measurement->masks = plan.measurement->traces = true;
+    plan.counts = true;
+    return plan;
+}
+
+QString problemIn(QByteArray json) {
+    return planFromJson(json.replace('\'', '"')).problem;
+}
+
+} // namespace
+
+TEST(BatchPlan, ComesBackAsItWas) {
+    const PlanReading reading = planFromJson(planToJson(fullPlan()));
+    EXPECT_EQ(reading.problem, "");
+    EXPECT_EQ(reading.plan, fullPlan());
+    // The layout of the file makes no difference, anything else does.
+    EXPECT_EQ(planDigest(reading.plan), planDigest(planFromJson(planToJson(fullPlan()).simplified()).plan));
+    BatchPlan other = fullPlan();
+    other.gates[0].rules[0].maxValue *= 1 + 1e-15;
+    EXPECT_NE(planDigest(other), planDigest(fullPlan()));
+}
+
+TEST(BatchPlan, RefusesWhatItWouldMisunderstand) {
+    const struct {
+        const char* json;
+        const char* problem; ///< a part of it
+    } cases[] = {
+        {"", "not a plan"},
+        {"[]", "must be an object"},
+        {"{}", "formatVersion must be a number"},
+        {"{'formatVersion': 2, 'outputs': {'counts': true}}", "format version 2"},
+        {"{'formatVersion': 1}", "outputs must be an object"},
+        {"{'formatVersion': 1, 'outputs': {}}", "no output"},
+        {"{'formatVersion': 1, 'outputs': {'counts': true}, 'gates': []}", "unknown key gates"},
+        {"{'formatVersion': 1, 'outputs': {'counts': 1}}", "outputs.counts must be true or false"},
+        {"{'formatVersion': 1, 'outputs': {'summary': {'features': [], 'statistics': ['N']}}}", "at least one feature"},
+        {"{'formatVersion': 1, 'outputs': {'summary': {'features': ['a'], 'statistics': ['Mode']}}}", "Mode"},
+        {"{'formatVersion': 1, 'outputs': {'summary': {'features': ['a'], 'statistics': ['N'], 'percentile': 101}}}",
+         "from 0 to 100"},
+        {"{'formatVersion': 1, 'outputs': {'table': {'features': [3]}}}", "outputs.table.features"},
+        {"{'formatVersion': 1, 'outputs': {'counts': true}, 'calculations': {'modulus': {'temperatureSource': 'x'}}}",
+         "calculations.modulus.temperatureSource"},
+        {"{'formatVersion': 1, 'outputs': {'counts': true}, 'calculations': {'compensation': {'channels': [1, 2], "
+         "'matrix': [[1, 0]]}}}",
+         "calculations.compensation.matrix"},
+        {"{'formatVersion': 1, 'outputs': {'counts': true}, 'filter': {'gates': [{'rules': [{'type': 'Range', "
+         "'featureName': 'a', 'minValue': 1}]}]}}",
+         "filter.gates[0].rules[0].maxValue"},
+        {"{'formatVersion': 1, 'outputs': {'counts': true}, 'filter': {'gates': [{'rules': [{'type': 'Polygon', "
+         "'featureName': 'a', 'featureNameY': 'b', 'polygonVertices': [[1, 2], [3, 4]]}]}]}}",
+         "polygonVertices"},
+        {"{'formatVersion': 1, 'outputs': {'counts': true}, 'filter': {'gates': [{'rules': [{'type': 'Range', "
+         "'featureName': 'a', 'minValue': 1, 'maxvalue': 2, 'maxValue': 2}]}]}}",
+         "unknown key filter.gates[0].rules[0].maxvalue"},
+    };
+    for (const auto& each : cases) {
+        EXPECT_TRUE(problemIn(each.json).contains(each.problem))
+            << each.json << ": " << problemIn(each.json).toStdString();
+    }
+    EXPECT_EQ(problemIn("{'formatVersion': 1, 'outputs': {'counts': true}, 'filter': {'gates': [{'rules': [{'type': "
+                        "'Range', 'featureName': 'a', 'minValue': 1, 'maxValue': 2}]}]}}"),
+              "");
+}
+
+/// The program makes the same plan of a session file as the window does of the session itself.
+TEST_F(Batch, PlanOfASession) {
+    SessionBuilder builder;
+    builder.add({{"area_um", {1, 2}}});
+    DatasetEntry& dataset = builder.add({{"area_um", {1, 2}}, {"deform", {3, 4}}});
+    dataset.displayName = "treated";
+    dataset.xFeatureName = "area_um";
+    dataset.yFeatureName = "deform";
+    dataset.filter.addRule(rangeRule("area_um", 1, 5));
+    dataset.filter.addRule(polygonRule("area_um", "deform", {{1, 2}, {3, 4}})); // still being drawn
+    dataset.filter.setCombineMode(EventFilter::ShowExcluded);
+    dataset.flRefinementApplied = dataset.ctcApplied = dataset.emodApplied = true;
+    dataset.ctcChannels = {1, 2};
+    dataset.spilloverMatrix = {{1, 0.25}, {0.5, 1}};
+    for (const char* name : {"on", "off"}) {
+        const int group = builder.session.addFilterGroup(name);
+        builder.session.addRuleToGroup(group, rangeRule("time", 0, group + 1));
+        builder.session.setGroupEnabled(dataset.id, group, std::string(name) == "on");
+    }
+    builder.session.setActive(dataset.id);
+    const QString session = path("s.TSY");
+    ASSERT_FALSE(writeSessionFile(session, captureSession(builder.session, session, 0)));
+    ASSERT_EQ(exportFilterGroups(builder.session, std::vector<int>{1}, path("g.tsyfg")).failure, "");
+
+    BatchPlan wanted;
+    wanted.refinement.emplace();
+    wanted.compensation = PlanCompensation{{1, 2}, {{1, 0.25}, {0.5, 1}}};
+    wanted.modulus = EModulusSettings{TemperatureSource::Manual, 25.5, 1.0, "deform"};
+    wanted.combineMode = EventFilter::ShowExcluded;
+    wanted.gates = {{"", {rangeRule("area_um", 1, 5)}}, {"on", {rangeRule("time", 0, 1)}}};
+    wanted.summary.emplace().features = {"area_um", "deform", "time", "emodulus"};
+    ProgramEnd end = run({"plan", "-s", session, "--temperature", "25.5"});
+    EXPECT_EQ(end.code, 0) << end.err;
+    EXPECT_EQ(end.out, planToJson(wanted).toStdString());
+
+    BatchPlan fromWindow;
+    takeDataset(fromWindow, builder.session, dataset, {}, *wanted.modulus);
+    fromWindow.summary = wanted.summary;
+    EXPECT_EQ(fromWindow, wanted);
+
+    // Another dataset, with more gates, and outputs of all kinds.
+    BatchPlan other;
+    other.fourier = true;
+    other.gates = {{"", {rangeRule("bright_avg", -1, 100)}}, {"off", {rangeRule("time", 0, 2)}}};
+    other.summary.emplace().features = {"deform"};
+    other.summary->count = other.summary->median = other.summary->iqr = false;
+    other.summary->cv = other.summary->percentileOn = true;
+    other.summary->percentile = 5;
+    other.table.emplace().features = {"deform"};
+    other.measurement.emplace().features = {"deform"};
+    other.measurement->images = other.measurement->traces = true;
+    other.counts = true;
+    end = run({"plan",
+               "-s",
+               session,
+               "--dataset",
+               "1",
+               "--groups",
+               path("g.tsyfg"),
+               "--range",
+               "bright_avg,-1,100",
+               "--fourier",
+               "--features",
+               "deform",
+               "--statistics",
+               "cv (%)",
+               "--percentile",
+               "5",
+               "--table",
+               "--measurement",
+               "--with",
+               "images,traces",
+               "--counts",
+               "-o",
+               path("p.json")});
+    EXPECT_EQ(end.code, 0) << end.err;
+    EXPECT_EQ(text("p.json"), planToJson(other).toStdString());
+}
+
+} // namespace Tessaly
