@@ -43,7 +43,7 @@ def interpolator():
     global lut
     if lut is None:
         rows = np.array([[float(cell) for cell in line.split()] for line in open(table)
-                         if line.strip() and not line.startswith("#")])
+                         if line[:1].isdigit()])
         lut = (LinearNDInterpolator(rows[:, :2] / rows[:, :2].max(0), rows[:, 2]), rows[:, :2].max(0))
     return lut
 
