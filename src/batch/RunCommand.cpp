@@ -70,7 +70,7 @@ CommandLine commandLine() {
     CommandLine line(QStringLiteral("run"),
                      Texts::tr("Does the calculations, gates and outputs of a plan for measurement files."),
                      QStringLiteral("FILE..."), Texts::tr("Measurement files (.vqd)."));
-    line.add({{{"p", "plan"}, Texts::tr("The plan, as \"plan\" writes it."), "PLAN.json"},
+    line.add({{{"p", "plan"}, Texts::tr("The plan, as \"plan\" or the window writes it."), "PLAN.json"},
               {{"o", "output"}, Texts::tr("Folder for the results; made if there is none."), "FOLDER"},
               {"root", Texts::tr("Folder above all files, whose folders the results mirror. Default: each file's own."),
                "FOLDER"},

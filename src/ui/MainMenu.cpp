@@ -5,6 +5,7 @@
 #include "ui/MainPanels.h"
 #include "ui/ToolWindows.h"
 #include "ui/datasets/DatasetController.h"
+#include "ui/files/BatchPlanController.h"
 #include "ui/files/ExportController.h"
 #include "ui/files/SessionController.h"
 #include "ui/plot/ColorMapSetting.h"
@@ -56,6 +57,8 @@ Menu fileMenu(const MainMenuTargets& to) {
                  [&to = to.sessions] { to.saveSession(); }, ":/icon-session-save.svg"},
                 {"loadSessionAction", tr("&Load Session..."), Qt::CTRL | Qt::SHIFT | Qt::Key_O,
                  [&to = to.sessions] { to.loadSession(); }, ":/icon-session-load.svg"},
+                {},
+                {"saveBatchPlanAction", tr("Save &Batch Plan..."), {}, [&to = to.batchPlans] { to.saveBatchPlan(); }},
                 {},
                 {"clearSessionAction", tr("&Clear Session"), {}, [&to = to.sessions] { to.clearSession(); }},
                 {},

@@ -4,6 +4,7 @@ class QMainWindow;
 
 namespace Tessaly {
 
+class BatchPlanController;
 class ColorMapSetting;
 class DatasetController;
 class DockLayout;
@@ -23,6 +24,7 @@ struct MainMenuTargets {
     ExportController& exports;
     ToolWindows& tools;
     SessionController& sessions;
+    BatchPlanController& batchPlans;
     const SessionNotices& news;
     ServicesController& services;
     DockLayout& layout;

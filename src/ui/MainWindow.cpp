@@ -48,12 +48,13 @@ MainWindow::MainWindow(QWidget* parent)
       exports_(session_, *panels_.plot, this),
       tools_(session_, *this, this),
       sessions_(session_, loader_, colorMap_, tools_, this),
+      batchPlans_(session_, *panels_.calculations, exports_, this),
       services_(session_, plot_, this) {
     setObjectName(QStringLiteral("mainWindow"));
     connectPlot();
     connectCalculations();
-    buildMainMenu({*this, panels_, colorMap_, datasets_, exports_, tools_, sessions_, session_.notices(), services_,
-                   dockLayout_});
+    buildMainMenu({*this, panels_, colorMap_, datasets_, exports_, tools_, sessions_, batchPlans_, session_.notices(),
+                   services_, dockLayout_});
     connectDocks();
     setWindowTitle(tr("Tessaly - VQD Data Analysis"));
     resize(sizeOnScreen(QSize(1400, 900), minimumSizeHint(), screen()->availableSize() - FrameSize));
@@ -125,6 +126,7 @@ void MainWindow::connectPlot() {
         status_.say(text);
         panels_.status->repaint(); // the files of a session are looked at without a pause
     });
+    connect(&batchPlans_, &BatchPlanController::statusChanged, &status_, &StatusController::say);
     connect(&sessions_, &SessionController::eventRestored, &events_,
             [this](int id, int event) { selectEvent(id, event); });
     connect(&sessions_, &SessionController::aboutToSave, &events_, &EventController::finishTyping);

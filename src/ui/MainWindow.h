@@ -14,6 +14,7 @@
 #include "ui/datasets/NameController.h"
 #include "ui/event/EventController.h"
 #include "ui/event/MetadataController.h"
+#include "ui/files/BatchPlanController.h"
 #include "ui/files/ExportController.h"
 #include "ui/files/SessionController.h"
 #include "ui/filters/FilterController.h"
@@ -129,6 +130,7 @@ private:
     ExportController exports_;
     ToolWindows tools_;
     SessionController sessions_;
+    BatchPlanController batchPlans_;
     ServicesController services_;
     bool exceptionDialogOpen_ = false;
 };

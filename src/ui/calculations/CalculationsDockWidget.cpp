@@ -161,7 +161,11 @@ EModulusParams CalculationsDockWidget::emodulusParams() const {
 }
 
 EModulusParams CalculationsDockWidget::emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent) const {
-    return modulus_->paramsFor(metadata, allowEvent);
+    return Tessaly::emodulusParamsFor(metadata, allowEvent, modulus_->settings());
+}
+
+EModulusSettings CalculationsDockWidget::emodulusSettings() const {
+    return modulus_->settings();
 }
 
 FLRefinementParams CalculationsDockWidget::fluorescenceParams() const {

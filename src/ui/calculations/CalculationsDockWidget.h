@@ -58,6 +58,8 @@ public:
     /// The parameters for any dataset: its own conditions, with what the user has set here.
     /// @param allowEvent  whether the dataset has a temperature of each event
     EModulusParams emodulusParamsFor(const VQDMetadata& metadata, bool allowEvent = false) const;
+    /// What the user has set here, for whatever dataset.
+    EModulusSettings emodulusSettings() const;
     FLRefinementParams fluorescenceParams() const;
     SquareMatrix spilloverMatrix() const;
     bool appliesToAll(Calculation kind) const;

@@ -295,20 +295,8 @@ EModulusParams ModulusPage::shownParams() const {
     return params;
 }
 
-EModulusParams ModulusPage::paramsFor(const VQDMetadata& metadata, bool allowEvent) const {
-    const int source = temperatureSource_->checkedId();
-    const bool perEvent = source == TemperatureSource::PerEvent && allowEvent;
-    EModulusParams params = Tessaly::emodulusParamsFor(metadata, perEvent, viscosity_->value());
-    if (!perEvent && source != TemperatureSource::Metadata) {
-        params.temperatureSource = TemperatureSource::Manual;
-        params.temperature = temperature_->value();
-        if (params.viscosityModel != ViscosityModel::Manual) {
-            params.viscosity = viscosity(params, params.temperature);
-        }
-    }
-    params.deformFeature = deformFeature();
-    params.pixelationCorrection = params.deformFeature == "deform";
-    return params;
+EModulusSettings ModulusPage::settings() const {
+    return {temperatureSource_->checkedId(), temperature_->value(), viscosity_->value(), deformFeature()};
 }
 
 bool ModulusPage::appliesToAll() const {

@@ -29,8 +29,8 @@ public:
 
     /// What the page shows, as parameters for the dataset shown: a condition that the file doesn't state counts as 0.
     EModulusParams shownParams() const;
-    /// The parameters for any dataset: its own conditions, with the page's choice of temperature, viscosity and source.
-    EModulusParams paramsFor(const VQDMetadata& metadata, bool allowEvent) const;
+    /// What the page adds to the conditions that any dataset states itself: temperature, viscosity and source.
+    EModulusSettings settings() const;
 
     /// Puts choices below each other.
     void setNarrow(bool narrow);

@@ -29,6 +29,11 @@ public:
     /// Asks for a file and draws the plot into it, 200 by 150 mm. Nothing happens without a dataset that is loaded.
     void exportPlot();
 
+    /// What the last summary was asked to hold; nothing before the first one.
+    std::optional<StatSummaryConfig> lastSummary() const {
+        return statSummaryRemembered_ ? std::optional(statSummary_) : std::nullopt;
+    }
+
 private:
     void run(const ExportConfig& config);
 
