@@ -221,7 +221,9 @@ TEST_F(ToolWindowsTest, AnEventCanBeChosenForAReadyDatasetThatHasIt) {
 
 TEST_F(ToolWindowsTest, TheMenusHoldTheirEntriesInOrder) {
     const std::vector<std::pair<QString, QStringList>> expected{
-        {"&File", {"&Open...", "", "&Save Session...", "&Load Session...", "", "&Clear Session", "", "E&xit"}},
+        {"&File",
+         {"&Open...", "", "&Save Session...", "&Load Session...", "", "Save &Batch Plan...", "", "&Clear Session", "",
+          "E&xit"}},
         {"&Export", {"Export &Plot...", "Export &Data...", "Export Statistical &Summary..."}},
         {"&View", {"Datasets", "Filters", "Calculations", "Metadata", "Plot Statistics", "", "&Reset Layout"}},
         {"&Tool Windows",
