@@ -12,12 +12,13 @@ preset="${1:-release}"
 layers=("$@")
 
 # Findings of the sanitizers fail a test. Libraries of others that leak by design or whose locking the thread sanitizer
-# can't see are listed beside the tests. Starting the helper
-# program forks, after which the thread sanitizer would refuse new threads.
+# can't see are listed beside the tests. Starting the helper program forks, after which the thread sanitizer would refuse
+# new threads. A helper that divides by zero has to end as a crash, not with an exit code of the
+# sanitizer's.
 export ASAN_OPTIONS="detect_leaks=1:${ASAN_OPTIONS:-}"
 export LSAN_OPTIONS="suppressions=$ROOT_DIR/tests/support/lsan.supp:print_suppressions=0:${LSAN_OPTIONS:-}"
 export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1:${UBSAN_OPTIONS:-}"
-export TSAN_OPTIONS="suppressions=$ROOT_DIR/tests/support/tsan.supp:second_deadlock_stack=1:die_after_fork=0:${TSAN_OPTIONS:-}"
+export TSAN_OPTIONS="suppressions=$ROOT_DIR/tests/support/tsan.supp:second_deadlock_stack=1:die_after_fork=0:handle_sigfpe=0:${TSAN_OPTIONS:-}"
 export QT_QPA_PLATFORM=offscreen
 
 "$ROOT_DIR/scripts/setup.sh"
