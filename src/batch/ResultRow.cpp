@@ -54,7 +54,7 @@ bool readNumber(std::string_view text, Number& number) {
     return error == std::errc() && end == text.data() + text.size();
 }
 
-/// The part before the first tab; what is behind it stays.
+/// What stands before the first tab; what is behind it stays.
 std::string_view takeField(std::string_view& line) {
     const std::size_t tab = line.find('\t');
     const std::string_view field = line.substr(0, tab);

@@ -21,7 +21,7 @@ struct CompensationChannel {
 };
 
 /// Undoes crosstalk between channels: with y the measured heights of an event and M the spillover matrix, of which
-/// element (i, j) is the part of channel j's light that shows in channel i, y = M x is solved for x, the true ones.
+/// element (i, j) is how much of the light of channel j shows in channel i, y = M x is solved for x, the true ones.
 /// Gives a column "fl<c>_max_ctc" for each channel; NaN in one channel spreads to all channels of the event.
 /// @param matrix  one row and one column for each channel
 /// @return not done below two channels, without events, and for a matrix of another size or without an inverse; the
