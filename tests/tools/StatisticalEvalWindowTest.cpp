@@ -189,27 +189,27 @@ TEST_F(StatisticalEvalWindowTest, ControlsByTabAndDesign) {
     const auto shown = [&] {
         QString marks;
         for (const char* name : names) {
-            marks += control<QWidget>(name).isVisibleTo(window.get()) ? 'X' : '-';
+            marks += control<QWidget>(name).isVisibleTo(window.get()) ? 'o' : '-';
         }
         return marks;
     };
     const QCheckBox& replicates = control<QCheckBox>("replicates");
-    EXPECT_EQ(shown(), "XX-X-XXX-X--");
+    EXPECT_EQ(shown(), "oo-o-ooo-o--");
     EXPECT_EQ(replicates.text(), "Replicates included");
     click("replicates");
-    EXPECT_EQ(shown(), "XXXX-XXX-X--");
+    EXPECT_EQ(shown(), "oooo-ooo-o--");
     showTab(1);
-    EXPECT_EQ(shown(), "XXX-------X-");
+    EXPECT_EQ(shown(), "ooo-------o-");
     showTab(2);
-    EXPECT_EQ(shown(), "--------X--X");
+    EXPECT_EQ(shown(), "--------o--o");
     showTab(0);
     click("replicates");
     choose("design", 1);
-    EXPECT_EQ(shown(), "XXXXXXXX-X--");
+    EXPECT_EQ(shown(), "oooooooo-o--");
     EXPECT_EQ(replicates.text(), "Technical replicates");
     click("connectionLines");
     showTab(1); // matching says nothing to a ROC analysis
-    EXPECT_EQ(shown(), "XX--------X-");
+    EXPECT_EQ(shown(), "oo--------o-");
     EXPECT_EQ(replicates.text(), "Replicates included");
     showTab(0);
     choose("design", 0);

@@ -1,13 +1,13 @@
 #include "StatisticsFixture.h"
 
 #include "support/TemporaryFolder.h"
+#include "ui/UserActions.h"
 
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QDir>
 #include <QFile>
 #include <QImage>
-#include <QMenu>
 #include <qwt_plot.h>
 
 namespace Tessaly {
@@ -118,13 +118,7 @@ TEST_F(StatisticsExportsTest, MenuOfAPlot) {
     const auto take = [&](const char* action) {
         QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(50, 50), plot.mapToGlobal(QPoint(50, 50)));
         QApplication::sendEvent(&plot, &event);
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        ASSERT_TRUE(menu);
-        do {
-            QTest::keyClick(menu, Qt::Key_Down);
-        } while (menu->activeAction()->objectName() != action);
-        QTest::keyClick(menu, Qt::Key_Return);
-        QApplication::processEvents();
+        chooseInOpenMenu(action);
     };
     take("copyPicture");
     EXPECT_NEAR(QGuiApplication::clipboard()->image().width(), 708, 1);

@@ -10,11 +10,8 @@
 
 namespace Tessaly {
 
-/// Opens the context menu of a row and takes an entry, named by its object name, with the keys.
-inline void chooseInContextMenu(QListWidget& list, int row, const char* action) {
-    const QPoint position = list.visualItemRect(list.item(row)).center();
-    QContextMenuEvent event(QContextMenuEvent::Keyboard, position, list.viewport()->mapToGlobal(position));
-    QApplication::sendEvent(list.viewport(), &event);
+/// Takes an entry, named by its object name, of the menu that is open, with the keys.
+inline void chooseInOpenMenu(const char* action) {
     auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     ASSERT_TRUE(menu);
     do {
@@ -22,6 +19,14 @@ inline void chooseInContextMenu(QListWidget& list, int row, const char* action) 
     } while (menu->activeAction()->objectName() != action);
     QTest::keyClick(menu, Qt::Key_Return);
     QApplication::processEvents();
+}
+
+/// Opens the context menu of a row and takes an entry.
+inline void chooseInContextMenu(QListWidget& list, int row, const char* action) {
+    const QPoint position = list.visualItemRect(list.item(row)).center();
+    QContextMenuEvent event(QContextMenuEvent::Keyboard, position, list.viewport()->mapToGlobal(position));
+    QApplication::sendEvent(list.viewport(), &event);
+    chooseInOpenMenu(action);
 }
 
 inline void clickListRow(QListWidget& list, int row) {
