@@ -78,6 +78,87 @@ TEST(EModulusMesh, TrianglesAreDelaunayAndCoverTheRaster) {
     EXPECT_EQ(buildMesh(rasterLut(6)).triangles.size(), 50U); // two for each of 25 squares
 }
 
+/// Rows as simulations give them: one area after the other, deformations from a millionth upwards, each ten times
+/// denser than the one above.
+EModulusLut columnsLut(int columns, int rows) {
+    EModulusLut lut;
+    for (int i = 0; i < columns; ++i) {
+        for (int j = 0; j < rows; ++j) {
+            lut.area.push_back(5.0 + i * i);
+            lut.deform.push_back(0.2 * std::pow(10.0, -6.0 + 6.0 * (j + 1) / rows));
+            lut.emodulus.push_back(1.0);
+        }
+    }
+    return lut;
+}
+
+/// The plain way: every node is held against every triangle.
+class PlainMesh {
+public:
+    explicit PlainMesh(const EModulusMesh& nodes) : x_(nodes.x), y_(nodes.y) {
+        const auto count = static_cast<std::int32_t>(x_.size());
+        x_.insert(x_.end(), {-10.0, 20.0, -10.0});
+        y_.insert(y_.end(), {-10.0, -10.0, 20.0});
+        triangles.push_back({count, count + 1, count + 2});
+        for (std::int32_t node = 0; node < count; ++node) {
+            insert(node);
+        }
+        std::erase_if(triangles, [count](const auto& t) { return std::ranges::max(t) >= count; });
+    }
+
+    std::vector<std::array<std::int32_t, 3>> triangles;
+
+private:
+    std::array<double, 2> from(std::int32_t node, std::int32_t to) const {
+        const auto a = static_cast<std::size_t>(node);
+        const auto b = static_cast<std::size_t>(to);
+        return {x_[b] - x_[a], y_[b] - y_[a]};
+    }
+
+    bool holds(const std::array<std::int32_t, 3>& t, std::int32_t node) const {
+        const auto [ax, ay] = from(node, t[0]);
+        const auto [bx, by] = from(node, t[1]);
+        const auto [cx, cy] = from(node, t[2]);
+        const double bb = bx * bx + by * by;
+        const double cc = cx * cx + cy * cy;
+        return ax * (by * cc - bb * cy) - ay * (bx * cc - bb * cx) + (ax * ax + ay * ay) * (bx * cy - by * cx) > 0.0;
+    }
+
+    void insert(std::int32_t node) {
+        std::vector<std::pair<std::int32_t, std::int32_t>> edges;
+        std::erase_if(triangles, [&](const auto& t) {
+            const bool isHit = holds(t, node);
+            if (isHit) {
+                edges.insert(edges.end(), {{t[0], t[1]}, {t[1], t[2]}, {t[2], t[0]}});
+            }
+            return isHit;
+        });
+        for (const auto& [a, b] : edges) {
+            const auto both = std::minmax(a, b);
+            const auto uses = std::ranges::count_if(
+                edges, [&](const auto& edge) { return std::minmax(edge.first, edge.second) == both; });
+            if (uses == 1) {
+                const auto [ax, ay] = from(node, a);
+                const auto [bx, by] = from(node, b);
+                const bool isLeft = ax * by - ay * bx >= 0.0;
+                triangles.push_back({node, isLeft ? a : b, isLeft ? b : a});
+            }
+        }
+    }
+
+    std::vector<double> x_;
+    std::vector<double> y_;
+};
+
+TEST(EModulusMesh, SameTrianglesInTheSameOrderAsThePlainWay) {
+    for (const EModulusLut& lut :
+         {syntheticLut(), randomLut(1000, 7), rasterLut(25), columnsLut(30, 25), columnsLut(3, 200)}) {
+        const EModulusMesh mesh = buildMesh(lut);
+        EXPECT_GT(mesh.triangles.size(), lut.area.size() / 2);
+        EXPECT_EQ(mesh.triangles, PlainMesh(mesh).triangles) << lut.area.size();
+    }
+}
+
 // Values by SciPy's LinearNDInterpolator, see tests/support/emodulus_reference.py.
 TEST(EModulusInterpolation, AgreesWithSciPy) {
     const std::array<double, 3> cases[] = {
@@ -149,7 +230,8 @@ TEST(EModulusMesh, DegenerateTables) {
 /// The index must choose the same triangle as the search, on nodes, edges, lines of the grid and anywhere else.
 TEST(EModulusLookup, SameBitsAsThePlainSearch) {
     const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
-    for (const EModulusLut& lut : {syntheticLut(), randomLut(2000, 3), rasterLut(30), randomLut(4, 5)}) {
+    for (const EModulusLut& lut :
+         {syntheticLut(), randomLut(2000, 3), rasterLut(30), columnsLut(30, 25), randomLut(4, 5)}) {
         const EModulusMesh mesh = buildMesh(lut);
         const EModulusLookup lookup(mesh);
         SCOPED_TRACE(lut.area.size());

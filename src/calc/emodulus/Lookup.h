@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <vector>
 
 namespace Tessaly {
@@ -45,8 +46,9 @@ private:
         return std::min(static_cast<int>(coordinate * EModulusMesh::GridSize * Refinement), Size - 1);
     }
 
-    void fillCell(const EModulusMesh& mesh, int row, int column);
-    Part partFor(const std::vector<std::int32_t>& cell, double xCentre, double yCentre);
+    class Filling;
+
+    Part addList(std::span<const std::uint32_t> triangles, std::size_t begin);
     double search(Part list, double x, double y) const;
 
     double xMin_, yMin_, xRange_, yRange_;

@@ -8,9 +8,10 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QString>
-#include <QStringList>
+#include <QStringView>
 #include <QTextStream>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -37,20 +38,23 @@ void applyMetadata(QString text, EModulusLut& lut) {
     take("fluid_viscosity", lut.viscosity);
 }
 
-void appendRow(const QString& line, EModulusLut& lut) {
-    static const QRegularExpression whiteSpace(QStringLiteral("\\s+"));
-    const QStringList pieces = line.split(whiteSpace, Qt::SkipEmptyParts);
-    if (pieces.size() < 3) {
-        return;
-    }
+bool isWhiteSpace(QChar c) {
+    return c == QLatin1Char(' ') || (c >= QLatin1Char('\t') && c <= QLatin1Char('\r'));
+}
+
+void appendRow(QStringView line, EModulusLut& lut) {
     std::array<double, 3> row{};
-    for (int i = 0; i < 3; ++i) {
+    const QChar* place = line.begin();
+    for (double& value : row) {
+        place = std::find_if_not(place, line.end(), isWhiteSpace);
+        const QChar* end = std::find_if(place, line.end(), isWhiteSpace);
         bool ok = false;
-        row[static_cast<std::size_t>(i)] = pieces[i].toDouble(&ok);
+        value = QStringView(place, end).toDouble(&ok);
         // "nan" and "inf" convert, but are no node of a mesh.
-        if (!ok || !std::isfinite(row[static_cast<std::size_t>(i)])) {
+        if (!ok || !std::isfinite(value)) {
             return;
         }
+        place = end;
     }
     lut.area.push_back(row[0]);
     lut.deform.push_back(row[1]);

@@ -4,6 +4,7 @@
 #include "calc/emodulus/Triangle.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -24,17 +25,85 @@ double cross(Point a, Point b) {
     return a.x * b.y - a.y * b.x;
 }
 
-/// Triangulation under construction: nodes first, then three vertices far outside the unit square.
+/// Which triangles' circles a point may lie in: a net over the unit square that keeps, in each of its cells, the
+/// numbers of the triangles whose circle touches it. Circles too large for that are on a list of their own.
+class CircleNet {
+public:
+    explicit CircleNet(std::size_t nodes)
+        : size_(std::clamp(static_cast<int>(std::sqrt(static_cast<double>(nodes))), 1, 64)),
+          cells_(static_cast<std::size_t>(size_) * static_cast<std::size_t>(size_)) {}
+
+    void add(std::int32_t triangle, Point a, Point b, Point c) {
+        const Circle circle = circleAround(a, b, c);
+        if (!(circle.radius < largest)) {
+            everywhere_.push_back(triangle);
+            return;
+        }
+        const int left = gridCell(circle.centre.x - circle.radius, size_);
+        const int right = gridCell(circle.centre.x + circle.radius, size_);
+        const int top = gridCell(circle.centre.y + circle.radius, size_);
+        for (int row = gridCell(circle.centre.y - circle.radius, size_); row <= top; ++row) {
+            for (int column = left; column <= right; ++column) {
+                cell(row, column).push_back(triangle);
+            }
+        }
+    }
+
+    /// Calls `visit` with each triangle whose circle may hold the point; those for which it returns false are
+    /// forgotten.
+    template <typename Visit>
+    void visitNear(Point point, const Visit& visit) {
+        std::erase_if(everywhere_, [&](std::int32_t triangle) { return !visit(triangle); });
+        std::erase_if(cell(gridCell(point.y, size_), gridCell(point.x, size_)),
+                      [&](std::int32_t triangle) { return !visit(triangle); });
+    }
+
+private:
+    struct Circle {
+        Point centre;
+        double radius;
+    };
+
+    /// A radius beyond which the net would be slower than the list. No smaller circle reaches out to the far vertices.
+    static constexpr double largest = 0.1;
+
+    /// The circle through three points of the unit square, wide enough for every point that rounding may take to lie in
+    /// it: the determinant of isBad() is exact to 1e-13, and it is the power of the point times twice the area.
+    static Circle circleAround(Point a, Point b, Point c) {
+        const Point u{b.x - a.x, b.y - a.y};
+        const Point v{c.x - a.x, c.y - a.y};
+        const double twiceArea = std::fabs(cross(u, v));
+        const double uu = u.x * u.x + u.y * u.y;
+        const double vv = v.x * v.x + v.y * v.y;
+        const double scale = 0.5 / cross(u, v);
+        const Point fromA{(v.y * uu - u.y * vv) * scale, (u.x * vv - v.x * uu) * scale};
+        const double slack = 1e-12 / twiceArea;
+        return {{a.x + fromA.x, a.y + fromA.y},
+                std::sqrt(fromA.x * fromA.x + fromA.y * fromA.y + slack) + slack + 1e-9};
+    }
+
+    std::vector<std::int32_t>& cell(int row, int column) {
+        return cells_[static_cast<std::size_t>(row) * static_cast<std::size_t>(size_) +
+                      static_cast<std::size_t>(column)];
+    }
+
+    int size_;
+    std::vector<std::vector<std::int32_t>> cells_;
+    std::vector<std::int32_t> everywhere_;
+};
+
+/// Triangulation under construction: nodes first, then three vertices far outside the unit square. Triangles keep their
+/// numbers, so that their order is that of a plain search through all of them.
 class Builder {
 public:
-    Builder(const std::vector<double>& x, const std::vector<double>& y) : nodeCount_(x.size()) {
+    Builder(const std::vector<double>& x, const std::vector<double>& y) : nodeCount_(x.size()), net_(x.size()) {
         points_.reserve(nodeCount_ + 3);
         for (std::size_t i = 0; i < nodeCount_; ++i) {
             points_.push_back({x[i], y[i]});
         }
         points_.insert(points_.end(), {{-10.0, -10.0}, {20.0, -10.0}, {-10.0, 20.0}});
         const auto first = static_cast<std::int32_t>(nodeCount_);
-        triangles_.push_back({first, first + 1, first + 2});
+        add({first, first + 1, first + 2});
     }
 
     void insert(std::int32_t node) {
@@ -46,9 +115,9 @@ public:
             }
             const auto [a, b] = edges_[i];
             if (cross(relative(a, node), relative(b, node)) >= 0.0) {
-                triangles_.push_back({node, a, b});
+                add({node, a, b});
             } else {
-                triangles_.push_back({node, b, a});
+                add({node, b, a});
             }
         }
     }
@@ -56,23 +125,36 @@ public:
     /// The triangles between nodes alone.
     std::vector<Triangle> finish() && {
         std::erase_if(triangles_, [this](const Triangle& triangle) {
-            return std::ranges::any_of(
-                triangle, [this](std::int32_t vertex) { return static_cast<std::size_t>(vertex) >= nodeCount_; });
+            return isGone(triangle) || std::ranges::any_of(triangle, [this](std::int32_t vertex) {
+                       return static_cast<std::size_t>(vertex) >= nodeCount_;
+                   });
         });
         return std::move(triangles_);
     }
 
 private:
+    static constexpr std::int32_t None = -1;
+
+    static bool isGone(const Triangle& triangle) { return triangle[0] == None; }
+
+    const Point& pointOf(std::int32_t vertex) const { return points_[static_cast<std::size_t>(vertex)]; }
+
+    void add(const Triangle& triangle) {
+        net_.add(static_cast<std::int32_t>(triangles_.size()), pointOf(triangle[0]), pointOf(triangle[1]),
+                 pointOf(triangle[2]));
+        triangles_.push_back(triangle);
+    }
+
     Point relative(std::int32_t vertex, std::int32_t origin) const {
-        const Point& p = points_[static_cast<std::size_t>(vertex)];
-        const Point& o = points_[static_cast<std::size_t>(origin)];
+        const Point& p = pointOf(vertex);
+        const Point& o = pointOf(origin);
         return {p.x - o.x, p.y - o.y};
     }
 
     /// Whether the point lies strictly inside the circle through the triangle's corners.
     bool isBad(const Triangle& triangle, Point point) const {
         const auto corner = [&](std::size_t k) {
-            const Point& p = points_[static_cast<std::size_t>(triangle[k])];
+            const Point& p = pointOf(triangle[k]);
             return Point{p.x - point.x, p.y - point.y};
         };
         const Point a = corner(0);
@@ -84,21 +166,26 @@ private:
         return a.x * (b.y * cc - bb * c.y) - a.y * (b.x * cc - bb * c.x) + aa * (b.x * c.y - b.y * c.x) > 0.0;
     }
 
-    /// Takes out the triangles whose circle holds the point, in one pass, and lists their edges.
+    /// Takes out the triangles whose circle holds the point, and lists their edges.
     void removeBad(Point point) {
-        edges_.clear();
-        std::size_t kept = 0;
-        for (std::size_t i = 0; i < triangles_.size(); ++i) {
-            const Triangle triangle = triangles_[i];
-            if (isBad(triangle, point)) {
-                for (std::size_t k = 0; k < 3; ++k) {
-                    edges_.push_back({triangle[k], triangle[(k + 1) % 3]});
-                }
-            } else {
-                triangles_[kept++] = triangle;
+        bad_.clear();
+        net_.visitNear(point, [&](std::int32_t number) {
+            const Triangle& triangle = triangles_[static_cast<std::size_t>(number)];
+            const bool stays = !isGone(triangle) && !isBad(triangle, point);
+            if (!stays && !isGone(triangle)) {
+                bad_.push_back(number);
             }
+            return stays;
+        });
+        std::ranges::sort(bad_);
+        edges_.clear();
+        for (const std::int32_t number : bad_) {
+            Triangle& triangle = triangles_[static_cast<std::size_t>(number)];
+            for (std::size_t k = 0; k < 3; ++k) {
+                edges_.push_back({triangle[k], triangle[(k + 1) % 3]});
+            }
+            triangle[0] = None;
         }
-        triangles_.resize(kept);
     }
 
     /// Edges that two bad triangles have in common are inside the hole; the others are its boundary.
@@ -119,7 +206,9 @@ private:
 
     std::size_t nodeCount_;
     std::vector<Point> points_;
-    std::vector<Triangle> triangles_;
+    std::vector<Triangle> triangles_; // those taken out stay, without their first vertex
+    CircleNet net_;
+    std::vector<std::int32_t> bad_;
     std::vector<Edge> edges_;
     std::vector<bool> shared_;
     std::vector<std::pair<std::uint64_t, std::size_t>> order_;
