@@ -2,6 +2,7 @@
 
 #include "calc/RadialSeries.h"
 #include "core/ErrorReport.h"
+#include "io/EventSeries.h"
 #include "io/VQDReader.h"
 
 #include <opencv2/imgproc.hpp>
@@ -171,11 +172,12 @@ StepResult fourierDeformations(VQDReader& reader, const StepControl& control) {
     if (!reader.hasMask()) {
         return {};
     }
+    EventSeries series(reader);
     StepResult result = fourierDeformations(
         reader.eventCount(),
-        [&reader](std::size_t event, std::string& problem) {
+        [&series](std::size_t event, std::string& problem) {
             MaskPicture mask;
-            mask.pixels = reader.getMask(event, &mask.width, &mask.height, &problem);
+            mask.pixels = series.getMask(event, &mask.width, &mask.height, &problem);
             return mask;
         },
         control);

@@ -3,6 +3,7 @@
 #include "calc/fluorescence/FLChannels.h"
 #include "calc/fluorescence/PeakSearch.h"
 #include "core/VQDMetadata.h"
+#include "io/EventSeries.h"
 #include "io/VQDReader.h"
 
 #include <algorithm>
@@ -263,10 +264,11 @@ StepResult refineFluorescence(VQDReader& reader, const FLRefinementPlan& plan, c
         const std::string prefix = "fl" + std::to_string(channel.number);
         columns.channels.push_back({columnOf(prefix + "_max"), columnOf(prefix + "_pos")});
     }
+    EventSeries series(reader);
     StepResult result = refineFluorescence(
         plan, columns,
-        [&reader](int channel, std::size_t event, std::string& problem) {
-            return reader.getTrace(rawTraceName(channel), event, &problem);
+        [&series](int channel, std::size_t event, std::string& problem) {
+            return series.getTrace(rawTraceName(channel), event, &problem);
         },
         control);
     reportUnreadable("FLRefinement", "traces", result, reader.path());
