@@ -103,15 +103,15 @@ public:
         const std::vector<double> positions(traceCount, 100.0);
         for (const char* channel : {"fl1", "fl2", "fl3"}) {
             const std::string name = channel;
-            write(group, name + "_raw", H5T_NATIVE_INT16, {traceCount, traceSamples}, samples.data());
-            write(events, name + "_max", H5T_NATIVE_DOUBLE, {traceCount}, heights.data());
-            write(events, name + "_pos", H5T_NATIVE_DOUBLE, {traceCount}, positions.data());
+            writePacked(group, name + "_raw", H5T_NATIVE_INT16, {traceCount, traceSamples}, samples.data());
+            writeColumn(events, name + "_max", heights);
+            writeColumn(events, name + "_pos", positions);
         }
         std::vector<std::uint8_t> pixels;
         for (const MaskPicture& mask : masks()) {
             pixels.insert(pixels.end(), mask.pixels.begin(), mask.pixels.end());
         }
-        write(events, "mask", H5T_NATIVE_UINT8, {maskCount, maskHeight, maskWidth}, pixels.data());
+        writePacked(events, "mask", H5T_NATIVE_UINT8, {maskCount, maskHeight, maskWidth}, pixels.data());
         H5Gclose(group);
         H5Gclose(events);
         checked(H5Fclose(file));
@@ -127,22 +127,6 @@ public:
     }
 
 private:
-    static void write(hid_t group, const std::string& name, hid_t type, const std::vector<hsize_t>& extent,
-                      const void* data) {
-        std::vector<hsize_t> chunk = extent;
-        chunk[0] = extent.size() == 1 ? extent[0] : 10;
-        const hid_t properties = checked(H5Pcreate(H5P_DATASET_CREATE));
-        checked(H5Pset_chunk(properties, static_cast<int>(chunk.size()), chunk.data()));
-        checked(H5Pset_deflate(properties, 5));
-        const hid_t space = checked(H5Screate_simple(static_cast<int>(extent.size()), extent.data(), nullptr));
-        const hid_t dataset =
-            checked(H5Dcreate2(group, name.c_str(), type, space, H5P_DEFAULT, properties, H5P_DEFAULT));
-        checked(H5Dwrite(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, data));
-        H5Dclose(dataset);
-        H5Sclose(space);
-        H5Pclose(properties);
-    }
-
     std::string path_;
 };
 

@@ -1,5 +1,7 @@
 // Calculations as the window runs them: over several datasets at once, and what the user feels of them meanwhile.
 
+#include "BenchFile.h"
+
 #include "calc/emodulus/EModulus.h"
 #include "core/DatasetEntry.h"
 #include "io/VQDReader.h"
@@ -111,13 +113,7 @@ private:
             for (std::size_t i = 0; i < events; ++i) {
                 column.push_back(values(random));
             }
-            const hsize_t extent = events;
-            const hid_t space = H5Screate_simple(1, &extent, nullptr);
-            const hid_t dataset =
-                H5Dcreate2(group, name, H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-            H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, column.data());
-            H5Dclose(dataset);
-            H5Sclose(space);
+            writeColumn(group, name, column);
         };
         write("area_um", 40.0, 150.0);
         write("deform", 0.005, 0.15);

@@ -1,3 +1,5 @@
+#include "BenchFile.h"
+
 #include "../tests/support/PlainHost.h"
 #include "calc/density/Contours.h"
 #include "core/DatasetEntry.h"
@@ -59,21 +61,6 @@ struct CombineSession {
     }
 
 private:
-    /// A file with one column; the others are computed ones.
-    static void writeFile(const QString& path, const std::vector<double>& area) {
-        const hid_t file = H5Fcreate(path.toUtf8().constData(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
-        const hid_t group = H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-        const hsize_t extent = area.size();
-        const hid_t space = H5Screate_simple(1, &extent, nullptr);
-        const hid_t dataset =
-            H5Dcreate2(group, "area_um", H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-        H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, area.data());
-        H5Dclose(dataset);
-        H5Sclose(space);
-        H5Gclose(group);
-        H5Fclose(file);
-    }
-
     void fill(VQDReader& reader, std::size_t events, unsigned seed) {
         std::mt19937 random(seed);
         std::normal_distribution<double> normal;
@@ -88,7 +75,7 @@ private:
             bright[i] = uniform(random);
         }
         const QString path = folder_.filePath(QStringLiteral("%1.vqd").arg(seed));
-        writeFile(path, area);
+        writeOneColumnFile(path.toStdString(), "area_um", area); // the others are computed ones
         reader.open(path.toStdString());
         reader.getFeature("area_um");
         reader.setFeature("deform", std::move(deform));

@@ -77,14 +77,8 @@ std::string featureName(std::size_t i) {
 void writeColumnOfIndices(hid_t file, std::size_t events) {
     std::vector<double> indices(events);
     std::iota(indices.begin(), indices.end(), 0.0);
-    const hsize_t extent = events;
     const hid_t group = checked(H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
-    const hid_t space = checked(H5Screate_simple(1, &extent, nullptr));
-    const hid_t column =
-        checked(H5Dcreate2(group, "index", H5T_IEEE_F64LE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
-    H5Dwrite(column, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, indices.data());
-    H5Dclose(column);
-    H5Sclose(space);
+    writeColumn(group, "index", indices);
     H5Gclose(group);
 }
 

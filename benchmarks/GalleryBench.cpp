@@ -59,7 +59,8 @@ public:
         const hid_t group = checked(H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
         writePictures(group, size);
         for (const char* name : {"pos_x", "pos_y", "size_x", "size_y"}) {
-            writeColumn(group, name, size.events, name[0] == 's' ? 18.0 : name[4] == 'x' ? 40.0 : 16.0);
+            const double value = name[0] == 's' ? 18.0 : name[4] == 'x' ? 40.0 : 16.0;
+            writeColumn(group, name, std::vector<double>(size.events, value));
         }
         H5Gclose(group);
         checked(H5Fclose(file));
@@ -105,16 +106,6 @@ private:
         H5Sclose(space);
         H5Dclose(dataset);
         H5Pclose(properties);
-    }
-
-    static void writeColumn(hid_t group, const char* name, hsize_t events, double value) {
-        const hid_t space = checked(H5Screate_simple(1, &events, nullptr));
-        const hid_t dataset =
-            checked(H5Dcreate2(group, name, H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
-        const std::vector<double> values(events, value);
-        checked(H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data()));
-        H5Dclose(dataset);
-        H5Sclose(space);
     }
 
     std::string path_;

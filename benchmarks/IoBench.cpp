@@ -19,6 +19,7 @@
 namespace {
 
 using Tessaly::checked;
+using Tessaly::writePacked;
 
 constexpr int columnCount = 40;
 constexpr std::size_t pictureEvents = 1000;
@@ -100,24 +101,6 @@ private:
         return made_.emplace_back(path);
     }
 
-    template <typename Value, std::size_t rank>
-    static void writeCompressed(hid_t group, const std::string& name, hid_t type,
-                                const std::array<hsize_t, rank>& extent, std::size_t rowsPerChunk,
-                                const std::vector<Value>& values) {
-        std::array<hsize_t, rank> chunk = extent;
-        chunk[0] = rowsPerChunk;
-        const hid_t properties = checked(H5Pcreate(H5P_DATASET_CREATE));
-        checked(H5Pset_chunk(properties, static_cast<int>(rank), chunk.data()));
-        checked(H5Pset_deflate(properties, 5));
-        const hid_t space = checked(H5Screate_simple(static_cast<int>(rank), extent.data(), nullptr));
-        const hid_t dataset =
-            checked(H5Dcreate2(group, name.c_str(), type, space, H5P_DEFAULT, properties, H5P_DEFAULT));
-        checked(H5Dwrite(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data()));
-        H5Dclose(dataset);
-        H5Sclose(space);
-        H5Pclose(properties);
-    }
-
     const std::string& writePictures(const std::string& path) {
         Tessaly::initializeHdf5();
         std::mt19937 random(2);
@@ -133,11 +116,11 @@ private:
         }
         const hid_t file = checked(H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT));
         const hid_t events = checked(H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
-        writeCompressed(events, "image", H5T_NATIVE_UINT8, pictureExtent, 10, image);
-        writeCompressed(events, "mask", H5T_NATIVE_UINT8, pictureExtent, 10, mask);
+        writePacked(events, "image", H5T_NATIVE_UINT8, {pictureExtent.begin(), pictureExtent.end()}, image.data());
+        writePacked(events, "mask", H5T_NATIVE_UINT8, {pictureExtent.begin(), pictureExtent.end()}, mask.data());
         const hid_t group = checked(H5Gcreate2(events, "trace", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
         for (const std::string& name : traces) {
-            writeCompressed(group, name, H5T_NATIVE_INT16, traceExtent, 10, trace);
+            writePacked(group, name, H5T_NATIVE_INT16, {traceExtent.begin(), traceExtent.end()}, trace.data());
         }
         H5Gclose(group);
         H5Gclose(events);

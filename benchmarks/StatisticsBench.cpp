@@ -1,5 +1,7 @@
 // Comparisons of datasets: their values, tests, curves and distributions, against plain sorts of the same numbers.
 
+#include "BenchFile.h"
+
 #include "../tests/support/PlainHost.h"
 #include "io/VQDReader.h"
 #include "session/Session.h"
@@ -89,21 +91,7 @@ void rocOfPairs(benchmark::State& state) {
 /// A file with so many events and one column, removed with this object.
 class EventFile {
 public:
-    explicit EventFile(std::size_t events) {
-        const hid_t file = H5Fcreate(path_.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
-        const hid_t group = H5Gcreate2(file, "events", H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-        const hsize_t size = events;
-        const hid_t space = H5Screate_simple(1, &size, nullptr);
-        const hid_t column = H5Dcreate2(group, "time", H5T_IEEE_F64LE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-        const std::vector<double> zeros(events);
-        if (H5Dwrite(column, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, zeros.data()) < 0) {
-            throw std::runtime_error("the file library failed");
-        }
-        H5Dclose(column);
-        H5Sclose(space);
-        H5Gclose(group);
-        H5Fclose(file);
-    }
+    explicit EventFile(std::size_t events) { writeOneColumnFile(path_, "time", std::vector<double>(events)); }
     ~EventFile() { std::filesystem::remove(path_); }
     EventFile(const EventFile&) = delete;
     EventFile& operator=(const EventFile&) = delete;

@@ -5,6 +5,7 @@
 #include <QHelpEvent>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QToolTip>
 
 #include <algorithm>
@@ -22,11 +23,24 @@ QPixmap pixmapOf(const GalleryTile& tile) {
         return {};
     }
     const QImage grey(tile.pixels.data(), tile.width, tile.height, tile.width, QImage::Format_Grayscale8);
-    return QPixmap::fromImage(grey.copy());
+    return QPixmap::fromImage(grey.convertToFormat(QImage::Format_RGB32)); // a copy, in the form that is painted
 }
 
-QLabel* newLabel(QWidget* parent) {
-    auto* label = new QLabel(parent);
+/// Its picture and nothing else: what a style draws around it costs more time than a hundred pictures have.
+class PictureLabel : public QLabel {
+public:
+    using QLabel::QLabel;
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        const QPixmap picture = pixmap();
+        if (!picture.isNull()) {
+            QPainter(this).drawPixmap(0, 0, picture);
+        }
+    }
+};
+
+QLabel* prepared(QLabel* label) {
     label->setTextFormat(Qt::PlainText);
     label->setAlignment(Qt::AlignCenter);
     label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
@@ -79,7 +93,7 @@ void GalleryGridWidget::prepareSlice() {
 
 void GalleryGridWidget::prepareCell(std::size_t index) {
     if (index == cells_.size()) {
-        Cell made{newLabel(this), newLabel(this)};
+        Cell made{prepared(new PictureLabel(this)), prepared(new QLabel(this))};
         made.image->ensurePolished();
         made.caption->ensurePolished();
         cells_.push_back(made);
