@@ -20,13 +20,14 @@ if(Python3_FOUND AND DPKG_QUERY)
 endif()
 
 # Everything that is installed. Tests and tools need not be built for a package.
-add_custom_target(packaged DEPENDS tessaly tessaly_probe manual)
+add_custom_target(packaged DEPENDS tessaly tessaly_batch_program tessaly_probe manual)
 if(TARGET licenses)
     add_dependencies(packaged licenses)
 endif()
 
 set(program_dir lib/tessaly)
 install(TARGETS tessaly tessaly_batch_program tessaly_probe RUNTIME DESTINATION ${program_dir}/bin)
+install(TARGETS tessaly_ondemand LIBRARY DESTINATION ${program_dir}/lib)
 install(FILES "${CMAKE_SOURCE_DIR}/data/LUT_LE_2D_FEM.txt" "${CMAKE_BINARY_DIR}/data/tessaly.qch"
     DESTINATION ${program_dir}/data)
 install(DIRECTORY "${licenses_dir}" DESTINATION ${program_dir}/share/tessaly OPTIONAL)

@@ -153,7 +153,7 @@ END
 
 # configuration NAME: where a run of that name reads and writes.
 configuration() {
-    printf 'root: %s\nplan: %s\noutput: %s\nmemory_mb: 50\nminutes: 5\nmerge: ""\n' \
+    printf 'root: %s\nplan: %s\noutput: %s\nfiles_a_job: 5\nmemory_mb: 50\nminutes: 1\nmerge: ""\n' \
         "$work/data" "$work/plan.json" "$work/$1" >"$work/$1.yaml"
     printf '%s' "$work/$1.yaml"
 }
@@ -177,7 +177,7 @@ write_configuration
 start_cluster
 say "Run on the cluster"
 # A session of its own, so that all of its processes can be ended together.
-setsid "$ROOT_DIR/scripts/batch.sh" --profile slurm "$(configuration slurm)" --jobs 4 --group-components files=20 \
+setsid "$ROOT_DIR/scripts/batch.sh" --profile slurm "$(configuration slurm)" --jobs 4 --group-components files=4 \
     >>"$work/workflow.log" 2>&1 &
 daemon[workflow]=$!
 until_true 120 a_job_runs || fail "no job runs: $(tail -n 15 "$work/workflow.log")"
@@ -192,7 +192,7 @@ echo "Restarted the controller"
 if ! wait "${daemon[workflow]}"; then
     daemon[workflow]=
     say "Continuing the run"
-    run_workflow slurm "$(configuration slurm)" --jobs 4 --group-components files=20 ||
+    run_workflow slurm "$(configuration slurm)" --jobs 4 --group-components files=4 ||
         fail "the run could not be continued: $(tail -n 15 "$work/workflow.log")"
 fi
 daemon[workflow]=

@@ -34,11 +34,11 @@ struct PlanInUse {
     std::string program; ///< version
 };
 
-/// How the work on one file ended.
+/// How the work on one file ended, from good to bad.
 enum class FileOutcome {
     Done,
-    Skipped,   ///< its results are there and newer than what they come from
     Failed,    ///< the file can't be done; its record says why
+    Killed,    ///< somebody ended the work on it; nothing is left of that
     NotWritten ///< the results can't be written, e.g. because the disk is full; nothing of them is left
 };
 

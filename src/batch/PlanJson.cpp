@@ -42,20 +42,28 @@ QJsonArray textsOf(const std::vector<std::string>& texts) {
     return array;
 }
 
+/// Calls `visit` with the name and the place of each parameter.
+template <typename Params, typename Visit>
+void visitRefinement(Params& params, const Visit& visit) {
+    visit("hampel1", params.hampel1);
+    visit("hampel1HalfWindow", params.hampel1HalfWindow);
+    visit("hampel1Threshold", params.hampel1Threshold);
+    visit("hampel2", params.hampel2);
+    visit("hampel2HalfWindow", params.hampel2HalfWindow);
+    visit("hampel2Threshold", params.hampel2Threshold);
+    visit("median", params.median);
+    visit("medianHalfWindow", params.medianHalfWindow);
+    visit("rolling", params.rolling);
+    visit("rollingHalfWindow", params.rollingHalfWindow);
+    visit("savitzkyGolay", params.savitzkyGolay);
+    visit("savitzkyGolayHalfWindow", params.savitzkyGolayHalfWindow);
+    visit("flMaxThreshold", params.flMaxThreshold);
+}
+
 QJsonObject refinementToJson(const FLRefinementParams& params) {
-    return {{"hampel1", params.hampel1},
-            {"hampel1HalfWindow", params.hampel1HalfWindow},
-            {"hampel1Threshold", static_cast<double>(params.hampel1Threshold)},
-            {"hampel2", params.hampel2},
-            {"hampel2HalfWindow", params.hampel2HalfWindow},
-            {"hampel2Threshold", static_cast<double>(params.hampel2Threshold)},
-            {"median", params.median},
-            {"medianHalfWindow", params.medianHalfWindow},
-            {"rolling", params.rolling},
-            {"rollingHalfWindow", params.rollingHalfWindow},
-            {"savitzkyGolay", params.savitzkyGolay},
-            {"savitzkyGolayHalfWindow", params.savitzkyGolayHalfWindow},
-            {"flMaxThreshold", params.flMaxThreshold}};
+    QJsonObject object;
+    visitRefinement(params, [&object](const char* name, auto value) { object[QLatin1String(name)] = value; });
+    return object;
 }
 
 QJsonObject compensationToJson(const PlanCompensation& compensation) {
@@ -230,19 +238,7 @@ using namespace Qt::StringLiterals;
 FLRefinementParams refinementFrom(const QJsonValue& value) {
     Reader reader(value, QStringLiteral("calculations.refinement"));
     FLRefinementParams params;
-    reader.read("hampel1"_L1, params.hampel1);
-    reader.read("hampel1HalfWindow"_L1, params.hampel1HalfWindow);
-    reader.read("hampel1Threshold"_L1, params.hampel1Threshold);
-    reader.read("hampel2"_L1, params.hampel2);
-    reader.read("hampel2HalfWindow"_L1, params.hampel2HalfWindow);
-    reader.read("hampel2Threshold"_L1, params.hampel2Threshold);
-    reader.read("median"_L1, params.median);
-    reader.read("medianHalfWindow"_L1, params.medianHalfWindow);
-    reader.read("rolling"_L1, params.rolling);
-    reader.read("rollingHalfWindow"_L1, params.rollingHalfWindow);
-    reader.read("savitzkyGolay"_L1, params.savitzkyGolay);
-    reader.read("savitzkyGolayHalfWindow"_L1, params.savitzkyGolayHalfWindow);
-    reader.read("flMaxThreshold"_L1, params.flMaxThreshold);
+    visitRefinement(params, [&reader](const char* name, auto& field) { reader.read(QLatin1StringView(name), field); });
     reader.finish();
     return params;
 }
@@ -290,24 +286,23 @@ EModulusSettings modulusFrom(const QJsonValue& value) {
 
 FilterRule ruleFrom(const QJsonValue& value, const QString& place) {
     Reader reader(value, place);
-    for (const auto key : {"enabled"_L1, "inverted"_L1}) {
-        bool flag = false;
-        reader.read(key, flag);
-    }
-    for (const auto key : {"scaleXMode"_L1, "scaleYMode"_L1}) {
-        int mode = 0;
-        reader.read(key, mode);
-    }
-    std::string type;
-    reader.read("type"_L1, type);
-    reader.require(type == "Range" || type == "Polygon", "type"_L1, Texts::tr("\"Range\" or \"Polygon\""));
-    std::string feature;
-    reader.read("featureName"_L1, feature);
-    reader.require(!feature.empty(), "featureName"_L1, Texts::tr("the name of a feature"));
-    std::string second;
-    reader.read("featureNameY"_L1, second);
+    // Only looked at here: the rule is made below, as of a session's.
+    bool flag = false;
+    int mode = 0;
     std::string link;
+    std::string type;
+    std::string feature;
+    std::string second;
+    reader.read("enabled"_L1, flag);
+    reader.read("inverted"_L1, flag);
+    reader.read("scaleXMode"_L1, mode);
+    reader.read("scaleYMode"_L1, mode);
     reader.read("propagationId"_L1, link);
+    reader.read("type"_L1, type);
+    reader.read("featureName"_L1, feature);
+    reader.read("featureNameY"_L1, second);
+    reader.require(type == "Range" || type == "Polygon", "type"_L1, Texts::tr("\"Range\" or \"Polygon\""));
+    reader.require(!feature.empty(), "featureName"_L1, Texts::tr("the name of a feature"));
     const auto isNumber = [](const QJsonValue& number) { return number.isDouble(); };
     if (type == "Range") {
         reader.require(isNumber(reader.take("minValue"_L1)), "minValue"_L1, Texts::tr("a number"));

@@ -6,9 +6,12 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <csignal>
+#include <exception>
 
 namespace Tessaly {
 
@@ -35,7 +38,7 @@ FileOutcome outcomeOfCrash(const ResultPlace& place, const PlanInUse& plan, cons
     if (end.signal == SIGKILL && !end.timedOut) {
         // Not the file's doing: the machine is out of memory, or somebody ended it.
         tellOf(place.source, Texts::tr("the work on it was killed"));
-        return FileOutcome::NotWritten;
+        return FileOutcome::Killed;
     }
     const QString problem = end.timedOut
                                 ? Texts::tr("the work on it took too long")
@@ -70,13 +73,15 @@ CommandLine commandLine() {
     CommandLine line(QStringLiteral("run"),
                      Texts::tr("Does the calculations, gates and outputs of a plan for measurement files."),
                      QStringLiteral("FILE..."), Texts::tr("Measurement files (.vqd)."));
-    line.add({{{"p", "plan"}, Texts::tr("The plan, as \"plan\" or the window writes it."), "PLAN.json"},
-              {{"o", "output"}, Texts::tr("Folder for the results; made if there is none."), "FOLDER"},
-              {"root", Texts::tr("Folder above all files, whose folders the results mirror. Default: each file's own."),
-               "FOLDER"},
-              {"force", Texts::tr("Do files again whose results are complete and up to date.")},
-              {"time-limit", Texts::tr("Give a file up after so many seconds (default %1).").arg(defaultTimeLimit),
-               "SECONDS"}});
+    line.add(
+        {{{"p", "plan"}, Texts::tr("The plan, as \"plan\" or the window writes it."), "PLAN.json"},
+         {{"o", "output"}, Texts::tr("Folder for the results; made if there is none."), "FOLDER"},
+         {"root", Texts::tr("Folder above all files, whose folders the results mirror. Default: each file's own."),
+          "FOLDER"},
+         {"force", Texts::tr("Do files again whose results are complete and up to date.")},
+         {"mark", Texts::tr("Make this empty file when every file is done or its record says why it isn't."), "FILE"},
+         {"time-limit", Texts::tr("Give a file up after so many seconds (default %1).").arg(defaultTimeLimit),
+          "SECONDS"}});
     return line;
 }
 
@@ -94,6 +99,43 @@ QString findPlaces(const CommandLine& line, std::vector<ResultPlace>& places) {
         places.push_back(*place);
     }
     return {};
+}
+
+/// Gets what the work on every file needs, once for the copies of this process. False if a part of the program is
+/// missing.
+bool prepare(const BatchPlan& plan, EModulus& engine) {
+    if (plan.modulus) {
+        engine.triangulate(0);
+    }
+    try {
+        if (plan.fourier || plan.refinement || plan.compensation) {
+            inverseOf({{1.0}}); // loads what stands behind it
+        }
+        return true;
+    } catch (const std::exception& error) {
+        tell(QString::fromUtf8(error.what()));
+        return false;
+    }
+}
+
+/// Does one file after the other. Returns the worst that happened: the outcomes stand in this order.
+FileOutcome doFiles(const std::vector<ResultPlace>& places, const PlanInUse& plan, bool force,
+                    std::chrono::seconds timeLimit) {
+    std::optional<EModulus> engine;
+    FileOutcome worst = FileOutcome::Done;
+    for (const ResultPlace& place : places) {
+        if (!force && isUpToDate(place, plan)) {
+            continue;
+        }
+        if (!engine && !prepare(plan.plan, engine.emplace())) {
+            return FileOutcome::NotWritten;
+        }
+        worst = std::max(worst, doFile(place, plan, *engine, timeLimit));
+        if (worst == FileOutcome::NotWritten) {
+            break; // the next file would fare no better
+        }
+    }
+    return worst;
 }
 
 } // namespace
@@ -127,24 +169,17 @@ int runCommand(const QStringList& arguments) {
     if (const QString problem = findPlaces(line, places); !problem.isEmpty()) {
         return line.complain(problem);
     }
-    EModulus engine;
-    if (plan.plan.modulus && places.size() > 1) {
-        engine.triangulate(0); // once, for the copies of this process
+    const QString mark = line.value("mark");
+    if (!mark.isEmpty()) {
+        QFile::remove(mark);
     }
-    int code = ExitCode::Done;
-    for (const ResultPlace& place : places) {
-        if (!line.has("force") && isUpToDate(place, plan)) {
-            continue;
-        }
-        const FileOutcome outcome = doFile(place, plan, engine, std::chrono::seconds(seconds));
-        if (outcome == FileOutcome::NotWritten) {
-            return ExitCode::Failed; // the next file would fare no better
-        }
-        if (outcome == FileOutcome::Failed) {
-            code = ExitCode::Failed;
-        }
+    const FileOutcome worst = doFiles(places, plan, line.has("force"), std::chrono::seconds(seconds));
+    const bool isThrough = worst == FileOutcome::Done || worst == FileOutcome::Failed;
+    if (isThrough && !mark.isEmpty() && !QFile(mark).open(QIODevice::WriteOnly)) {
+        tellOf(mark, Texts::tr("can't be written"));
+        return ExitCode::Failed;
     }
-    return code;
+    return worst == FileOutcome::Done ? ExitCode::Done : ExitCode::Failed;
 }
 
 } // namespace Tessaly

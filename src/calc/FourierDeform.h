@@ -1,6 +1,7 @@
 #pragma once
 
 #include "calc/CalculationStep.h"
+#include "calc/Outlines.h"
 
 #include <QObject>
 
@@ -17,12 +18,6 @@ namespace Tessaly {
 
 class VQDReader;
 
-/// A pixel on the outline of a cell.
-struct OutlinePoint {
-    int x = 0;
-    int y = 0;
-};
-
 /// Deformations of a cell's outline rebuilt from some of its harmonics.
 struct FourierResult {
     double deformOdd = std::numeric_limits<double>::quiet_NaN();  ///< from the odd orders
@@ -30,20 +25,8 @@ struct FourierResult {
     double deformFc = std::numeric_limits<double>::quiet_NaN();   ///< from all orders
 };
 
-/// A segmentation mask, row by row, length width x height; non-zero is inside.
-struct MaskPicture {
-    std::vector<std::uint8_t> pixels;
-    int width = 0;
-    int height = 0;
-};
-
 /// Gives an event's mask; one without pixels if it can't be read, and `problem` then says why.
 using MaskSource = std::function<MaskPicture(std::size_t event, std::string& problem)>;
-
-/// The outline that is analysed: of the outer outlines with at least 5 points the one around the largest area, the
-/// first of equal ones. Empty if there is none, or none around an area. Any thread, about 10 us for a cell of 60
-/// pixels. Source of the method: S. Suzuki, K. Abe, Comput. Vis. Graph. Image Process. 30 (1985), 32.
-std::vector<OutlinePoint> cellOutline(const MaskPicture& mask);
 
 /// Fourier deformations of all events: columns "deform_odd", "deform_even" (both or neither of an event) and
 /// "deform_fc", NaN where a mask is missing, unreadable or without a usable outline.

@@ -2,8 +2,6 @@
 
 #include "stats/Quantiles.h"
 
-#include <opencv2/core.hpp>
-
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -49,25 +47,6 @@ int firstPixel(double centre, int cutout, int picture) {
 }
 
 } // namespace
-
-ContrastTable contrastTable(int lo, int hi) {
-    ContrastTable table{};
-    lo = std::max(lo, 0);
-    hi = std::min(hi, 255);
-    if (lo >= hi) {
-        return table;
-    }
-    std::iota(table.begin(), table.end(), std::uint8_t{0});
-    if (lo == 0 && hi == 255) {
-        return table;
-    }
-    const cv::Mat greys(1, static_cast<int>(table.size()), CV_8UC1, table.data());
-    const double scale = 255.0 / (hi - lo);
-    cv::Mat stretched;
-    greys.convertTo(stretched, -1, scale, -lo * scale);
-    std::copy_n(stretched.ptr<std::uint8_t>(), table.size(), table.begin());
-    return table;
-}
 
 GalleryTile cutOut(const PictureView& picture, double cx, double cy, int w, int h, const ContrastTable& contrast) {
     GalleryTile tile;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "calc/ContrastTable.h"
 #include "io/VQDReader.h"
 
 #include <array>
@@ -47,8 +48,6 @@ struct GalleryAutoContrastResult {
     int generation = 0;
 };
 
-/// Grey values after the contrast was stretched, by those before.
-using ContrastTable = std::array<std::uint8_t, 256>;
 /// How often each grey value occurs.
 using GreyCounts = std::array<std::uint64_t, 256>;
 
@@ -56,10 +55,6 @@ using GreyCounts = std::array<std::uint64_t, 256>;
 constexpr std::size_t GalleryPageBytes = std::size_t{256} << 20;
 /// Longest side of a tile that sizes of cells lead to.
 constexpr int LongestCutoutSide = 16384;
-
-/// Stretches lo..hi to 0..255, rounding to the nearest, halves to even. Limits outside of 0..255 are moved there; with
-/// lo not below hi everything is black.
-ContrastTable contrastTable(int lo, int hi);
 
 /// The w x h pixels whose middle is the one nearest to (cx, cy); its left edge lies w / 2 (rounded down) before
 /// std::round(cx). What sticks out of the picture is black.

@@ -101,40 +101,61 @@ std::string fileNameOf(hid_t object) {
     return name;
 }
 
-/// A stretch of the file as it lies on the disk.
-class FileBytes {
-public:
-    explicit FileBytes(const std::string& path) : stream_(path, std::ios::binary) {}
+} // namespace
 
-    std::vector<unsigned char> read(std::uint64_t position, std::uint64_t length) {
-        std::vector<unsigned char> bytes(length);
-        stream_.seekg(static_cast<std::streamoff>(position));
-        stream_.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length));
-        if (!stream_) {
+/// The file as it lies on the disk. What is asked for next mostly lies behind what was asked for last, so that more is
+/// read than asked for.
+class HeapTexts::Bytes {
+public:
+    explicit Bytes(const std::string& path) {
+        stream_.rdbuf()->pubsetbuf(nullptr, 0); // the buffer is here
+        stream_.open(path, std::ios::binary);
+    }
+
+    std::span<const unsigned char> read(std::uint64_t position, std::uint64_t length) {
+        if (position < begin_ || position - begin_ > held_.size() || held_.size() - (position - begin_) < length) {
+            constexpr std::uint64_t most = 8192;
+            fill(position, std::max(length, most));
+        }
+        if (held_.size() - (position - begin_) < length) {
             throw FileError("the text lies behind the end of the file");
         }
-        return bytes;
+        return std::span<const unsigned char>(held_).subspan(position - begin_, length);
     }
 
 private:
+    void fill(std::uint64_t position, std::uint64_t length) {
+        held_.resize(length);
+        begin_ = position;
+        stream_.clear();
+        stream_.seekg(static_cast<std::streamoff>(position));
+        stream_.read(reinterpret_cast<char*>(held_.data()), static_cast<std::streamsize>(length));
+        held_.resize(static_cast<std::size_t>(stream_.gcount()));
+    }
+
     std::ifstream stream_;
+    std::uint64_t begin_ = 0;
+    std::vector<unsigned char> held_;
 };
+
+namespace {
 
 /// Walks the objects of a collection: each has index (2 bytes), reference count (2), 4 unused, the length, and the data
 /// padded to 8 bytes. Index 0 is the free space at the end.
-std::string textInHeap(FileBytes& file, const FileNumbers& numbers, const HeapReference& reference) {
+template <typename Bytes>
+std::string textInHeap(Bytes& file, const FileNumbers& numbers, const HeapReference& reference) {
     const std::size_t headerSize = 8 + numbers.lengthSize;
     const std::uint64_t start = numbers.base + reference.address;
-    const std::vector<unsigned char> header = file.read(start, headerSize);
+    const std::span<const unsigned char> header = file.read(start, headerSize);
     if (std::memcmp(header.data(), "GCOL\1", 5) != 0) {
         throw FileError("the text isn't where the attribute says");
     }
-    const std::uint64_t size = littleEndian(std::span(header).last(numbers.lengthSize));
+    const std::uint64_t size = littleEndian(header.last(numbers.lengthSize));
     std::uint64_t at = (headerSize + 7) / 8 * 8;
     while (at < size && size - at > headerSize) {
-        const std::vector<unsigned char> object = file.read(start + at, headerSize);
-        const std::uint64_t index = littleEndian(std::span(object).first(2));
-        const std::uint64_t length = littleEndian(std::span(object).last(numbers.lengthSize));
+        const std::span<const unsigned char> object = file.read(start + at, headerSize);
+        const std::uint64_t index = littleEndian(object.first(2));
+        const std::uint64_t length = littleEndian(object.last(numbers.lengthSize));
         at += (headerSize + 7) / 8 * 8;
         if (index == 0 || length > size - std::min(at, size)) {
             break;
@@ -144,7 +165,7 @@ std::string textInHeap(FileBytes& file, const FileNumbers& numbers, const HeapRe
             if (wanted > longestText) {
                 throw FileError("the text is too long");
             }
-            const std::vector<unsigned char> bytes = file.read(start + at, wanted);
+            const std::span<const unsigned char> bytes = file.read(start + at, wanted);
             return {bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)};
         }
         at += (length + 7) / 8 * 8;
@@ -154,15 +175,21 @@ std::string textInHeap(FileBytes& file, const FileNumbers& numbers, const HeapRe
 
 } // namespace
 
-std::string readHeapText(std::int64_t attribute) {
+HeapTexts::HeapTexts() = default;
+
+HeapTexts::~HeapTexts() = default;
+
+std::string HeapTexts::read(std::int64_t attribute) {
     const Hdf5Id file(H5Iget_file_id(attribute), H5Fclose, "H5Iget_file_id");
     const FileNumbers numbers = numbersOf(file.get());
     const HeapReference reference = referenceOf(attribute, numbers);
     if (reference.length == 0) {
         return {};
     }
-    FileBytes bytes(fileNameOf(attribute));
-    return textInHeap(bytes, numbers, reference);
+    if (!bytes_) {
+        bytes_ = std::make_unique<Bytes>(fileNameOf(attribute));
+    }
+    return textInHeap(*bytes_, numbers, reference);
 }
 
 } // namespace Tessaly

@@ -53,10 +53,10 @@ std::string readFixedText(hid_t attribute, hid_t fileType) {
     return text;
 }
 
-std::optional<std::string> readScalar(hid_t attribute, hid_t type) {
+std::optional<std::string> readScalar(hid_t attribute, hid_t type, HeapTexts& texts) {
     switch (H5Tget_class(type)) {
     case H5T_STRING:
-        return H5Tis_variable_str(type) > 0 ? readHeapText(attribute) : readFixedText(attribute, type);
+        return H5Tis_variable_str(type) > 0 ? texts.read(attribute) : readFixedText(attribute, type);
     case H5T_FLOAT: {
         double value = 0.0;
         readInto(attribute, H5T_NATIVE_DOUBLE, &value);
@@ -148,7 +148,7 @@ void addGate(VQDMetadata& metadata, const std::string& section, const std::strin
     }
 }
 
-void readAttribute(hid_t root, const std::string& name, VQDMetadata& metadata) {
+void readAttribute(hid_t root, const std::string& name, HeapTexts& texts, VQDMetadata& metadata) {
     const Hdf5Id attribute(H5Aopen(root, name.c_str(), H5P_DEFAULT), H5Aclose, "H5Aopen");
     const Hdf5Id type(H5Aget_type(attribute.get()), H5Tclose, "H5Aget_type");
     const Hdf5Id space(H5Aget_space(attribute.get()), H5Sclose, "H5Aget_space");
@@ -162,7 +162,7 @@ void readAttribute(hid_t root, const std::string& name, VQDMetadata& metadata) {
     std::optional<std::string> text;
     switch (H5Sget_simple_extent_type(space.get())) {
     case H5S_SCALAR:
-        text = readScalar(attribute.get(), type.get());
+        text = readScalar(attribute.get(), type.get(), texts);
         break;
     case H5S_SIMPLE:
         if (key && H5Tget_class(type.get()) == H5T_FLOAT) {
@@ -214,9 +214,10 @@ VQDMetadata readFileMetadata(std::int64_t file) {
         std::vector<std::string> names;
         requireSuccess(H5Aiterate2(root.get(), H5_INDEX_CRT_ORDER, H5_ITER_INC, nullptr, collectName, &names),
                        "H5Aiterate2");
+        HeapTexts texts;
         for (std::size_t index = 0; index < names.size(); ++index) {
             try {
-                readAttribute(root.get(), names[index], metadata);
+                readAttribute(root.get(), names[index], texts, metadata);
             } catch (const std::exception& error) {
                 reportError("Warning: failed to read attribute " + std::to_string(index) + ": " + error.what());
             }

@@ -30,13 +30,10 @@ class Batch : public testing::Test {
 protected:
     static QString program() { return QCoreApplication::applicationDirPath() + "/../bin/tessaly_batch"; }
 
-    static ProgramEnd run(const QStringList& arguments, const QString& before = {}) {
+    /// @param before  what a shell does first
+    static ProgramEnd run(const QStringList& arguments, const QString& before = {}, const QString& which = program()) {
         QProcess process;
-        if (before.isEmpty()) {
-            process.start(program(), arguments);
-        } else {
-            process.start("/bin/sh", QStringList{"-c", before + " exec \"$@\"", "sh", program()} + arguments);
-        }
+        process.start("/bin/sh", QStringList{"-c", before + " exec \"$@\"", "sh", which} + arguments);
         EXPECT_TRUE(process.waitForFinished(120'000));
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
         return {process.exitCode(), process.readAllStandardOutput().toStdString(),

@@ -291,6 +291,80 @@ TEST_F(Batch, SkipsWhatIsCompleteAndUpToDate) {
     EXPECT_FALSE(exists("out/.a.vqd.part"));
 }
 
+/// The mark says that nothing is left to be done, and only that.
+TEST_F(Batch, MarksThatEveryFileHasItsRecord) {
+    SampleFileOptions large;
+    large.events = 400'000;
+    large.images = large.masks = large.traces = false;
+    const QString good = QString::fromStdString(write("good.vqd"));
+    const QString slow = QString::fromStdString(write("slow.vqd", large));
+    writeText("in/bad.vqd", "no measurement");
+    BatchPlan plan = smallPlan();
+    plan.table.emplace().features = {"area_um", "deform", "time"};
+    writePlan(plan);
+    const QStringList marking{"--mark", path("mark")};
+    const struct {
+        QStringList files;
+        const char* before;
+        int code;
+        bool marked;
+    } cases[] = {{{good}, "", 0, true},
+                 {{path("in/bad.vqd"), good}, "", 1, true},
+                 {{good}, "ulimit -f 0;", 0, true}, // up to date; an empty file fits a full disk
+                 {{slow, good}, "ulimit -f 0;", 1, false},
+                 {{good}, "rm -rf mark; mkdir -p mark/x; ", 0, true}};
+    for (const auto& [files, before, code, marked] : cases) {
+        const ProgramEnd end = runPlan(marking + files, QLatin1String(before));
+        EXPECT_EQ(end.code, code) << end.err;
+        EXPECT_EQ(exists("mark"), marked) << files.join(' ').toStdString() << before;
+    }
+    EXPECT_EQ(runPlan({"--mark", path("none/mark"), good}).code, 1);
+
+    // Work that is killed costs its own file: those behind it are done, and the run isn't through.
+    QProcess process;
+    std::filesystem::remove_all(folder_.file("out"));
+    process.start(program(), QStringList{"run", "-p", path("plan.json"), "--root", path("in"), "-o", path("out")} +
+                                 marking + QStringList{slow, good});
+    ASSERT_TRUE(process.waitForStarted());
+    const std::string children =
+        "/proc/" + std::to_string(process.processId()) + "/task/" + std::to_string(process.processId()) + "/children";
+    int worker = 0;
+    QElapsedTimer timer;
+    for (timer.start(); worker == 0 && timer.elapsed() < 30'000;) {
+        std::ifstream(children) >> worker;
+    }
+    ASSERT_GT(worker, 0);
+    kill(worker, SIGKILL);
+    ASSERT_TRUE(process.waitForFinished());
+    EXPECT_EQ(process.exitCode(), 1);
+    EXPECT_TRUE(process.readAllStandardError().contains("slow.vqd: the work on it was killed"));
+    EXPECT_TRUE(exists("out/good.vqd.row"));
+    EXPECT_FALSE(exists("out/slow.vqd.row"));
+    EXPECT_FALSE(exists("mark"));
+}
+
+/// Few plans need the module, and these say so if it is gone.
+TEST_F(Batch, LoadsWhatFewPlansNeedWhenTheyNeedIt) {
+    const QString file = QString::fromStdString(write("a.vqd"));
+    std::filesystem::create_directories(folder_.file("alone/bin"));
+    ASSERT_TRUE(QFile::copy(program(), path("alone/bin/tessaly_batch")));
+    const auto code = [&](const BatchPlan& plan, ProgramEnd& end) {
+        writePlan(plan);
+        end = run({"run", "-p", path("plan.json"), "-o", path("out"), file}, {}, path("alone/bin/tessaly_batch"));
+        return end.code;
+    };
+    ProgramEnd end;
+    EXPECT_EQ(code(smallPlan(), end), 0) << end.err;
+    BatchPlan plans[] = {smallPlan(), smallPlan(), smallPlan()};
+    plans[0].fourier = true;
+    plans[1].refinement.emplace();
+    plans[2].compensation = PlanCompensation{{1, 2, 3}, {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+    for (const BatchPlan& plan : plans) {
+        EXPECT_EQ(code(plan, end), 1);
+        EXPECT_NE(end.err.find("tessaly_ondemand"), std::string::npos) << end.err;
+    }
+}
+
 TEST_F(Batch, AFullDiskStopsWithoutHalfOutput) {
     QStringList files;
     for (const char* name : {"a.vqd", "b.vqd"}) {
