@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 #include <utility>
 
 namespace Tessaly {
@@ -36,19 +35,33 @@ struct Moments {
     double max = 0.0;
 };
 
-Moments momentsOf(std::span<const double> values) {
+/// One pass, in which the sum takes the time and the extremes come with it.
+double sumAndExtremes(std::span<const double> values, Moments& moments) {
+    double sum = 0.0;
+    double min = values.front();
+    double max = min;
+    for (const double value : values) {
+        sum += value;
+        min = std::min(value, min);
+        max = std::max(value, max);
+    }
+    moments.min = min;
+    moments.max = max;
+    return sum;
+}
+
+// Not inlined: among calls of other functions the compiler keeps the sums in memory, and the loops wait for it.
+[[gnu::noinline]] Moments momentsOf(std::span<const double> values) {
     Moments moments;
     if (values.empty()) {
         return moments;
     }
-    const auto [min, max] = std::ranges::minmax(values);
-    moments.min = min;
-    moments.max = max;
-    if (min == max) {
-        moments.mean = min; // equal values have no deviation, not even one of rounding
+    const double sum = sumAndExtremes(values, moments);
+    if (moments.min == moments.max) {
+        moments.mean = moments.min; // equal values have no deviation, not even one of rounding
         return moments;
     }
-    moments.mean = std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+    moments.mean = sum / static_cast<double>(values.size());
     for (const double value : values) {
         const double distance = value - moments.mean;
         moments.squares += distance * distance;
@@ -130,23 +143,22 @@ std::optional<std::vector<double>> valuesOf(const DatasetEntry& dataset, const s
     if (reader.failedReadings() != failedReadings) {
         return std::nullopt;
     }
-    std::vector<double> values;
-    const auto take = [&values](double value) {
-        if (std::isfinite(value)) {
-            values.push_back(value);
-        }
+    std::vector<double> values(events ? events->size() : std::min<std::size_t>(column->size(), reader.eventCount()));
+    std::size_t taken = 0;
+    const auto take = [&](double value) {
+        values[taken] = value; // what isn't finite, the next one replaces
+        taken += std::isfinite(value) ? 1U : 0U;
     };
-    values.reserve(events ? events->size() : column->size());
     if (!events) {
-        const std::size_t count = std::min<std::size_t>(column->size(), reader.eventCount());
-        std::for_each_n(column->begin(), count, take);
-        return values;
-    }
-    for (const int event : *events) {
-        if (static_cast<std::size_t>(event) < column->size()) {
-            take((*column)[static_cast<std::size_t>(event)]);
+        std::for_each_n(column->begin(), values.size(), take);
+    } else {
+        for (const int event : *events) {
+            if (static_cast<std::size_t>(event) < column->size()) {
+                take((*column)[static_cast<std::size_t>(event)]);
+            }
         }
     }
+    values.resize(taken);
     return values;
 }
 
