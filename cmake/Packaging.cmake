@@ -1,6 +1,6 @@
 # What `cmake --install` puts where, and the Debian package. The program looks for its table and the manual in ../data beside
-# the folder of the executable, for the legal documents in ../share/tessaly/licenses, and for the probe beside itself: the
-# tree runs from below any prefix.
+# the folder of the executable, for the legal documents in ../share/tessaly/licenses, for libraries of
+# its own in ../lib, and for the probe beside itself: the tree runs from below any prefix.
 
 # The legal documents of what has been linked, in the same place relative to the program in the build tree.
 set(licenses_dir "${CMAKE_BINARY_DIR}/share/tessaly/licenses")
@@ -11,23 +11,23 @@ if(Python3_FOUND AND DPKG_QUERY)
     file(GLOB agreement CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/licenses/*.md")
     add_custom_command(OUTPUT "${CMAKE_BINARY_DIR}/licenses.stamp"
         COMMAND Python3::Interpreter "${notices_script}" --agreement "${CMAKE_SOURCE_DIR}/licenses"
-            --output "${licenses_dir}" --qwt-source "${QWT_SOURCE_DIR}" $<TARGET_FILE:tessaly>
+            --output "${licenses_dir}" --qwt-source "${QWT_SOURCE_DIR}" $<TARGET_FILE:tessaly> $<TARGET_FILE:tessaly_codecs>
         COMMAND ${CMAKE_COMMAND} -E touch "${CMAKE_BINARY_DIR}/licenses.stamp"
-        DEPENDS tessaly "${notices_script}" ${agreement}
+        DEPENDS tessaly tessaly_codecs "${notices_script}" ${agreement}
         COMMENT "Collecting the notices of third-party libraries"
         VERBATIM)
     add_custom_target(licenses ALL DEPENDS "${CMAKE_BINARY_DIR}/licenses.stamp")
 endif()
 
 # Everything that is installed. Tests and tools need not be built for a package.
-add_custom_target(packaged DEPENDS tessaly tessaly_batch_program tessaly_probe manual)
+add_custom_target(packaged DEPENDS tessaly tessaly_batch_program tessaly_probe tessaly_codecs manual)
 if(TARGET licenses)
     add_dependencies(packaged licenses)
 endif()
 
 set(program_dir lib/tessaly)
 install(TARGETS tessaly tessaly_batch_program tessaly_probe RUNTIME DESTINATION ${program_dir}/bin)
-install(TARGETS tessaly_ondemand LIBRARY DESTINATION ${program_dir}/lib)
+install(TARGETS tessaly_codecs tessaly_ondemand LIBRARY DESTINATION ${program_dir}/lib)
 install(FILES "${CMAKE_SOURCE_DIR}/data/LUT_LE_2D_FEM.txt" "${CMAKE_BINARY_DIR}/data/tessaly.qch"
     DESTINATION ${program_dir}/data)
 install(DIRECTORY "${licenses_dir}" DESTINATION ${program_dir}/share/tessaly OPTIONAL)

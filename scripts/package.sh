@@ -73,7 +73,7 @@ check_moved_tree() {
     mv "$SCRATCH/first/usr" "$SCRATCH/another place"
     run_program "$SCRATCH/another place/bin/tessaly"
     local file
-    for file in data/tessaly.qch data/LUT_LE_2D_FEM.txt bin/tessaly_probe bin/tessaly_batch \
+    for file in data/tessaly.qch data/LUT_LE_2D_FEM.txt bin/tessaly_probe lib/tessaly_codecs.so bin/tessaly_batch \
         "share/tessaly/licenses/Software License Agreement.md" "share/tessaly/licenses/Softwarelizenzvereinbarung.md" \
         "share/tessaly/licenses/(EN) TessalyTHIRD PARTY SOFTWARE NOTICES.md" \
         "share/tessaly/licenses/(DE) Tessaly THIRD PARTY SOFTWARE NOTICES.md" \

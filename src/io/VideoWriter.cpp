@@ -1,12 +1,12 @@
 #include "io/VideoWriter.h"
 
+#include "io/Codecs.h"
 #include "io/Hdf5Library.h"
 #include "io/PendingFile.h"
 #include "io/VQDReader.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
-#include <opencv2/videoio.hpp>
 
 #include <algorithm>
 #include <array>
@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <fstream>
 #include <future>
+#include <memory>
 #include <optional>
 #include <unordered_set>
 #include <vector>
@@ -110,12 +111,10 @@ public:
           onPause_(onPause) {}
 
     bool start(const std::string& path, bool mjpeg) {
-        const int codec = mjpeg ? cv::VideoWriter::fourcc('M', 'J', 'P', 'G') : 0;
-        writer_.open(path, cv::CAP_FFMPEG, codec, framesPerSecond, size_, true);
-        if (!writer_.isOpened() && mjpeg) {
-            writer_.open(path, cv::CAP_OPENCV_MJPEG, codec, framesPerSecond, size_, true);
+        if (const Codecs* coders = codecs()) {
+            sink_ = coders->openVideo(path, mjpeg, framesPerSecond, size_.width, size_.height);
         }
-        return writer_.isOpened();
+        return sink_ != nullptr;
     }
 
     void writeAverage() {
@@ -173,7 +172,7 @@ public:
 
     /// Ends the video and returns how many frames were handed over.
     std::size_t finish() {
-        writer_.release();
+        sink_.reset();
         return written_;
     }
 
@@ -208,7 +207,7 @@ private:
 
     void write(const cv::Mat& grey) {
         cv::cvtColor(grey, colour_, cv::COLOR_GRAY2BGR);
-        writer_.write(colour_);
+        sink_->write({colour_.data, colour_.cols, colour_.rows, colour_.channels(), colour_.step});
         ++written_;
     }
 
@@ -222,7 +221,7 @@ private:
     std::span<const int> events_;
     cv::Size size_;
     const std::function<void()>& onPause_;
-    cv::VideoWriter writer_;
+    std::unique_ptr<VideoSink> sink_;
     std::vector<std::uint8_t> pixels_;
     cv::Mat colour_;
     std::size_t written_ = 0;

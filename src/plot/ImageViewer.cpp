@@ -1,5 +1,6 @@
 #include "plot/ImageViewer.h"
 
+#include "io/Codecs.h"
 #include "plot/WrappingRow.h"
 #include "widgets/FocusEdge.h"
 
@@ -16,7 +17,6 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -93,17 +93,23 @@ QString encodeToFile(const cv::Mat& image, const QString& fileName) {
     if (suffix.isEmpty()) {
         return ImageViewer::tr("The file name has no suffix that tells the format, such as .png or .jpg.");
     }
-    std::vector<uchar> bytes;
+    const Codecs* const coders = codecs();
+    if (coders == nullptr) {
+        return ImageViewer::tr(
+            "Images can't be written, as a part of the program is missing. Please install it again.");
+    }
+    const std::string pattern = "image." + suffix.toStdString();
+    if (!coders->canEncode(pattern)) {
+        return ImageViewer::tr("Images can't be written as \".%1\". Please use .png or .jpg.").arg(suffix);
+    }
+    std::vector<std::uint8_t> bytes;
     try {
-        const std::string pattern = '.' + suffix.toStdString();
-        if (!cv::haveImageWriter("image" + pattern)) {
-            return ImageViewer::tr("Images can't be written as \".%1\". Please use .png or .jpg.").arg(suffix);
-        }
-        if (!cv::imencode(pattern, image, bytes)) {
-            return ImageViewer::tr("The image could not be encoded.");
-        }
-    } catch (const cv::Exception& exception) {
-        return QString::fromStdString(exception.err); // what() would tell a place in OpenCV's source
+        bytes = coders->encode(pattern, {image.data, image.cols, image.rows, image.channels(), image.step});
+    } catch (const std::exception& error) {
+        return QString::fromStdString(error.what());
+    }
+    if (bytes.empty()) {
+        return ImageViewer::tr("The image could not be encoded.");
     }
     QSaveFile file(fileName);
     const auto size = static_cast<qint64>(bytes.size());

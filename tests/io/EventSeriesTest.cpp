@@ -169,12 +169,13 @@ TEST_F(EventSeriesTest, ADamagedPlaceCostsItsOwnEventsOnly) {
         int width = 0;
         int height = 0;
         std::string problem;
+        std::string place = " at index ";
+        place += std::to_string(event);
         EXPECT_EQ(series.getMask(event, &width, &height, &problem).size(), damaged ? 0U : 30U) << event;
-        EXPECT_EQ(problem.starts_with("Error reading mask at index " + std::to_string(event) + ": "), damaged);
+        EXPECT_EQ(problem.find("reading mask" + place) != std::string::npos, damaged) << problem;
         problem.clear();
         EXPECT_EQ(series.getTrace("fl1_raw", event, &problem), std::vector<float>(damaged ? 0 : 30, 99.0F)) << event;
-        EXPECT_EQ(problem.starts_with("Error reading trace 'fl1_raw' at index " + std::to_string(event) + ": "),
-                  damaged);
+        EXPECT_EQ(problem.find("reading trace 'fl1_raw'" + place) != std::string::npos, damaged) << problem;
     }
     EXPECT_EQ(reader.failedReadings(), 4U);
 }
