@@ -107,6 +107,8 @@ TEST(PrivateTexts, KnownPathsAndNamesAreHiddenTheLongestFirst) {
     texts.addName("HeLa day 2");
     texts.addName("path");
     texts.addName("50%");
+    texts.addName("  "); // says nothing, and blanks stand everywhere
+    texts.addPath("");
     const struct {
         const char* text;
         const char* expected;
@@ -118,6 +120,7 @@ TEST(PrivateTexts, KnownPathsAndNamesAreHiddenTheLongestFirst) {
         {"HeLaX and xHeLa stay", "HeLaX and xHeLa stay"}, // other words
         {"a 50% share", "a <name> share"},
         {"bad path", "bad <name>"},
+        {"a  b", "a  b"},
         {R"(open "C:\\Users\\x y\\a \"b\".vqd" failed)", "open \"<path>\" failed"},
         {R"(open C:\Users\x y\a "b".vqd failed)", "open <path> failed"},
         {"two\n/data/my runs\nlines", "two\n<path>\nlines"},

@@ -111,10 +111,18 @@ TEST_F(FeedbackSenderTest, TheDialogShowsTheWholeReportAndCancelSendsNothing) {
         EXPECT_EQ(comment->placeholderText(), "Describe what happened or what you expected...");
         EXPECT_EQ(comment->maximumHeight(), 100);
         EXPECT_TRUE(comment->hasFocus());
+        QHash<QString, QWidget*> fields; // by their labels
+        for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+            EXPECT_TRUE(label->buddy() || label->wordWrap()) << label->text().toStdString();
+            fields[label->text()] = label->buddy();
+        }
+        EXPECT_EQ(fields["Your comment (optional):"], comment);
+        EXPECT_EQ(fields["Preview of data to be sent:"], preview);
         QTest::keyClick(comment, Qt::Key_Escape);
     });
     sender->send("3.1.93", "", "A & B", "<it> broke", &window);
     EXPECT_TRUE(user.done());
+    EXPECT_EQ(window.findChild<QProgressDialog*>("feedbackProgress"), nullptr);
     EXPECT_EQ(server.connections, 0);
 
     FeedbackDialog plain({}, {}, "preview", nullptr);
@@ -162,6 +170,11 @@ TEST_F(FeedbackSenderTest, AnUploadCanBeCancelledAndEndsWithTheSender) {
         EXPECT_EQ(progress()->maximum(), 0);
     };
     started(1);
+    {
+        ModalUser<FeedbackDialog> second([](FeedbackDialog& dialog) { dialog.reject(); });
+        sender->send("3.1.93", "", "again", "", &window);
+        EXPECT_FALSE(second.done()); // one at a time
+    }
     QTest::mouseClick(progress()->findChild<QPushButton*>(), Qt::LeftButton);
     EXPECT_TRUE(QTest::qWaitFor([&] { return server.hangUps == 1 && !progress(); }));
     EXPECT_EQ(openModal<QMessageBox>(), nullptr);

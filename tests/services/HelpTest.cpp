@@ -120,6 +120,9 @@ TEST_F(HelpWindowTest, TheSearchFindsAWordAndOpensItsPage) {
     ASSERT_TRUE(field);
     auto* list = results->findChild<QTextBrowser*>();
     ASSERT_TRUE(list);
+    for (const QWidget* part : query->findChildren<QWidget*>() + results->findChildren<QWidget*>()) {
+        EXPECT_TRUE(!(part->focusPolicy() & Qt::TabFocus) || !part->accessibleName().isEmpty());
+    }
     // While the index is being made the search has to be asked again.
     ASSERT_TRUE(QTest::qWaitFor(
         [&] {
@@ -193,6 +196,13 @@ TEST(AboutDialog, TellsVersionAndLibraries) {
     EXPECT_TRUE(texts.contains("<div style='font-size:18px; font-weight:bold;'>Tessaly v3.1.93</div>"));
     EXPECT_TRUE(texts.contains("Built with Qt6, QWT, HDF5, OpenCV, Armadillo."));
     EXPECT_TRUE(texts.contains("<i>License files are not bundled with this build.</i>"));
+    QString said;
+    ModalUser<QMessageBox> user([&](QMessageBox& box) {
+        said = box.text();
+        box.close();
+    });
+    emit dialog.findChild<QLabel*>("aboutLegal")->linkActivated("app:license-en");
+    EXPECT_EQ(said, "License files are not available in this build.");
     EXPECT_TRUE(
         dialog.findChild<QLabel*>("aboutRights")->text().contains(QString::number(QDate::currentDate().year())));
 }
