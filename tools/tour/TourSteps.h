@@ -33,6 +33,9 @@ std::vector<TourStep> combineSteps();
 std::vector<TourStep> matrixSteps();
 /// Figures, tables and the summary.
 std::vector<TourStep> exportSteps();
+/// The plan for many files: refused in the empty window, and saved.
+std::vector<TourStep> batchRefusalSteps();
+std::vector<TourStep> batchSteps();
 /// Pages of pictures: sizes, contrasts, cut-outs, a page in a file.
 std::vector<TourStep> gallerySteps();
 /// Categories of datasets, their tests, ROC analysis and distributions, on the set for statistics.

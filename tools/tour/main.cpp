@@ -53,9 +53,10 @@ void watchForDialogs(QTimer& timer) {
 }
 
 int walk(Tour& tour) {
-    for (const auto& part : {loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), combineSteps(), matrixSteps(),
-                             gallerySteps(), gateSteps(), calculationSteps(), exportSteps(), serviceSteps(),
-                             windowSteps(), sessionSteps(), statisticsSteps()}) {
+    for (const auto& part :
+         {batchRefusalSteps(), loadingSteps(), plotSteps(), eventSteps(), datasetSteps(), combineSteps(), matrixSteps(),
+          gallerySteps(), gateSteps(), calculationSteps(), exportSteps(), batchSteps(), serviceSteps(), windowSteps(),
+          sessionSteps(), statisticsSteps()}) {
         for (const TourStep& step : part) {
             try {
                 step.run(tour);
