@@ -4,24 +4,46 @@
 #include "session/document/SessionDocument.h"
 #include "session/filters/GroupFile.h"
 
+#include <QJsonDocument>
+
 namespace Tessaly {
 
 namespace {
 
-/// A plan in which nothing has its default.
+/// A plan in which nothing has its default, as it is stored.
+const char* const fullJson = R"json({
+    "formatVersion": 1,
+    "calculations": {
+        "refinement": {
+            "hampel1": false, "hampel1HalfWindow": 7, "hampel1Threshold": 2.5,
+            "hampel2": false, "hampel2HalfWindow": 13, "hampel2Threshold": 3.25,
+            "median": true, "medianHalfWindow": 4, "rolling": true, "rollingHalfWindow": 5,
+            "savitzkyGolay": false, "savitzkyGolayHalfWindow": 6, "flMaxThreshold": 123.5},
+        "compensation": {"channels": [1, 3], "matrix": [[1, 0.1], [0.3333333333333333, 1]]},
+        "fourier": true,
+        "modulus": {"temperatureSource": "manual", "temperature": 30.1, "viscosity": 4.9, "deformation": "deform_fc"}},
+    "filter": {
+        "enabled": false, "combineMode": "NOT", "gates": [
+            {"name": "", "rules": [
+                {"type": "Range", "featureName": "area_um", "featureNameY": "", "minValue": 0.1, "maxValue": 1e9,
+                 "polygonVertices": [], "scaleXMode": 0, "scaleYMode": 0, "enabled": true, "inverted": false,
+                 "propagationId": ""}]},
+            {"name": "Größe \"x\"", "rules": [
+                {"type": "Polygon", "featureName": "area_um", "featureNameY": "deform", "minValue": 0, "maxValue": 0,
+                 "polygonVertices": [[1, 2], [3, 4], [5, 1e-300]], "scaleXMode": 1, "scaleYMode": 2, "enabled": false,
+                 "inverted": true, "propagationId": ""}]}]},
+    "outputs": {
+        "summary": {"features": ["deform", "area_um"], "percentile": 12.5, "statistics":
+                    ["Q1", "Q3", "Mean", "SD", "SEM", "CV (%)", "Min", "Max", "Skewness"]},
+        "table": {"features": ["deform"]},
+        "measurement": {"features": ["area_um"], "images": true, "masks": true, "traces": true},
+        "counts": true}
+})json";
+
+/// The same plan.
 BatchPlan fullPlan() {
     BatchPlan plan;
-    FLRefinementParams& refinement = plan.refinement.emplace();
-    refinement.hampel1 = refinement.hampel2 = refinement.savitzkyGolay = false;
-    refinement.median = refinement.rolling = true;
-    refinement.hampel1HalfWindow = 7;
-    refinement.hampel1Threshold = 2.5F;
-    refinement.hampel2HalfWindow = 13;
-    refinement.hampel2Threshold = 3.25F;
-    refinement.medianHalfWindow = 4;
-    refinement.rollingHalfWindow = 5;
-    refinement.savitzkyGolayHalfWindow = 6;
-    refinement.flMaxThreshold = 123.5;
+    plan.refinement = {{false, 7, 2.5F, false, 13, 3.25F, true, 4, true, 5, false, 6}, 123.5};
     plan.compensation = PlanCompensation{{1, 3}, {{1, 0.1}, {1.0 / 3, 1}}};
     plan.fourier = true;
     plan.modulus = EModulusSettings{TemperatureSource::Manual, 30.1, 4.9, "deform_fc"};
@@ -33,12 +55,23 @@ BatchPlan fullPlan() {
     polygon.inverted = true;
     polygon.enabled = false;
     plan.gates = {{"", {rangeRule("area_um", 0.1, 1e9)}}, {"Größe \"x\"", {polygon}}};
-    StatSummaryConfig& summary = plan.summary.emplace();
-    summary.features = {"deform", "area_um"};
-    summary.count = summary.median = summary.iqr = false;
-    summary.mean = summary.sd = summary.sem = summary.q1 = summary.q3 = true;
-    summary.min = summary.max = summary.cv = summary.skewness = summary.percentileOn = true;
-    summary.percentile = 12.5;
+    plan.summary = {{"deform", "area_um"},
+                    false,
+                    "",
+                    false,
+                    false,
+                    false,
+                    true,
+                    true,
+                    true,
+                    true,
+                    true,
+                    true,
+                    true,
+                    true,
+                    true,
+                    true,
+                    12.5};
     plan.table.emplace().features = {"deform"};
     plan.table->tsv = true;
     plan.measurement.emplace().features = {"area_um"};
@@ -53,10 +86,11 @@ QString problemIn(QByteArray json) {
 
 } // namespace
 
-TEST(BatchPlan, ComesBackAsItWas) {
-    const PlanReading reading = planFromJson(planToJson(fullPlan()));
+TEST(BatchPlan, IsStoredAsDescribed) {
+    const PlanReading reading = planFromJson(fullJson);
     EXPECT_EQ(reading.problem, "");
     EXPECT_EQ(reading.plan, fullPlan());
+    EXPECT_EQ(QJsonDocument::fromJson(planToJson(fullPlan())), QJsonDocument::fromJson(fullJson));
     // The layout of the file makes no difference, anything else does.
     EXPECT_EQ(planDigest(reading.plan), planDigest(planFromJson(planToJson(fullPlan()).simplified()).plan));
     BatchPlan other = fullPlan();
