@@ -66,14 +66,28 @@ run_program() {
     [ "$status" -eq 124 ] || fail "$1 ended by itself with the status $status"
 }
 
+# check_batch BEFORE FOLDER PROGRAM...: the program for many files, with all that it loads when a plan needs it. There is no
+# measurement in the folder: it says so, and nothing else. BEFORE stands before the folder as seen from here.
+check_batch() {
+    local before="$1" folder="$2" said
+    shift 2
+    mkdir "$before$folder"
+    "$@" plan --fourier --modulus --features emodulus --output "$folder/plan.json" || fail "no plan can be made"
+    said="$("$@" run --plan "$folder/plan.json" --output "$folder/out" "$folder/none.vqd" 2>&1)" &&
+        fail "a file that isn't there is done"
+    [ "$said" = "tessaly_batch: $folder/none.vqd: no such file" ] || fail "tessaly_batch doesn't work: $said"
+}
+
 check_moved_tree() {
     say "Starting the program from a tree that was moved"
     mkdir "$SCRATCH/first"
     dpkg-deb -x "$DEB" "$SCRATCH/first"
     mv "$SCRATCH/first/usr" "$SCRATCH/another place"
     run_program "$SCRATCH/another place/bin/tessaly"
+    check_batch "" "$SCRATCH/batch" "$SCRATCH/another place/bin/tessaly_batch"
     local file
-    for file in data/tessaly.qch data/LUT_LE_2D_FEM.txt bin/tessaly_probe lib/tessaly_codecs.so bin/tessaly_batch \
+    for file in data/tessaly.qch data/LUT_LE_2D_FEM.txt bin/tessaly_probe bin/tessaly_batch \
+        lib/tessaly_codecs.so lib/tessaly_ondemand.so \
         "share/tessaly/licenses/Software License Agreement.md" "share/tessaly/licenses/Softwarelizenzvereinbarung.md" \
         "share/tessaly/licenses/(EN) TessalyTHIRD PARTY SOFTWARE NOTICES.md" \
         "share/tessaly/licenses/(DE) Tessaly THIRD PARTY SOFTWARE NOTICES.md" \
@@ -102,6 +116,7 @@ check_bare_system() {
     local status=0
     chroot "$bare" env HOME=/tmp XDG_RUNTIME_DIR=/tmp QT_QPA_PLATFORM=offscreen timeout 5 tessaly || status=$?
     [ "$status" -eq 124 ] || fail "the program ended by itself with the status $status"
+    check_batch "$bare" /tmp/batch chroot "$bare" tessaly_batch
     # What the manual needs is loaded at run time and fails without a word.
     cp "$PACKAGE_DIR/bin/tessaly_find_in_manual" "$bare/tmp/"
     chroot "$bare" env HOME=/tmp XDG_RUNTIME_DIR=/tmp QT_QPA_PLATFORM=offscreen \
