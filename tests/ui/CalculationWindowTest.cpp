@@ -3,15 +3,13 @@
 
 #include "MessageBoxWatcher.h"
 #include "UserActions.h"
+#include "WindowFixture.h"
 
 #include "core/DatasetEntry.h"
 #include "io/VQDReader.h"
 #include "plot/TracePlot.h"
 #include "session/CalculationJobs.h"
-#include "support/SampleFile.h"
-#include "support/TemporaryFolder.h"
 #include "ui/MainPanels.h"
-#include "ui/MainWindow.h"
 #include "ui/calculations/CalculationsDockWidget.h"
 #include "ui/datasets/DatasetListWidget.h"
 #include "ui/datasets/DatasetsPanel.h"
@@ -23,10 +21,7 @@
 #include <QDockWidget>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QSettings>
 #include <QSpinBox>
-#include <QTest>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -55,18 +50,11 @@ const Way Ways[] = {
     {3, "fourierApplyToAll", "fourierButton", &DatasetEntry::fourierApplied, "deform_even"},
 };
 
-class CalculationWindowTest : public testing::Test {
+class CalculationWindowTest : public WindowFixture {
 protected:
     void SetUp() override {
-        QSettings().clear();
-        window = std::make_unique<MainWindow>();
-        window->show();
+        WindowFixture::SetUp();
         window->panels().calculationsDock->raise();
-    }
-
-    void TearDown() override {
-        window.reset();
-        QThreadPool::globalInstance()->waitForDone();
     }
 
     static SampleFileOptions usual() {
@@ -78,14 +66,8 @@ protected:
             {"setup:channel width", 20}, {"setup:flow rate", 0.16}, {"imaging:pixel size", 0.34}};
         return options;
     }
-    void open(const std::string& name, SampleFileOptions options = usual()) {
-        options.sample = name;
-        const std::string path = folder.file(name + ".vqd");
-        writeSampleFile(path, options);
-        const std::size_t count = window->datasets().size() + 1;
-        window->openDataset(QString::fromStdString(path));
-        ASSERT_TRUE(QTest::qWaitFor(
-            [&] { return window->datasets().size() == count && window->datasets().back()->featuresLoaded; }, 20000));
+    void open(const std::string& name, const SampleFileOptions& options = usual()) {
+        openAndWait(sample(name, options));
     }
 
     template <typename T>
@@ -116,9 +98,6 @@ protected:
     }
     DatasetEntry& at(std::size_t row) { return *window->datasets().at(row); }
     std::size_t lengthOf(std::size_t row, const char* feature) { return at(row).reader->getFeature(feature).size(); }
-
-    TemporaryFolder folder;
-    std::unique_ptr<MainWindow> window;
 };
 
 TEST_F(CalculationWindowTest, TheUserGoesOnWhileACalculationRuns) {

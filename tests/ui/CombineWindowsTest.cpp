@@ -1,20 +1,16 @@
 #include "DialogUser.h"
 #include "PlotFixture.h"
+#include "WindowFixture.h"
 
 #include "plot/ComparePlot.h"
 #include "session/document/SessionDocument.h"
 #include "tools/combine/CombinePlotWindow.h"
-#include "ui/MainWindow.h"
 #include "ui/ToolWindows.h"
 #include "ui/datasets/DatasetListWidget.h"
 
 #include <QCheckBox>
-#include <QMenu>
-#include <QMimeData>
 #include <QPointer>
 #include <QRadioButton>
-#include <QSettings>
-#include <QThreadPool>
 #include <qwt_plot_marker.h>
 #include <qwt_text.h>
 
@@ -24,28 +20,18 @@ namespace Tessaly {
 namespace {
 
 /// Combine windows as the main window opens, feeds and closes them.
-class CombineWindowsTest : public testing::Test {
+class CombineWindowsTest : public WindowFixture {
 protected:
     void SetUp() override {
-        QSettings().clear();
-        window = std::make_unique<MainWindow>();
-        window->show();
+        WindowFixture::SetUp();
         for (const char* name : {"treated", "control"}) {
             SampleFileOptions options;
-            options.sample = name;
             options.events = 30;
             options.columns["temp"] = std::vector<double>(30, 31.0);
             options.textAttributes["setup:medium"] = "Water";
             options.numberAttributes["setup:temperature"] = 22.0;
-            const std::string path = folder.file(std::string(name) + ".vqd");
-            writeSampleFile(path, options);
-            window->openDataset(QString::fromStdString(path));
-            EXPECT_TRUE(QTest::qWaitFor([this] { return window->datasets().back()->featuresLoaded; }, 20000));
+            openAndWait(sample(name, options));
         }
-    }
-    void TearDown() override {
-        window.reset();
-        QThreadPool::globalInstance()->waitForDone();
     }
 
     CombinePlotWindow* open() {
@@ -73,9 +59,6 @@ protected:
         }
         return lines;
     }
-
-    TemporaryFolder folder;
-    std::unique_ptr<MainWindow> window;
 };
 
 TEST_F(CombineWindowsTest, RowsOfTheMainListCanBeDropped) {

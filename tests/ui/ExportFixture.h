@@ -1,11 +1,10 @@
 #pragma once
 
+#include "WindowFixture.h"
+
 #include "io/VQDReader.h"
 #include "support/FilterRules.h"
-#include "support/SampleFile.h"
-#include "support/TemporaryFolder.h"
 #include "support/Tools.h"
-#include "ui/MainWindow.h"
 #include "ui/files/ExportDialog.h"
 #include "ui/files/ExportProgress.h"
 #include "ui/files/StatSummaryExportDialog.h"
@@ -15,12 +14,8 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QLineEdit>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QSettings>
-#include <QTest>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -32,23 +27,15 @@
 namespace Tessaly {
 
 /// The main window with datasets and a user who answers the dialogs behind the entries of the menu "Export".
-class ExportFixture : public testing::Test {
+class ExportFixture : public WindowFixture {
 protected:
     void SetUp() override {
-        QSettings().clear();
-        window = std::make_unique<MainWindow>();
-        window->show();
+        WindowFixture::SetUp();
         QObject::connect(&user_, &QTimer::timeout, [this] { answer(); });
     }
-    void TearDown() override {
-        window.reset();
-        QThreadPool::globalInstance()->waitForDone();
-    }
 
-    DatasetEntry& load(const std::string& name, SampleFileOptions options = {}) {
-        options.sample = name;
-        writeSampleFile(folder.file(name + ".vqd"), options);
-        return open(name + ".vqd");
+    DatasetEntry& load(const std::string& name, const SampleFileOptions& options = {}) {
+        return openAndWait(sample(name, options));
     }
     DatasetEntry& load(const std::string& name, const std::map<std::string, std::vector<double>>& columns,
                        bool pictures = false) {
@@ -59,25 +46,12 @@ protected:
         options.events = columns.begin()->second.size();
         return load(name, options);
     }
-    DatasetEntry& open(const std::string& file) {
-        const std::size_t before = window->datasets().size();
-        window->openDataset(path(file));
-        const auto ready = [&] {
-            return window->datasets().size() > before && window->datasets().back()->featuresLoaded;
-        };
-        EXPECT_TRUE(QTest::qWaitFor(ready, 20000));
-        return *window->datasets().back();
-    }
+    DatasetEntry& open(const QString& file) { return openAndWait(path(file)); }
 
     /// Takes an entry of the menu with the mouse and waits until all dialogs behind it are closed.
     void choose(const char* actionName) {
         user_.start(0);
-        QMenuBar* bar = window->menuBar();
-        auto* menu = window->findChild<QMenu*>("exportMenu");
-        QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(menu->menuAction()).center());
-        auto* action = window->findChild<QAction*>(actionName);
-        ASSERT_TRUE(menu->isVisible() && action);
-        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+        WindowFixture::choose(actionName);
         user_.stop();
     }
 
@@ -107,14 +81,11 @@ protected:
         QTest::keyClicks(field, text);
     }
 
-    QString path(const std::string& name) const { return QString::fromStdString(folder.file(name)); }
     QStringList written() const { return QDir(path("")).entryList({"TSYexport_*"}, QDir::Files, QDir::Name); }
     /// Boxes shown since the last call: title and text, one behind the other.
     std::string told() { return joined(std::exchange(told_, {})); }
     static std::string joined(const QStringList& texts) { return texts.join(" | ").toStdString(); }
 
-    TemporaryFolder folder;
-    std::unique_ptr<MainWindow> window;
     /// What the user does in each dialog before "Export" is pressed; null cancels.
     std::function<void(ExportDialog&)> inExport = [](ExportDialog&) {};
     std::function<void(StatSummaryExportDialog&)> inSummary = [](StatSummaryExportDialog&) {};

@@ -1,21 +1,16 @@
 // Galleries beside the main window: opened from its menu, following what is done there.
 
 #include "MessageBoxWatcher.h"
+#include "WindowFixture.h"
 
 #include "support/FilterRules.h"
-#include "support/SampleFile.h"
-#include "support/TemporaryFolder.h"
 #include "tools/gallery/GalleryGridWidget.h"
 #include "tools/gallery/ImageGalleryWindow.h"
-#include "ui/MainWindow.h"
 
 #include <QAction>
 #include <QLabel>
 #include <QPointer>
-#include <QSettings>
 #include <QSpinBox>
-#include <QTest>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -24,29 +19,17 @@
 namespace Tessaly {
 namespace {
 
-class GalleryInMainWindow : public testing::Test {
+class GalleryInMainWindow : public WindowFixture {
 protected:
-    GalleryInMainWindow() {
-        QSettings().clear();
-        window = std::make_unique<MainWindow>();
-        window->show();
-    }
-    ~GalleryInMainWindow() override {
-        window.reset();
-        QThreadPool::globalInstance()->waitForDone();
-    }
-
     /// Begins to open a file of 60 events with area_um = number of the event.
     void begin(const std::string& name) {
         SampleFileOptions options;
-        options.sample = name;
         options.events = 60;
         options.masks = options.traces = false;
         std::vector<double> numbers(60);
         std::iota(numbers.begin(), numbers.end(), 0.0);
         options.columns = {{"area_um", numbers}};
-        writeSampleFile(folder.file(name + ".vqd"), options);
-        window->openDataset(QString::fromStdString(folder.file(name + ".vqd")));
+        window->openDataset(sample(name, options));
     }
     int load(const std::string& name) {
         begin(name);
@@ -61,9 +44,6 @@ protected:
         const auto* grid = gallery->findChild<GalleryGridWidget*>("galleryGrid");
         return QTest::qWaitFor([=] { return !grid->isPreparing() && grid->tileCount() == count; }, 20000);
     }
-
-    TemporaryFolder folder;
-    std::unique_ptr<MainWindow> window;
 };
 
 TEST_F(GalleryInMainWindow, FillsWhenItsDatasetHasLoadedAndFollowsItsFilters) {

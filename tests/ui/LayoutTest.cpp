@@ -1,7 +1,6 @@
+#include "WindowFixture.h"
+
 #include "plot/ScatterPlot.h"
-#include "support/SampleFile.h"
-#include "support/TemporaryFolder.h"
-#include "ui/MainWindow.h"
 #include "ui/datasets/DatasetsPanel.h"
 #include "ui/event/EventPanel.h"
 #include "widgets/ElidedLabel.h"
@@ -12,10 +11,7 @@
 #include <QDockWidget>
 #include <QLabel>
 #include <QLineEdit>
-#include <QSettings>
 #include <QTabBar>
-#include <QTest>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -25,34 +21,16 @@ namespace Tessaly {
 namespace {
 
 /// The main window at given sizes: what gets how much room, what can be read and reached.
-class LayoutTest : public testing::Test {
+class LayoutTest : public WindowFixture {
 protected:
-    void SetUp() override {
-        QSettings().clear();
-        window = std::make_unique<MainWindow>();
-        window->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
-    }
-
-    void TearDown() override {
-        window.reset();
-        QThreadPool::globalInstance()->waitForDone();
-    }
-
     void open(const std::string& name) {
         SampleFileOptions options;
-        options.sample = name;
-        const std::string path = (folder.path() / "sample.vqd").string();
-        writeSampleFile(path, options);
-        window->openDataset(QString::fromStdString(path));
-        ASSERT_TRUE(QTest::qWaitFor(
-            [&] { return window->datasets().size() == 1 && window->datasets()[0]->featuresLoaded; }, 20000));
+        options.sample = name; // which a file can't always be called
+        writeSampleFile(folder.file("sample.vqd"), options);
+        openAndWait(path("sample.vqd"));
     }
 
     const MainPanels& panels() const { return window->panels(); }
-
-    TemporaryFolder folder;
-    std::unique_ptr<MainWindow> window;
 };
 
 TEST_F(LayoutTest, TheStatusLineIsOneLineWithTheWholeInItsToolTip) {

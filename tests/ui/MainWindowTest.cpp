@@ -1,7 +1,6 @@
-#include "ui/MainWindow.h"
-
 #include "MessageBoxWatcher.h"
 #include "UserActions.h"
+#include "WindowFixture.h"
 
 #include "io/VQDReader.h"
 #include "plot/ImageViewer.h"
@@ -9,8 +8,6 @@
 #include "services/HelpPages.h"
 #include "support/FilterRules.h"
 #include "support/ModalUser.h"
-#include "support/SampleFile.h"
-#include "support/TemporaryFolder.h"
 #include "ui/datasets/DatasetListWidget.h"
 #include "ui/datasets/DatasetsPanel.h"
 #include "ui/event/EventPanel.h"
@@ -22,19 +19,13 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDockWidget>
-#include <QDropEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenuBar>
-#include <QMimeData>
 #include <QPushButton>
-#include <QSettings>
 #include <QSpinBox>
 #include <QTabBar>
 #include <QTableWidget>
-#include <QTest>
 #include <QTextBrowser>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -46,58 +37,14 @@
 namespace Tessaly {
 namespace {
 
-class MainWindowTest : public testing::Test {
+class MainWindowTest : public WindowFixture {
 protected:
-    void SetUp() override {
-        QSettings().clear();
-        window = std::make_unique<MainWindow>();
-        window->show();
-    }
-
-    void TearDown() override {
-        window.reset();
-        QThreadPool::globalInstance()->waitForDone();
-    }
-
-    QString sample(const std::string& name, SampleFileOptions options = {}) {
-        options.sample = name;
-        const std::string path = (folder.path() / (name + ".vqd")).string();
-        writeSampleFile(path, options);
-        return QString::fromStdString(path);
-    }
-
+    using WindowFixture::sample;
     QString sample(const std::string& name, std::map<std::string, std::vector<double>> columns) {
         SampleFileOptions options;
         options.events = columns.begin()->second.size();
         options.columns = std::move(columns);
         return sample(name, options);
-    }
-
-    bool waitUntilLoaded(std::size_t count) {
-        const auto loaded = [](const auto& entry) { return entry->featuresLoaded; };
-        return QTest::qWaitFor(
-            [&] { return window->datasets().size() == count && std::ranges::all_of(window->datasets(), loaded); },
-            20000);
-    }
-
-    void openAndWait(const QString& path) {
-        const std::size_t before = window->datasets().size();
-        window->openDataset(path);
-        ASSERT_TRUE(waitUntilLoaded(before + 1));
-    }
-
-    void drop(const QStringList& paths) {
-        QMimeData data;
-        QList<QUrl> urls;
-        for (const QString& path : paths) {
-            urls << QUrl::fromLocalFile(path);
-        }
-        data.setUrls(urls);
-        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &enter);
-        EXPECT_TRUE(enter.isAccepted());
-        QDropEvent event(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &event);
     }
 
     const MainPanels& panels() const { return window->panels(); }
@@ -133,9 +80,6 @@ protected:
 
     void chooseInMenu(int row, const char* action) { chooseInContextMenu(*panels().datasets->list(), row, action); }
     void clickRow(int row) { clickListRow(*panels().datasets->list(), row); }
-
-    TemporaryFolder folder;
-    std::unique_ptr<MainWindow> window;
 };
 
 TEST_F(MainWindowTest, StartsEmptyAndEveryMenuEntryIsHarmlessThen) {

@@ -2,31 +2,22 @@
 
 #include "DialogUser.h"
 #include "UserActions.h"
+#include "WindowFixture.h"
 
 #include "io/VQDReader.h"
 #include "plot/ScatterPlot.h"
 #include "session/document/SessionDocument.h"
 #include "support/FileSizeLimit.h"
 #include "support/FilterRules.h"
-#include "support/SampleFile.h"
-#include "support/TemporaryFolder.h"
-#include "ui/MainWindow.h"
 #include "ui/datasets/DatasetListWidget.h"
 #include "ui/datasets/DatasetsPanel.h"
 #include "ui/plot/PlotSettingsPanel.h"
 
 #include <QComboBox>
-#include <QDropEvent>
 #include <QFile>
 #include <QJsonDocument>
 #include <QLabel>
-#include <QMenu>
-#include <QMenuBar>
-#include <QMimeData>
-#include <QSettings>
 #include <QSpinBox>
-#include <QTest>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -62,16 +53,11 @@ struct WindowKind {
 };
 
 /// Sessions saved and loaded through the menus of the real main window.
-class SessionControllerTest : public testing::Test {
+class SessionControllerTest : public WindowFixture {
 protected:
     void SetUp() override {
         QSettings().clear();
         makeWindow();
-    }
-
-    void TearDown() override {
-        window.reset();
-        QThreadPool::globalInstance()->waitForDone();
     }
 
     void makeWindow() {
@@ -85,8 +71,6 @@ protected:
         window->show();
         ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
     }
-
-    QString path(const QString& name) const { return QString::fromStdString(folder.file(name.toStdString())); }
 
     QString writeFile(const QString& name, SampleFileOptions options = {}) {
         const QString file = path(name);
@@ -106,15 +90,6 @@ protected:
         return window->datasets().back()->id;
     }
 
-    /// Takes an entry of the file menu with the mouse.
-    void choose(const char* action) {
-        QMenuBar* bar = window->menuBar();
-        QAction* file = bar->actions().first();
-        QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(file).center());
-        auto* entry = window->findChild<QAction*>(action);
-        ASSERT_TRUE(entry && file->menu()->isVisible());
-        QTest::mouseClick(file->menu(), Qt::LeftButton, {}, file->menu()->actionGeometry(entry).center());
-    }
     bool waitUntilRestored() {
         return QTest::qWaitFor([this] { return !window->sessionLoading(); }, 60000);
     }
@@ -154,14 +129,6 @@ protected:
     }
     int listedRows() const { return window->panels().datasets->list()->count(); }
     QString status() const { return window->panels().status->text(); }
-    void drop(const QString& file) {
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(file)});
-        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &enter);
-        QDropEvent event(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &event);
-    }
     /// Two files and a copy in the middle: "a", "a2", "b".
     void saveThree(const QString& name) {
         const int a = open("data/a.vqd");
@@ -172,11 +139,9 @@ protected:
         EXPECT_EQ(saveAs(name), QStringList{"Save Session"});
     }
 
-    TemporaryFolder folder;
     DialogUser user;
     WindowKind combine;
     WindowKind statistics;
-    std::unique_ptr<MainWindow> window;
 };
 
 } // namespace
@@ -497,7 +462,7 @@ TEST_F(SessionControllerTest, TheUserGoesOnWorkingWhileASessionLoads) {
         const std::unique_lock lock(hdf5Mutex());
         user.file(path("s.TSY"));
         choose("loadSessionAction");
-        drop(dropped);
+        drop({dropped});
         clickListRow(*window->panels().datasets->list(), 0);
         EXPECT_EQ(status(), "Loading: a.vqd...");
     }

@@ -1,26 +1,17 @@
 #include "DialogUser.h"
+#include "WindowFixture.h"
 
-#include "support/SampleFile.h"
-#include "support/TemporaryFolder.h"
 #include "tools/statistics/CategoryPanel.h"
 #include "tools/statistics/PlotStack.h"
 #include "tools/statistics/StatisticalEvalWindow.h"
-#include "ui/MainWindow.h"
 #include "ui/ToolWindows.h"
 #include "ui/datasets/DatasetListWidget.h"
 
 #include <QComboBox>
-#include <QDropEvent>
 #include <QJsonObject>
 #include <QListWidget>
-#include <QMenu>
-#include <QMenuBar>
-#include <QMimeData>
 #include <QPointer>
-#include <QSettings>
 #include <QTabWidget>
-#include <QTest>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -28,13 +19,12 @@ namespace Tessaly {
 namespace {
 
 /// Windows of statistics as the main window opens, feeds, saves and closes them: six datasets in two categories.
-class StatisticsWindowsTest : public testing::Test {
+class StatisticsWindowsTest : public WindowFixture {
 protected:
     static constexpr int DatasetCount = 6;
 
     void SetUp() override {
-        QSettings().clear();
-        makeMainWindow();
+        WindowFixture::SetUp();
         for (int i = 0; i < DatasetCount; ++i) {
             SampleFileOptions options;
             options.sample = QStringLiteral("sample ID%1").arg(i % 3 + 1).toStdString();
@@ -42,48 +32,26 @@ protected:
             options.images = options.masks = false;
             const double area = i < 3 ? 10 + i : 20 + i;
             options.columns = {{"area_um", {area - 1, area, area + 1}}, {"deform", {0.1, 0.2, 0.3}}};
-            const std::string path = folder.file(std::to_string(i) + ".vqd");
-            writeSampleFile(path, options);
-            main->openDataset(QString::fromStdString(path));
+            writeSampleFile(folder.file(std::to_string(i) + ".vqd"), options);
+            window->openDataset(path(QString::number(i) + ".vqd"));
         }
         ASSERT_TRUE(waitUntilLoaded());
-    }
-    void TearDown() override {
-        main.reset();
-        QThreadPool::globalInstance()->waitForDone();
-    }
-
-    void makeMainWindow() {
-        main = std::make_unique<MainWindow>();
-        main->show();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(main.get()));
     }
     bool waitUntilLoaded() {
         return QTest::qWaitFor(
             [this] {
-                const auto& datasets = main->datasets();
-                return datasets.size() == DatasetCount && !main->sessionLoading() &&
+                const auto& datasets = window->datasets();
+                return datasets.size() == DatasetCount && !window->sessionLoading() &&
                        std::ranges::all_of(datasets, [](const auto& dataset) { return dataset->featuresLoaded; });
             },
             30000);
     }
-    void chooseInMenu(const char* menuName, const char* entry) {
-        QMenuBar* bar = main->menuBar();
-        for (QAction* menu : bar->actions()) {
-            if (menu->text().remove(u'&') == menuName) {
-                QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(menu).center());
-                auto* action = main->findChild<QAction*>(entry);
-                ASSERT_TRUE(action && menu->menu()->isVisible());
-                QTest::mouseClick(menu->menu(), Qt::LeftButton, {}, menu->menu()->actionGeometry(action).center());
-            }
-        }
-    }
-    const std::vector<StatisticalEvalWindow*>& windows() const { return main->toolWindows().statisticalEvals(); }
+    const std::vector<StatisticalEvalWindow*>& windows() const { return window->toolWindows().statisticalEvals(); }
     /// A new window with three datasets in each category, dragged from the main window's list, and a feature chosen.
     StatisticalEvalWindow& openFilled() {
-        chooseInMenu("Tool Windows", "statisticalEvalAction");
+        choose("statisticalEvalAction");
         StatisticalEvalWindow& made = *windows().back();
-        auto* list = main->findChild<DatasetListWidget*>();
+        auto* list = window->findChild<DatasetListWidget*>();
         for (int row = 0; row < DatasetCount; ++row) {
             const std::unique_ptr<QMimeData> data(list->model()->mimeData({list->model()->index(row, 0)}));
             CategoryPanel* panel = made.categoryPanels()[row < 3 ? 0 : 1];
@@ -107,9 +75,7 @@ protected:
         return window.findChild<PlotStack*>("groupPlots")->plots().size();
     }
 
-    TemporaryFolder folder;
     DialogUser user;
-    std::unique_ptr<MainWindow> main;
 };
 
 TEST_F(StatisticsWindowsTest, TwoWindowsComeBackWithTheSession) {
@@ -123,22 +89,22 @@ TEST_F(StatisticsWindowsTest, TwoWindowsComeBackWithTheSession) {
     QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(2).center());
     DatasetNumbers places;
     for (int i = 0; i < DatasetCount; ++i) {
-        places[main->datasets()[static_cast<std::size_t>(i)]->id] = i;
+        places[window->datasets()[static_cast<std::size_t>(i)]->id] = i;
     }
     const QJsonObject states[] = {first.sessionState(places), second.sessionState(places)};
     user.file(QString::fromStdString(folder.file("two.tsy")));
-    chooseInMenu("File", "saveSessionAction");
+    choose("saveSessionAction");
     user.takeSeen();
 
-    main.reset();
-    makeMainWindow();
+    window.reset();
+    makeWindow();
     user.file(QString::fromStdString(folder.file("two.tsy")));
-    chooseInMenu("File", "loadSessionAction");
+    choose("loadSessionAction");
     ASSERT_TRUE(waitUntilLoaded()) << user.takeSeen().join(u'\n').toStdString();
     ASSERT_EQ(windows().size(), 2U);
     places.clear();
     for (int i = 0; i < DatasetCount; ++i) {
-        places[main->datasets()[static_cast<std::size_t>(i)]->id] = i;
+        places[window->datasets()[static_cast<std::size_t>(i)]->id] = i;
     }
     for (std::size_t i = 0; i < 2; ++i) {
         EXPECT_TRUE(windows()[i]->isVisible());
@@ -168,7 +134,7 @@ TEST_F(StatisticsWindowsTest, RunsEndWithTheirWindowAndWithTheirDatasets) {
     // The last row of the main window goes while its values are computed.
     start(other, "runAnalysis");
     EXPECT_FALSE(other.findChild<QPushButton*>("runAnalysis")->isEnabled());
-    main->session().remove(main->datasets().back()->id);
+    window->session().remove(window->datasets().back()->id);
     EXPECT_TRUE(other.findChild<QPushButton*>("runAnalysis")->isEnabled());
     EXPECT_TRUE(other.findChild<QWidget*>("runDropped")->isVisible());
     EXPECT_EQ(other.categoryPanels()[1]->entries().size(), 2U);
@@ -177,7 +143,7 @@ TEST_F(StatisticsWindowsTest, RunsEndWithTheirWindowAndWithTheirDatasets) {
     // A new session closes all, whatever they do.
     QPointer<StatisticalEvalWindow> last = &other;
     QTest::mouseClick(other.findChild<QPushButton*>("addCategory"), Qt::LeftButton);
-    main->session().clear();
+    window->session().clear();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_TRUE(last.isNull());
     EXPECT_TRUE(windows().empty());

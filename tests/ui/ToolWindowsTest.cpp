@@ -1,23 +1,16 @@
 #include "ui/ToolWindows.h"
 
 #include "MessageBoxWatcher.h"
+#include "WindowFixture.h"
 
 #include "plot/ScatterPlot.h"
 #include "support/FilterRules.h"
-#include "support/SampleFile.h"
-#include "support/TemporaryFolder.h"
 #include "tools/matrix/FilterGroupsMatrixWindow.h"
-#include "ui/MainWindow.h"
 
 #include <QCheckBox>
-#include <QMenu>
-#include <QMenuBar>
 #include <QPointer>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QSpinBox>
-#include <QTest>
-#include <QThreadPool>
 #include <QTreeWidget>
 
 #include <gtest/gtest.h>
@@ -32,19 +25,8 @@ QString plain(const QString& title) {
 }
 
 /// The main window with its tool windows, worked with the mouse.
-class ToolWindowsTest : public testing::Test {
+class ToolWindowsTest : public WindowFixture {
 protected:
-    void SetUp() override {
-        QSettings().clear();
-        window = std::make_unique<MainWindow>();
-        window->show();
-    }
-
-    void TearDown() override {
-        window.reset();
-        QThreadPool::globalInstance()->waitForDone();
-    }
-
     /// Opens a file with three cells and returns the dataset's id.
     int load(const std::string& name) {
         begin(name);
@@ -54,12 +36,9 @@ protected:
     }
     void begin(const std::string& name) {
         SampleFileOptions options;
-        options.sample = name;
         options.events = 3;
         options.columns = {{"area_um", {10, 20, 30}}, {"deform", {0.1, 0.2, 0.3}}};
-        const std::string path = (folder.path() / (name + ".vqd")).string();
-        writeSampleFile(path, options);
-        window->openDataset(QString::fromStdString(path));
+        window->openDataset(sample(name, options));
     }
 
     void clickMenu(const char* menuTitle, const char* entryText) {
@@ -86,9 +65,6 @@ protected:
         return tree->itemWidget(tree->topLevelItem(row), column)->findChild<QCheckBox*>();
     }
     std::size_t plotted() const { return window->panels().plot->xData().size(); }
-
-    TemporaryFolder folder;
-    std::unique_ptr<MainWindow> window;
 
 private:
     static void clickEntry(QMenu& menu, const char* text) {
