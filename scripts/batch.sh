@@ -14,7 +14,8 @@ fi
 config="$1"
 shift
 [ -f "$config" ] || fail "there is no configuration $config; workflow/config.yaml explains what goes into one"
-[ -d "$profile" ] || profile="$ROOT_DIR/workflow/profiles/$profile"
+# Names come before folders: results may well lie in a folder "local".
+[ ! -d "$ROOT_DIR/workflow/profiles/$profile" ] || profile="$ROOT_DIR/workflow/profiles/$profile"
 [ -f "$profile/config.yaml" ] || fail "there is no profile $profile"
 
 if ! command -v snakemake >/dev/null 2>&1; then

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs the workflow on a real cluster of one node: Slurm on the loopback address, two workers, 200 files. One running job
-# is killed and the controller restarted on the way. The merged table must be that of a local run, byte by byte.
+# is killed and the controller restarted on the way. The merged table must be that of a local run, byte by byte. Then what
+# changes is done again, and nothing else.
 # usage: cluster-test.sh [FILES]
 # Installs what is missing, takes some minutes, gives up after a quarter of an hour, leaves nothing running.
 # shellcheck source=scripts/common.sh
@@ -162,6 +163,20 @@ run_workflow() { "$ROOT_DIR/scripts/batch.sh" --profile "$1" "$2" "${@:3}" >>"$w
 
 a_job_runs() { [ -n "$(squeue -h -t RUNNING -o %i 2>/dev/null | head -n 1)" ]; }
 
+# A file that changed, one whose record has gone and one that is new are done, and no other.
+check_again() {
+    local redone
+    touch "$work/stamp"
+    sleep 0.1
+    touch "$work/data/plate0/run0.vqd"
+    rm "$work/local/rows/plate0/run1.vqd.row"
+    cp "$work/data/plate0/run2.vqd" "$work/data/plate0/new.vqd"
+    run_workflow local "$(configuration local)" || fail "the local run failed: $(tail -n 15 "$work/workflow.log")"
+    redone="$(cd "$work/local/rows" && find . -name '*.row' -newer "$work/stamp" | sort | tr '\n' ' ')"
+    [ "$redone" = "./plate0/new.vqd.row ./plate0/run0.vqd.row ./plate0/run1.vqd.row " ] || fail "done again: $redone"
+    [ "$(wc -l <"$work/local/summary.tsv")" -eq $((files + 2)) ] || fail "the new file has no row"
+}
+
 install_missing
 [ -x "$BUILD_ROOT/release/bin/tessaly_demo" ] && [ -x "$BUILD_ROOT/release/bin/tessaly_batch" ] ||
     fail "the programs are not built; scripts/run.sh builds them"
@@ -198,5 +213,6 @@ fi
 daemon[workflow]=
 cmp "$work/local/summary.tsv" "$work/slurm/summary.tsv" || fail "the tables differ"
 [ "$(wc -l <"$work/slurm/summary.tsv")" -eq $((files + 1)) ] || fail "rows are missing"
+check_again
 jobs="$(squeue -h -t all -o %T | sort | uniq -c | tr '\n' ' ')"
 say "The tables of both runs are the same: $files files, jobs: $jobs, $SECONDS s"

@@ -68,6 +68,9 @@ int datasetIndex(const SessionDocument& document, const CommandLine& line) {
 /// Takes the session in; returns the settings of its dataset's plot.
 PlotSettings takeSession(BatchPlan& plan, const CommandLine& line) {
     if (!line.has("session")) {
+        if (line.has("dataset")) {
+            throw Refusal{Texts::tr("--dataset goes with --session")};
+        }
         return {};
     }
     const SessionReading reading = readSessionFile(line.value("session"));
@@ -154,7 +157,6 @@ void takeOutputs(BatchPlan& plan, const CommandLine& line, const PlotSettings& p
     }
     if (line.has("table")) {
         plan.table.emplace().features = features;
-        plan.table->tsv = true;
     }
     if (line.has("measurement")) {
         ExportConfig& config = plan.measurement.emplace();

@@ -217,6 +217,26 @@ TEST_F(Batch, PlanOfASession) {
                path("p.json")});
     EXPECT_EQ(end.code, 0) << end.err;
     EXPECT_EQ(text("p.json"), planToJson(other).toStdString());
+
+    const SessionBuilder empty;
+    ASSERT_FALSE(writeSessionFile(path("empty.TSY"), captureSession(empty.session, path("empty.TSY"), 0)));
+    writeText("rubbish.tsyfg", "{");
+    const struct {
+        QStringList options;
+        int code;
+        const char* complaint;
+    } refused[] = {{{"-s", path("empty.TSY")}, 1, "empty.TSY: the session has no datasets"},
+                   {{"-s", path("g.tsyfg")}, 1, "g.tsyfg: "},
+                   {{"-s", session, "-g", path("rubbish.tsyfg")}, 1, "rubbish.tsyfg: "},
+                   {{"-s", session, "--dataset", "0"}, 2, "no dataset 0"},
+                   {{"-s", session, "--dataset", "3"}, 2, "no dataset 3"},
+                   {{"--dataset", "1", "--features", "a"}, 2, "--dataset"}};
+    for (const auto& [options, code, complaint] : refused) {
+        end = run(QStringList{"plan"} + options);
+        EXPECT_EQ(end.code, code) << options.join(' ').toStdString();
+        EXPECT_EQ(end.out, "");
+        EXPECT_NE(end.err.find(complaint), std::string::npos) << end.err;
+    }
 }
 
 } // namespace Tessaly

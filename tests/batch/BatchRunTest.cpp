@@ -310,7 +310,8 @@ TEST_F(Batch, MarksThatEveryFileHasItsRecord) {
         bool marked;
     } cases[] = {{{good}, "", 0, true},
                  {{path("in/bad.vqd"), good}, "", 1, true},
-                 {{good}, "ulimit -f 0;", 0, true}, // up to date; an empty file fits a full disk
+                 {{good}, "ulimit -f 0;", 0, true},                // up to date; an empty file fits a full disk
+                 {{path("in/bad.vqd")}, "ulimit -f 0;", 1, false}, // its record can't be written
                  {{slow, good}, "ulimit -f 0;", 1, false}};
     for (const auto& [files, before, code, marked] : cases) {
         const ProgramEnd end = runPlan(marking + files, QLatin1String(before));
