@@ -174,6 +174,9 @@ TEST_F(Batch, PlanOfASession) {
     ProgramEnd end = run({"plan", "-s", session, "--temperature", "25.5"});
     EXPECT_EQ(end.code, 0) << end.err;
     EXPECT_EQ(end.out, planToJson(wanted).toStdString());
+    for (const char* same : {"2", "treated"}) {
+        EXPECT_EQ(run({"plan", "-s", session, "--temperature", "25.5", "--dataset", same}).out, end.out) << same;
+    }
 
     BatchPlan fromWindow;
     takeDataset(fromWindow, builder.session, dataset, {}, *wanted.modulus);
