@@ -38,7 +38,7 @@ RATIO_BARS = {
     "emodulus_isoelastics": 2.0,
     "emodulus_quality": 5.0,
     "trace_filter_chain": 0.15,
-    "refine_packed_traces": 1.6,
+    "refine_packed_traces": 0.5,
     "fourier_masks": 0.5,
     "fourier_packed_masks": 2.0,
     "compensation_3_channels": 6.0,
