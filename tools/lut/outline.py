@@ -1,4 +1,4 @@
-"""Area and deformation of the silhouettes that sweep.edp stores (lengths in tube radii)."""
+"""Area and deformation of the silhouettes that sweep.py stores (lengths in tube radii)."""
 import math
 
 import numpy as np
@@ -9,6 +9,11 @@ from scipy.spatial import ConvexHull
 CHANNEL_WIDTH = 20.0  # um
 FLOW_RATE = 0.16  # uL/s
 VISCOSITY = 1.002  # mPa s
+
+
+SAMPLES = 8000  # points on the whole outline; its inscribed polygon costs 4e-7 of deformation at most
+# deformation of a circle sampled like the outlines: an inscribed polygon
+POLYGON_OFFSET = 1 - math.sqrt(math.pi / SAMPLES / math.tan(math.pi / SAMPLES))
 
 
 def equivalent_radius():
@@ -26,7 +31,6 @@ def equivalent_radius():
 RADIUS = equivalent_radius()  # um
 # eta Q / R^3: mPa s * uL/s / um^3 = 1e-3 Pa s * 1e-9 m^3/s / 1e-18 m^3 = 1e6 Pa = 1e3 kPa
 STRESS_SCALE = 1e3 * VISCOSITY * FLOW_RATE / RADIUS**3  # kPa
-SAMPLES = 8000  # points on the whole outline; its inscribed polygon costs 4e-7 of deformation at most
 
 
 def resampled(z, r):
@@ -45,33 +49,41 @@ def measure(z, r):
     hull = ConvexHull(np.column_stack([zs, rs]))
     area, perimeter = hull.volume, hull.area  # scipy's names in two dimensions
     half = SAMPLES // 2 + 1
-    zh, rh = np.append(zs[:half], []), rs[:half]
+    zh, rh = zs[:half], rs[:half]
     volume = math.pi * np.sum(np.diff(zh) * (rh[1:] ** 2 + rh[1:] * rh[:-1] + rh[:-1] ** 2)) / 3
     return area, 1 - 2 * math.sqrt(math.pi * area) / perimeter, volume
 
 
+def hull(z, r):
+    """Indices of the convex hull's corners, closed."""
+    corners = ConvexHull(np.column_stack([z, r])).vertices
+    return np.append(corners, corners[0])
+
+
 def read_sweep(path):
-    """Points of one sweep file: dicts with eps, iterations, residual, speed, z, r. Half-written ones are left out."""
-    points, current = [], None
+    """Points of one sweep file and why it ended: dicts with lambda, eps, steps, change, speed, volume (of the finite
+    elements), z, r, area (um^2), deform, E (kPa), outline_volume (of the spline), both volumes over the sphere's."""
+    points, current, left, reason = [], None, 0, "unfinished"
     with open(path) as lines:
         for line in lines:
             words = line.split()
-            if words and words[0] == "point":
-                keys = ("lambda", "edges", "eps", "iterations", "residual", "speed")
-                current = dict(zip(keys, map(float, words[1:])))
-                current["z"], current["r"] = [], []
-                continue
-            if current is None or len(words) != 2:
-                continue
-            current["z"].append(float(words[0]))
-            current["r"].append(float(words[1]))
-            if len(current["z"]) == current["edges"] + 1:
-                points.append(current)
-                current = None
+            if words[0] == "end":
+                reason = " ".join(words[1:])
+            elif words[0] == "point":
+                keys = ("lambda", "nodes", "eps", "steps", "change", "speed", "volume")
+                current = dict(zip(keys, map(float, words[1:])), z=[], r=[])
+                left = int(current["nodes"])
+            else:
+                current["z"].append(float(words[0]))
+                current["r"].append(float(words[1]))
+                left -= 1
+                if left == 0:
+                    points.append(current)
     for p in points:
         area, deform, volume = measure(p["z"], p["r"])
         p["area"] = area * RADIUS**2
         p["deform"] = deform
-        p["volume"] = volume / (4 / 3 * math.pi * p["lambda"] ** 3)
+        p["outline_volume"] = volume / (4 / 3 * math.pi * p["lambda"] ** 3)
         p["E"] = p["eps"] * STRESS_SCALE
-    return points
+        p["edges"] = (p["nodes"] - 1) / 2
+    return points, reason

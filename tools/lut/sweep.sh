@@ -7,8 +7,7 @@ here=$(dirname "$0")
 target=$work/sweep-$lambda.txt
 [ -s "$target" ] && exit 0
 # the finer, the narrower the gap
-edges=$(awk -v l="$lambda" 'BEGIN { printf "%d", (l > 0.7) ? 64 + 100 * (l - 0.7) : 64 }')
+edges=$(awk -v l="$lambda" 'BEGIN { printf "%d", 2 * int((l > 0.7) ? 32 + 50 * (l - 0.7) : 32) }')
 export OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1
-cd "$here"
-nice -n 10 FreeFem++ -nw -v 0 sweep.edp -lambda "$lambda" -edges "$edges" -out "$target.part" > "$target.log" 2>&1
+"${PYTHON:-/usr/bin/python3}" "$here/sweep.py" "$lambda" "$edges" "$target.part" > "$target.log" 2>&1
 mv "$target.part" "$target"
