@@ -20,7 +20,7 @@ LEAST_STEP = 3e-4  # in deformation, between the row on the edge and the next
 def edge(area):
     """Upper edge of the table. It lies where the outline's finer details (see the report, check 4) begin to matter, and is
     strictly concave, so that every lambda's end is a corner of the convex hull."""
-    return 0.1315 - 1.5e-7 * (area - 150) ** 2
+    return 0.1315 - 5e-7 * (area - 215) ** 2
 
 
 def collect(work):
@@ -174,12 +174,12 @@ def volume_check(points):
 LEVELS_OF_D = (0.001, 0.01, 0.03, 0.05, 0.07, 0.09, 0.10, 0.11, 0.12, 0.125, 0.13, 0.135, 0.14, 0.145, 0.15)
 
 
-def at_modulus(points, modulus):
-    """Deformation at a modulus, from the cubic through the four nearest points of one lambda."""
-    near = sorted(points, key=lambda p: abs(math.log(p["E"] / modulus)))[:4]
-    x = math.log(modulus)
-    weights = [math.prod((x - math.log(q["E"])) / (math.log(p["E"] / q["E"])) for q in near if q is not p) for p in near]
-    return math.exp(sum(w * math.log(p["deform"]) for w, p in zip(weights, near)))
+def follow(points, given, value, wanted):
+    """One quantity of a lambda's points at a value of another, by the cubic through the four nearest in logarithms, in which
+    deformation and modulus are nearly proportional."""
+    near = sorted(points, key=lambda p: abs(math.log(p[given] / value)))[:4]
+    weights = [math.prod(math.log(value / q[given]) / math.log(p[given] / q[given]) for q in near if q is not p) for p in near]
+    return math.exp(sum(w * math.log(p[wanted]) for w, p in zip(weights, near)))
 
 
 def mesh_check(work, sweeps):
@@ -188,6 +188,7 @@ def mesh_check(work, sweeps):
             "half times the terms in the outline's series (56, skin as stiff as the body at term 24 instead of 16; elements at the surface "
             "two thirds as long). Allowed: 1 % of d within the table.", "",
             "| lambda | E / kPa | d | halved elements | difference | shorter waves | difference |", "|---|---|---|---|---|---|---|"]
+    ends = []
     worst, found = 0.0, 0
     others = {kind: read_all(work, kind) for kind in ("halved", "skin")}
     for lam in sorted(set(others["halved"]) & set(others["skin"])):
@@ -196,21 +197,22 @@ def mesh_check(work, sweeps):
         for level in LEVELS_OF_D:
             if level > points[-1]["deform"]:
                 break
-            area, modulus = between(points, level)
+            area, modulus = between(points, level)[0], follow(points, "deform", level, "E")
             cells = []
             for kind, curve in curves.items():
                 if modulus < curve[-1]["E"]:
                     cells += ["beyond its end", ""]
                     continue
-                d = at_modulus(curve, modulus)
+                d = follow(curve, "E", modulus, "deform")
                 change = 100 * (d / level - 1)
                 cells += [f"{d:.6f}", f"{change:+.3f} %"]
                 if level <= edge(area):
                     worst, found = max(worst, abs(change)), found + 1
             text.append(f"| {lam} | {modulus:.4f} | {level} | " + " | ".join(cells) + " |")
-        ends = ", ".join(f"{kind} {max(p['deform'] for p in curve):.4f} at {curve[-1]['E']:.4f} kPa ({others[kind][lam][1]})"
-                         for kind, curve in curves.items())
-        text += [f"| {lam} | | largest {points[-1]['deform']:.4f} at {points[-1]['E']:.4f} kPa | {ends} | | | |"]
+        ends += [f"- lambda {lam}, {kind}: largest d {curve[-1]['deform']:.4f} at {curve[-1]['E']:.4f} kPa, then: {end}"
+                 for kind, curve, end in [("production", points, read_all(work, "sweep")[lam][1])]
+                 + [(kind, curve, others[kind][lam][1]) for kind, curve in curves.items()]]
+    text += ["", "Beyond the table's edge the branches are followed until they end:", ""] + ends
     return text + ["", f"Largest change within the table {worst:.3f} % at {found} points: {verdict(found >= 12 and worst < 1)}.", ""]
 
 
@@ -317,12 +319,10 @@ def solids(work, table, sweeps, path):
             if level > points[-1]["deform"] or level < points[0]["deform"]:
                 cells.append("")
                 continue
-            area, modulus = between(points, level)
-            linear = between(sweeps[lam], level)[1]
-            cells.append(f"{modulus / linear:.3f}")
+            cells.append(f"{follow(points, 'deform', level, 'E') / follow(sweeps[lam], 'deform', level, 'E'):.3f}")
         for p in points:
             if 5e-4 < p["deform"] <= sweeps[lam][-1]["deform"]:
-                spots.append((p["area"], p["deform"], p["E"] / between(sweeps[lam], p["deform"])[1]))
+                spots.append((p["area"], p["deform"], p["E"] / follow(sweeps[lam], "deform", p["deform"], "E")))
         text.append(f"| {lam} | {points[0]['area']:.1f} | " + " | ".join(cells) + f" | {points[-1]['deform']:.4f} | {end} |")
     area, deform, ratio = np.array(spots).T
     figure, axes = plt.subplots(figsize=(8, 5))
