@@ -14,7 +14,7 @@ struct Donor {
 constexpr Donor donors[] = {{0.94, 1.02, 2400, 2200}, {1.0, 1.0, 2800, 2000}, {1.07, 0.97, 2100, 2600}};
 
 std::array<CellKind, 2> populations(double stiffness, double size, double secondDye) {
-    return {CellKind{0.58, 65.0 * size, 0.12, 0.8 * stiffness, 0.14, {0.0, 450.0 * secondDye, 0.0}},
+    return {CellKind{0.58, 65.0 * size, 0.12, 0.8 * stiffness, 0.21, {0.0, 450.0 * secondDye, 0.0}},
             CellKind{0.42, 150.0 * size, 0.12, 1.6 * stiffness, 0.14, {2500.0, 120.0 * secondDye, 0.0}}};
 }
 

@@ -116,7 +116,7 @@ void showWholeIsoelastics(Tour& tour) {
     QCoreApplication::sendEvent(canvas, &wheel);
     Tour::expect(shownWidth(*plot) > before, "The wheel shows more than the events.");
     const QPoint corner = plot->toCanvas({360.0, -0.003}).toPoint();
-    tour.dragTo(canvas, plot->toCanvas({-25.0, 0.09}).toPoint(), corner);
+    tour.dragTo(canvas, plot->toCanvas({-25.0, 0.18}).toPoint(), corner);
     tour.release(canvas, corner);
     Tour::expect(plot->isoLabelTexts().size() == 11, "The lines are seen from end to end, each with its modulus.");
 }
