@@ -125,6 +125,8 @@ class Problem:
         self._number(region)
         self._build_forms(Measure("dx", domain=self.mesh, subdomain_data=region))
         self.speed, self.log_eps = 0.0, 0.0
+        self.last_change = math.inf
+        self._prepare_quality()
         self.rebase()
 
     # -- numbering
@@ -337,8 +339,6 @@ class Problem:
 
     def folded(self):
         """Whether a triangle has turned over, seen at its corners and edge midpoints."""
-        if not hasattr(self, "_cell_nodes"):
-            self._prepare_quality()
         return self.quality() <= 0
 
     def _prepare_quality(self):

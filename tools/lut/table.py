@@ -216,6 +216,20 @@ def mesh_check(work, sweeps):
     return text + ["", f"Largest change within the table {worst:.3f} % at {found} points: {verdict(found >= 12 and worst < 1)}.", ""]
 
 
+def folds(work):
+    """Where the branch turns back, solution by solution, with the production mesh and with a finer one."""
+    text = ["## Folds", "",
+            "The last solutions of branches that turn back, along the branch: E / kPa and deformation. In a fold of the stiffness E rises again "
+            "while the cell deforms further; in one of the deformation d falls. What follows a fold is not in the table.", ""]
+    for kind in ("sweep", "halved", "skin"):
+        for lam, (points, end) in sorted(read_all(work, kind).items()):
+            if end.startswith("no solution") or end == "top" or (kind == "sweep" and lam not in read_all(work, "halved")):
+                continue
+            pairs = ", ".join(f"({p['E']:.5f}, {p['deform']:.5f})" for p in points[-9:])
+            text.append(f"- lambda {lam}, {'production' if kind == 'sweep' else kind}, {end}: {pairs}")
+    return text + [""]
+
+
 def stiff_check(sweeps):
     text = ["## 5. Stiff limit", "",
             "The outline's displacement goes with 1 / E. The deformation d measures the departure from a circle, the shape "
@@ -376,7 +390,7 @@ def main():
             f"Written by `generate.sh`. {len(rows)} rows of {len(sweeps)} confinements; tube radius "
             f"{outline.RADIUS:.4f} um, stress scale {outline.STRESS_SCALE:.5f} kPa.", ""]
     text += solver_checks(work) + volume_check(points) + mesh_check(work, sweeps) + stiff_check(sweeps)
-    text += monotony_check(rows, sweeps, table) + edge_check(sweeps) + line_report(lines)
+    text += monotony_check(rows, sweeps, table) + edge_check(sweeps) + line_report(lines) + folds(work)
     text += shapes(sweeps, os.path.join(here, "outlines.png")) + solids(work, table, sweeps, os.path.join(here, "solids.png"))
     text += reach(work)
     with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "notes.md")) as f:
