@@ -237,6 +237,27 @@ TEST(EModulusLutFile, SearchOrder) {
     EXPECT_EQ(findLutFile(directoryName, ""), "");
 }
 
+/// Rows of a former table, from another program (FreeFEM; flow and solid in turn, another mesh for each shape).
+TEST(EModulusLutFile, TheTableThatIsDeliveredAgreesWithAnotherSolver) {
+    EModulus engine;
+    engine.setSearchDirectory(fs::read_symlink("/proc/self/exe").parent_path().string());
+    engine.triangulate(0);
+    const EModulusMesh* mesh = engine.mesh(0);
+    ASSERT_NE(mesh, nullptr);
+    constexpr std::tuple<double, double, double> rows[] = {
+        {21.2453, 0.030357, 0.272609}, {55.8223, 0.049515, 0.365196},  {64.2461, 0.069937, 0.345276},
+        {136.4854, 0.049957, 0.59064}, {182.6321, 0.028583, 0.979187}, {205.0006, 0.059955, 0.693245},
+        {289.6938, 0.054406, 0.99868}, {300.5487, 0.025947, 1.95809}};
+    for (const auto& [area, deform, modulus] : rows) {
+        EXPECT_NEAR(interpolate(*mesh, area, deform) / modulus, 1.0, 0.005) << area << " " << deform;
+    }
+    // Soft cells of all sizes have a modulus, the lower the more they deform.
+    for (double area = 10.0; area < 300.0; area += 7.0) {
+        EXPECT_GT(interpolate(*mesh, area, 0.08), interpolate(*mesh, area, 0.095)) << area;
+        EXPECT_GT(interpolate(*mesh, area, 0.095), interpolate(*mesh, area, 0.109)) << area;
+    }
+}
+
 TEST(EModulusLutFile, TableThatAppearsLaterIsPickedUpAndKept) {
     const TemporaryFolder folder;
     EModulus engine;
