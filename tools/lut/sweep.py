@@ -132,7 +132,7 @@ class Sweep:
         rise = self.deforms[-1] - self.deforms[-2]
         length = np.linalg.norm((self.found[-1] - self.found[-2])[self.face]) / math.sqrt(len(self.face))
         length *= min(2.0, self.step / rise)
-        past, halvings = 0, 0
+        past, halvings = 0, 0  # of the whole branch: steps that were too long come where it is about to end
         while True:
             try:
                 self.along(length)

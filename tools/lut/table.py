@@ -333,8 +333,8 @@ def solids(work, table, sweeps, path):
     import matplotlib.pyplot as plt
     levels = (0.001, 0.005, 0.01, 0.02, 0.03, 0.04, 0.05, 0.06, 0.07, 0.08, 0.09, 0.10, 0.11, 0.12)
     text = ["## The solid", "", "![modulus of a neo-Hookean sphere over that of the table](solids.png)", "",
-            "The table's solid is linear: its stress knows no rotations, and strains at the surface reach a stretch of 3 at the front and a "
-            "compression to a third at the rear edge when d is 0.12. A neo-Hookean sphere of the same modulus at small strain tells how far that "
+            "The table's solid is linear: its stress knows no rotations, and when d is 0.12 its surface is stretched to 2.5 to 2.8 of "
+            "its length at the front and compressed to 0.4 to 0.5 at the rear edge. A neo-Hookean sphere of the same modulus at small strain tells how far that "
             "can be trusted: E of the neo-Hookean sphere over the table's E for the same area and deformation. Empty where the neo-Hookean "
             "branch has ended.", "", "| lambda | area / um^2 | " + " | ".join(f"d {d}" for d in levels) + " | largest d | end of the branch |",
             "|---|---|" + "---|" * (len(levels) + 2)]
