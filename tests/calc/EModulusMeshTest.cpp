@@ -1,4 +1,5 @@
 #include "calc/SyntheticLut.h"
+#include "calc/emodulus/EModulus.h"
 #include "calc/emodulus/Lookup.h"
 #include "calc/emodulus/Mesh.h"
 
@@ -264,6 +265,39 @@ TEST(EModulusLookup, SameBitsAsThePlainSearch) {
             inside += std::isnan(plain) ? 0U : 1U;
         }
         EXPECT_GT(inside, points.size() / 20);
+    }
+}
+
+/// A node without a modulus leaves the triangles around it without one: they are no part of the table.
+TEST(EModulusLookup, NodesWithoutAModulusBoundTheTable) {
+    const EModulusLut lut = lutOf({{10, 0, 1}, {30, 0, 3}, {20, 1, 2}, {20, 3, NaN}}); // modulus = area / 10 below
+    const EModulusMesh mesh = buildMesh(lut);
+    ASSERT_EQ(mesh.triangles.size(), 3U);
+    const EModulusLookup lookup(mesh);
+    struct Case {
+        double area, deform, modulus;
+        EModulusFate fate;
+    };
+    constexpr Case cases[] = {
+        {20, 0.5, 2.0, EModulusFate::Mapped},         {17, 0.6, 1.7, EModulusFate::Mapped},
+        {20, 0.99, 2.0, EModulusFate::Mapped},        {17, 1.2, NaN, EModulusFate::DeformTooHigh},
+        {20, 1.01, NaN, EModulusFate::DeformTooHigh}, {23, 0.8, NaN, EModulusFate::DeformTooHigh},
+        {20, 2.9, NaN, EModulusFate::DeformTooHigh},  {20, 3.1, NaN, EModulusFate::DeformTooHigh},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.area << ' ' << c.deform);
+        for (const double found : {interpolate(mesh, c.area, c.deform), lookup(c.area, c.deform)}) {
+            EXPECT_EQ(std::isnan(found), std::isnan(c.modulus)) << found;
+            EXPECT_FALSE(std::abs(found - c.modulus) > 1e-12) << found;
+        }
+        EXPECT_EQ(fateOf({lut, mesh, lookup}, c.area, c.deform), c.fate);
+    }
+    EModulusParams params;
+    params.channelWidth = lut.channelWidth;
+    const EModulusCoverage coverage = coverageOf({lut, mesh, lookup}, {}, {}, {}, params);
+    ASSERT_EQ(coverage.outline.size(), 3U);
+    for (const auto& [a, b, c, d] : coverage.outline) {
+        EXPECT_LE(std::max(b, d), 1.0 + 1e-12) << a << ' ' << c;
     }
 }
 

@@ -45,15 +45,18 @@ bool isWhiteSpace(QChar c) {
 void appendRow(QStringView line, EModulusLut& lut) {
     std::array<double, 3> row{};
     const QChar* place = line.begin();
-    for (double& value : row) {
+    for (std::size_t column = 0; column < row.size(); ++column) {
         place = std::find_if_not(place, line.end(), isWhiteSpace);
         const QChar* end = std::find_if(place, line.end(), isWhiteSpace);
         bool ok = false;
-        value = QStringView(place, end).toDouble(&ok);
-        // "nan" and "inf" convert, but are no node of a mesh.
-        if (!ok || !std::isfinite(value)) {
+        const double value = QStringView(place, end).toDouble(&ok);
+        // "nan" and "inf" convert, but are no node of a mesh. A node without a modulus leaves its triangles without
+        // one.
+        const bool noModulus = column == 2 && std::isnan(value);
+        if (!ok || (!std::isfinite(value) && !noModulus)) {
             return;
         }
+        row[column] = value;
         place = end;
     }
     lut.area.push_back(row[0]);

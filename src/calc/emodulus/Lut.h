@@ -15,7 +15,8 @@ std::string findLutFile(const std::string& directory, const std::string& fileNam
 
 /// Reads a table: a commented block of JSON between "BEGIN METADATA" and "END METADATA" with the reference conditions,
 /// a header line, and rows of area, deformation and modulus parted by white space. Rows that do not hold three finite
-/// numbers are left out; metadata that cannot be parsed leave the defaults.
+/// numbers are left out, but for those whose modulus is "nan": no cell has the area and deformation around them.
+/// Metadata that cannot be parsed leave the defaults.
 /// @return nothing for a file that cannot be opened; a table without rows is still a table
 std::optional<EModulusLut> readLutFile(const std::string& path);
 
