@@ -252,10 +252,16 @@ TEST(EModulusLutFile, TheTableThatIsDeliveredAgreesWithAnotherSolver) {
         EXPECT_NEAR(interpolate(*mesh, area, deform) / modulus, 1.0, 0.005) << area << " " << deform;
     }
     // Soft cells of all sizes have a modulus, the lower the more they deform.
-    for (double area = 10.0; area < 300.0; area += 7.0) {
-        EXPECT_GT(interpolate(*mesh, area, 0.08), interpolate(*mesh, area, 0.095)) << area;
-        EXPECT_GT(interpolate(*mesh, area, 0.095), interpolate(*mesh, area, 0.109)) << area;
+    constexpr double deforms[] = {0.08, 0.095, 0.11, 0.125, 0.14};
+    for (double area = 10.0; area < 340.0; area += 7.0) {
+        for (std::size_t i = 1; i < std::size(deforms); ++i) {
+            EXPECT_GT(interpolate(*mesh, area, deforms[i - 1]), interpolate(*mesh, area, deforms[i])) << area;
+        }
     }
+    // The softest of middling size turn back before small and large ones do.
+    EXPECT_FALSE(std::isnan(interpolate(*mesh, 20.0, 0.148)));
+    EXPECT_FALSE(std::isnan(interpolate(*mesh, 330.0, 0.165)));
+    EXPECT_TRUE(std::isnan(interpolate(*mesh, 125.0, 0.146)));
 }
 
 TEST(EModulusLutFile, TableThatAppearsLaterIsPickedUpAndKept) {
@@ -317,7 +323,8 @@ TEST(EModulusLutFile, FormatAndDamage) {
         {"columns missing", "1 2\n3\n\n   \n4 5 6\n", 1},
         {"columns too many", "1 2 3 4 x\n", 1},
         {"text", "one two three\n1 2 x\n1,5 2 3\n", 0},
-        {"no finite numbers", "nan 1 2\n1 inf 2\n1 2 -inf\n1 1e999 2\n", 0},
+        {"no finite numbers", "nan 1 2\n1 nan 2\n1 inf 2\n1 2 -inf\n1 1e999 2\n", 0},
+        {"no modulus", "1 2 nan\n", 1},
         {"line ends and blanks", "\t 1\t2   3 \r\n4 5 6\r\n7 8 9", 3},
         {"zero bytes", std::string("\0\0\0\n1 2 3\n", 10), 1},
     };

@@ -47,9 +47,13 @@ class NoSolution(Exception):
 
 # ---- Mesh ---------------------------------------------------------------------------------------------------------
 
-def make_mesh(lam, edges, factor=1.0):
-    """Triangles around and inside a sphere of radius lam, with `edges` on its half circle; `factor` 0.5 halves all other
-    sizes. Returns the mesh and the marks of its triangles."""
+REAR_EDGE = 1.2, 2.3  # angles from the rear between which soft cells get a sharp edge
+
+
+def make_mesh(lam, edges, factor=1.0, grading=1.0):
+    """Triangles around and inside a sphere of radius lam, as long as if there were `edges` on its half circle and
+    `grading` times shorter around the rear edge; `factor` 0.5 halves all other sizes. Returns the mesh and the marks of
+    its triangles."""
     h = lam * math.pi / edges
     far = max(0.2 * factor, 1.01 * h)
     wall = min(far * 0.8, max(h, 0.4 * (1 - lam) * factor))
@@ -58,14 +62,15 @@ def make_mesh(lam, edges, factor=1.0):
     gmsh.option.setNumber("Mesh.Algorithm", 6)
     g = gmsh.model.geo
     end = lam + END_DISTANCE
-    rear, front, top, middle = (g.addPoint(*xy, 0, h) for xy in ((-lam, 0), (lam, 0), (0, lam), (0, 0)))
+    rear = g.addPoint(-lam, 0, 0, h / math.sqrt(grading))
+    front, middle = g.addPoint(lam, 0, 0, h), g.addPoint(0, 0, 0, h)
+    sharp = [g.addPoint(-lam * math.cos(a), lam * math.sin(a), 0, h / grading) for a in REAR_EDGE]
     inner = [g.addPoint(x, 0, 0, 3.0 * h) for x in (-0.5 * lam, 0.5 * lam)]
     outlet = [g.addPoint(end, 0, 0, far), g.addPoint(end, 1, 0, far)]
     inlet = [g.addPoint(-end, 1, 0, far), g.addPoint(-end, 0, 0, far)]
     near = [g.addPoint(1.4 * lam, 1, 0, wall), g.addPoint(-lam, 1, 0, wall)]
-    arcs = [g.addCircleArc(rear, middle, top), g.addCircleArc(top, middle, front)]
-    for arc in arcs:
-        g.mesh.setTransfiniteCurve(arc, edges // 2 + 1)
+    corners = [rear, *sharp, front]
+    arcs = [g.addCircleArc(a, middle, b) for a, b in zip(corners, corners[1:])]
     axis = [g.addLine(a, b) for a, b in ((front, inner[1]), (inner[1], inner[0]), (inner[0], rear))]
     body = g.addPlaneSurface([g.addCurveLoop(arcs + axis)])
     corners = [front, outlet[0], outlet[1], near[0], near[1], inlet[0], inlet[1], rear]
@@ -110,12 +115,12 @@ def hoop_div(f2, f33, g2, hoop):
 class Problem:
     """One confinement `lam` on one mesh. `law` is "linear" (2 mu e(u) on the undeformed sphere) or "neo-Hookean"."""
 
-    def __init__(self, lam, edges, factor=1.0, law="linear", terms=40, cutoff=16):
+    def __init__(self, lam, edges, factor=1.0, law="linear", terms=40, cutoff=16, grading=1.0):
         self.lam, self.law, self.terms = lam, law, terms
         order = np.arange(terms + 1)
         # stiffness of the skin relative to that of the body under a wave of k half-waves, mu k: equal at the cutoff
         self.skin = lam * order * (order / cutoff) ** 5
-        self.mesh, region = make_mesh(lam, edges, factor)
+        self.mesh, region = make_mesh(lam, edges, factor, grading)
         vector, scalar = VectorElement("P", "triangle", 2), FiniteElement("P", "triangle", 1)
         self.space = FunctionSpace(self.mesh, MixedElement([vector, vector, scalar, scalar]))
         self.state = Function(self.space)
@@ -145,7 +150,8 @@ class Problem:
         radius = np.hypot(xy[:, 0], xy[:, 1])
         both = inside[CELL] & inside[FLUID]
         end = self.lam + END_DISTANCE
-        outer = (xy[:, 1] > 1 - 1e-9) | (np.abs(xy[:, 0]) > end - 1e-9)
+        ends = np.abs(xy[:, 0]) > end - 1e-9
+        outer = (xy[:, 1] > 1 - 1e-9) | ends
         axis = xy[:, 1] < 1e-9
 
         def rows(name, where):
@@ -166,12 +172,12 @@ class Problem:
         only_cell, only_fluid = inside[CELL] & ~both, inside[FLUID] & ~both
         pinned = at["p"][[np.argmax(xy[at["p"], 0] - 1e-3 * xy[at["p"], 1])]]
         fixed = [rows(k, only_cell | both | outer) for k in ("vz", "vr")] + [rows("vr", axis)]
-        fixed += [rows(k, outer) for k in ("dz", "dr")] + [rows("dr", axis)]
+        fixed += [rows("dz", ends), rows("dr", outer), rows("dr", axis)]  # the mesh slides along wall and axis
         fixed += [rows("p", only_cell), rows("s", only_fluid), pinned]
         self.fixed = np.unique(np.concatenate(fixed))
         self.given = np.zeros(self.size)       # values of the fixed unknowns, apart from the cell's speed
-        ends = rows("vz", np.abs(xy[:, 0]) > end - 1e-9)
-        self.given[ends] = 2 / math.pi * (1 - xy[ends, 1] ** 2)
+        profile = rows("vz", ends)
+        self.given[profile] = 2 / math.pi * (1 - xy[profile, 1] ** 2)
         self.moving = rows("vz", outer)        # whose value is less by the speed
         moved = np.zeros(self.size, bool)
         moved[np.concatenate([rows(k, only_fluid) for k in ("dz", "dr")])] = True
@@ -210,10 +216,13 @@ class Problem:
         self.to_modes = (np.linalg.pinv(blocks[:nodes, :self.terms + 1]), np.linalg.pinv(blocks[nodes:, self.terms + 1:]))
         self.mode_skin = np.concatenate([self.skin, self.skin[1:]])
 
-    def skin_force(self):
+    def series(self):
+        """Terms of the outline's displacement: cosines along the axis from 0 on, sines away from it from 1 on."""
         w = self.state.vector().get_local()
-        series = np.concatenate([self.to_modes[0] @ w[self.face["dz"]], self.to_modes[1] @ w[self.face["dr"]]])
-        return float(self.mu) * self.mode_skin * series
+        return np.concatenate([self.to_modes[0] @ w[self.face["dz"]], self.to_modes[1] @ w[self.face["dr"]]])
+
+    def skin_force(self):
+        return float(self.mu) * self.mode_skin * self.series()
 
     # -- equations
 
@@ -247,11 +256,12 @@ class Problem:
         fluid = (2 * ufl.inner(ufl.sym(gv), ufl.sym(ga)) + 2 * v[1] * a[1] / y**2 - p * (ufl.tr(ga) + a[1] / y)
                  - q * (ufl.tr(gv) + v[1] / y)) * y * volume_m * dx(FLUID)
 
-        # mesh of the fluid: small triangles are stiff, so that the large ones take up the distortion
+        # mesh of the fluid: small triangles and distorted ones are stiff, so that the others take up the motion
         mb = ufl.grad(x + c + b)
         inv_b = ufl.inv(mb)
         trial = ufl.split(TrialFunction(self.space))[1]
-        stiff = 1 / ufl.CellVolume(self.mesh)
+        distortion = ufl.inner(mb, mb) / (2 * ufl.det(mb))  # 1 at rest
+        stiff = distortion ** 2 / ufl.det(mb) / ufl.CellVolume(self.mesh)
         self.forms["mesh"] = stiff * ufl.inner(ufl.grad(trial) * inv_b, ufl.grad(w) * inv_b) * ufl.det(mb) * dx(FLUID)
         self.forms["elastic"] = elastic
         self.forms["solid"] = solid
@@ -302,31 +312,38 @@ class Problem:
                         [sp.csr_matrix(self.centroid), None, None],
                         [sp.csr_matrix(row_e), None, sp.csr_matrix([[corner]])]], format="csr")
 
-    def newton_change(self, control, residual):
-        """Solves the linearised system in the terms of the outline's series."""
+    def linearised(self, control):
+        """The factors of the linearised system in the terms of the outline's series."""
         small = (self.weigh @ self.jacobian(control) @ self.basis).tocsr()
         force, rows = self.skin_force(), self.modes
         last = np.full(len(rows), small.shape[0] - 1)
         skin = sp.csr_matrix((np.concatenate([float(self.mu) * self.mode_skin, force]),
                               (np.concatenate([rows, rows]), np.concatenate([rows, last]))), small.shape)
-        right = self.weigh @ residual
-        right[rows] += force
-        return self.basis @ lu_solve(small + skin, -right)
+        return Factors(small + skin)
 
-    def solve(self, control, target, tolerance=2e-5, steps=10):
+    def newton_change(self, factors, residual):
+        right = self.weigh @ residual
+        right[self.modes] += self.skin_force()
+        return self.basis @ factors.solve(-right)
+
+    def solve(self, control, target, tolerance=2e-5, steps=12):
         """Newton's method with the last equation control . (state, log eps) = target. Returns the number of steps. Ends
-        when a step moves the outline by less than `tolerance` radii: convergence is quadratic, the next one would
-        move it by about the square. Leaves the state as it was where it fails."""
+        when a step moves the outline by less than `tolerance` radii. The linearised system is kept as long as every
+        step is less than a twentieth of the last one, so that what is missing then is less than a twentieth of that.
+        Leaves the state as it was where it fails."""
         before = self.unknowns()
         row, corner = control
-        last = math.inf
+        last, factors = math.inf, None
         for step in range(1, steps + 1):
             r = np.concatenate([self.residual(), [self.centroid @ self.state.vector().get_local(),
                                                   row @ self.state.vector().get_local() + corner * self.log_eps - target]])
-            change = self.newton_change(control, r)
+            factors = factors or self.linearised(control)
+            change = self.newton_change(factors, r)
             moved = max(np.abs(change[self.face["dz"]]).max(), np.abs(change[self.face["dr"]]).max())
             if not np.isfinite(moved) or moved > 0.5 or (step > 4 and moved > 4 * last):
                 break
+            if moved > min(0.05 * last, 0.02 * self.lam):
+                factors = None
             last = moved
             self.set_unknowns(self.unknowns() + change)
             if self.folded():
@@ -367,10 +384,13 @@ class Problem:
     # -- results
 
     def outline(self):
-        """Coordinates (z, r) of the nodes, rear to front, and their angles on the undeformed sphere."""
-        w = self.state.vector().get_local()
-        z = -self.lam * np.cos(self.angle) + w[self.face["dz"]]
-        r = self.lam * np.sin(self.angle) + w[self.face["dr"]]
+        """Coordinates (z, r) of 8 points a term of the series, rear to front, evenly spaced by angle on the undeformed
+        sphere."""
+        series = self.series()
+        angle = np.linspace(0, math.pi, 8 * self.terms + 1)
+        k = np.arange(self.terms + 1)
+        z = np.cos(np.outer(angle, k)) @ series[:self.terms + 1] - self.lam * np.cos(angle)
+        r = np.sin(np.outer(angle, k[1:])) @ series[self.terms + 1:] + self.lam * np.sin(angle)
         r[0] = r[-1] = 0
         return z, r
 
@@ -384,18 +404,27 @@ def csr(matrix):
     return sp.csr_matrix((data, indices, indptr), mat.getSize())
 
 
-def lu_solve(matrix, rhs):
-    matrix.sort_indices()
-    mat = PETSc.Mat().createAIJ(matrix.shape, csr=(matrix.indptr, matrix.indices, matrix.data), comm=PETSc.COMM_SELF)
-    ksp = PETSc.KSP().create(PETSc.COMM_SELF)
-    ksp.setOperators(mat)
-    ksp.setType("preonly")
-    ksp.getPC().setType("lu")
-    ksp.getPC().setFactorSolverType("umfpack")
-    x, b = mat.createVecs()
-    b.array[:] = rhs
-    ksp.solve(b, x)
-    result = x.array.copy()
-    for item in (ksp, mat, x, b):
-        item.destroy()
-    return result
+class Factors:
+    """The LU factors of a sparse matrix."""
+
+    def __init__(self, matrix):
+        matrix.sort_indices()
+        self.matrix = PETSc.Mat().createAIJ(matrix.shape, csr=(matrix.indptr, matrix.indices, matrix.data), comm=PETSc.COMM_SELF)
+        self.solver = PETSc.KSP().create(PETSc.COMM_SELF)
+        self.solver.setOperators(self.matrix)
+        self.solver.setType("preonly")
+        self.solver.getPC().setType("lu")
+        self.solver.getPC().setFactorSolverType("umfpack")
+
+    def solve(self, rhs):
+        x, b = self.matrix.createVecs()
+        b.array[:] = rhs
+        self.solver.solve(b, x)
+        result = x.array.copy()
+        x.destroy()
+        b.destroy()
+        return result
+
+    def __del__(self):
+        self.solver.destroy()
+        self.matrix.destroy()

@@ -26,7 +26,7 @@ def rigid_drags(problem):
     for values in (speed_of_walls(problem), problem.given):
         right = -(matrix @ values)[free]
         solution = values.copy()
-        solution[free] = cellflow.lu_solve(matrix[free][:, free].tocsr(), right)
+        solution[free] = cellflow.Factors(matrix[free][:, free].tocsr()).solve(right)
         forces.append(-2 * math.pi * (matrix @ solution)[problem.face["vz"]].sum())
     return forces
 
@@ -64,7 +64,7 @@ def solve_solid(problem, load):
         w = problem.state.vector().get_local()
         matrix = cellflow.csr(assemble(jacobian, keep_diagonal=True))[free][:, free]
         right = np.append((load - assemble(problem.forms["solid"]).get_local())[free], -(problem.centroid @ w))
-        change = cellflow.lu_solve(sp.bmat([[matrix, centroid.T], [centroid, None]], format="csr"), right)
+        change = cellflow.Factors(sp.bmat([[matrix, centroid.T], [centroid, None]], format="csr")).solve(right)
         w[free] += change[:-1]
         problem.state.vector().set_local(w)
         if np.abs(change).max() < 1e-12:
@@ -107,13 +107,13 @@ def main():
     print("drag lambda moving reference error% held reference error%")
     for lam, moving, held in zip(SIZES, MOVING, HELD):
         edges = 2 * int(32 + max(0, 50 * (lam - 0.7)))
-        force = rigid_drags(cellflow.Problem(lam, edges))
+        force = rigid_drags(cellflow.Problem(lam, edges, grading=4))
         a, b = -force[0] / (6 * math.pi * lam), force[1] / (6 * math.pi * lam * 2 / math.pi)
         print(f"drag {lam} {a:.6g} {moving} {100 * (abs(a) / moving - 1):.4f} {b:.6g} {held} {100 * (b / held - 1):.4f}", flush=True)
     print("solid state law error%")
     mu = 1.7
     for name, law, traction, field in solid_states(mu):
-        problem = cellflow.Problem(0.5, 64, law=law)
+        problem = cellflow.Problem(0.5, 64, law=law, grading=4)
         problem.mu.assign(mu)
         w = solve_solid(problem, surface_load(problem, traction))
         print(f"solid {name.replace(' ', '_')} {law} {solid_error(problem, w, field):.6f}", flush=True)

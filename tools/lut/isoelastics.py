@@ -33,6 +33,20 @@ class Table:
                 result[i] = l1[k] * z[k, 0] + l2[k] * z[k, 1] + (1 - l1[k] - l2[k]) * z[k, 2]
         return result
 
+    def at_all(self, areas, deforms):
+        """Modulus at any points (arrays), NaN outside the mesh."""
+        from matplotlib.tri import Triangulation
+        finder = Triangulation(*self.xy.T, self.triangles).get_trifinder()
+        p = (np.column_stack([areas, deforms]) - self.low) / (self.high - self.low)
+        found = finder(*p.T)
+        corners = self.triangles[found]
+        (x0, y0), (x1, y1), (x2, y2) = (self.xy[corners[:, k]].T for k in range(3))
+        den = (y0 - y2) * (x2 - x1) + (y1 - y2) * (x0 - x2)
+        l1 = ((p[:, 1] - y2) * (x2 - x1) + (p[:, 0] - x2) * (y1 - y2)) / den
+        l2 = ((y2 - y0) * (p[:, 0] - x2) + (p[:, 1] - y2) * (x0 - x2)) / den
+        z = self.rows[corners, 2]
+        return np.where(found < 0, np.nan, l1 * z[:, 0] + l2 * z[:, 1] + (1 - l1 - l2) * z[:, 2])
+
     def line(self, level):
         points = []
         scan = np.linspace(self.low[1], self.high[1], 51)

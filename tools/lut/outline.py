@@ -62,12 +62,14 @@ def hull(z, r):
 
 def read_sweep(path):
     """Points of one sweep file and why it ended: dicts with lambda, eps, steps, change, speed, volume (of the finite
-    elements), z, r, area (um^2), deform, E (kPa), outline_volume (of the spline), both volumes over the sphere's."""
+    elements), edges, triangles, unknowns, z, r, area (um^2), deform, E (kPa), outline_volume (of the spline), both volumes over the sphere's."""
     points, current, left, reason = [], None, 0, "unfinished"
     with open(path) as lines:
         for line in lines:
             words = line.split()
-            if words[0] == "end":
+            if words[0] == "mesh":
+                mesh = dict(zip(("edges", "triangles", "unknowns"), map(int, words[1:])))
+            elif words[0] == "end":
                 reason = " ".join(words[1:])
             elif words[0] == "point":
                 keys = ("lambda", "nodes", "eps", "steps", "change", "speed", "volume")
@@ -85,5 +87,5 @@ def read_sweep(path):
         p["deform"] = deform
         p["outline_volume"] = volume / (4 / 3 * math.pi * p["lambda"] ** 3)
         p["E"] = p["eps"] * STRESS_SCALE
-        p["edges"] = (p["nodes"] - 1) / 2
+        p.update(mesh)
     return points, reason

@@ -1,11 +1,16 @@
 #!/usr/bin/python3
-"""One confinement, from stiff to soft. Writes the converged outlines, one block per solution:
+"""One confinement, from stiff to soft. Writes how many edges there are on the cell's half circle, triangles and unknowns,
+
+    mesh EDGES TRIANGLES UNKNOWNS
+
+then the converged outlines, one block per solution:
 
     point LAMBDA NODES EPS STEPS CHANGE SPEED VOLUME
     z r          (NODES lines, rear to front, in tube radii, evenly spaced by angle on the undeformed sphere)
 
 Stiff solutions are found for a given eps, soft ones by following the branch: the length of the step along the outline's
-displacement is given and eps is unknown, so that the branch is followed round folds. A last line "end REASON" tells why
+displacement is given and eps is unknown, so that the branch is followed round folds, of the stiffness, which starts to
+rise again, or of the deformation, which starts to fall. A last line "end REASON" tells why
 the sweep ended.
 """
 import argparse
@@ -24,14 +29,16 @@ FLATTEST = 4e-7     # deformation of the stiffest solution
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("lam", type=float)
-    parser.add_argument("edges", type=int, help="on the half circle")
+    parser.add_argument("edges", type=int, help="as many as would be on the half circle without grading")
     parser.add_argument("out")
     parser.add_argument("--law", default="linear", choices=["linear", "neo-Hookean"])
     parser.add_argument("--factor", type=float, default=1.0, help="of all other element sizes")
+    parser.add_argument("--grading", type=float, default=4.0, help="how much shorter elements are at the rear edge")
     parser.add_argument("--terms", type=int, default=40, help="of the outline's series")
     parser.add_argument("--cutoff", type=float, default=16, help="term at which skin and body are equally stiff")
     parser.add_argument("--step", type=float, help="in deformation, where cells are soft")
     parser.add_argument("--coarse", action="store_true", help="few stiff solutions")
+    parser.add_argument("--longest", type=float, default=0.015, help="step along the outline's displacement, in radii")
     parser.add_argument("--top", type=float, default=0.21, help="deformation at which to end")
     parser.add_argument("--past", type=int, default=4, help="solutions to follow beyond a fold")
     return parser.parse_args()
@@ -41,8 +48,9 @@ class Sweep:
     def __init__(self, options, out):
         self.options, self.out = options, out
         o = options
-        self.problem = cellflow.Problem(o.lam, o.edges, o.factor, o.law, o.terms, o.cutoff)
-        face = self.problem.face
+        self.problem = cellflow.Problem(o.lam, o.edges, o.factor, o.law, o.terms, o.cutoff, o.grading)
+        p, face = self.problem, self.problem.face
+        out.write(f"mesh {len(p.angle) // 2} {p.mesh.num_cells()} {p.size}\n")
         self.face = np.concatenate([face["dz"], face["dr"]])
         self.by_eps = (np.zeros(self.problem.size), 1.0)
         self.found = []   # unknowns of the last three solutions
@@ -132,26 +140,26 @@ class Sweep:
         rise = self.deforms[-1] - self.deforms[-2]
         length = np.linalg.norm((self.found[-1] - self.found[-2])[self.face]) / math.sqrt(len(self.face))
         length *= min(2.0, self.step / rise)
-        past, halvings = 0, 0  # of the whole branch: steps that were too long come where it is about to end
+        past, halvings = 0, 0
         while True:
             try:
                 self.along(length)
             except cellflow.NoSolution as reason:
                 halvings += 1
                 length /= 2
-                if halvings > 4:
+                if halvings > 12 or length < 1e-5 * self.options.lam:
                     return f"no solution ({reason})"
                 continue
             rise = self.deforms[-1] - self.deforms[-2]
             if self.deforms[-1] >= self.options.top:
                 return "top"
-            if rise <= 0 or self.found[-1][-1] > self.found[-2][-1]:
+            if rise <= 0 or self.found[-1][-1] > self.found[-2][-1] or past:
                 past += 1
                 if past > self.options.past:
-                    return "deformation falls" if rise <= 0 else "eps rises"
-            elif halvings == 0:
+                    return "fold"
+            else:
                 length *= min(1.3, max(0.7, self.step / rise))
-                length = min(length, 0.012 * self.options.lam)
+                length = min(length, self.options.longest * self.options.lam)
 
 
 def main():

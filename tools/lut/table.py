@@ -14,19 +14,30 @@ import numpy as np
 import isoelastics
 import outline
 
-WIDEST_STEP = 1.21  # ratio of the deformations of neighbouring rows, where cells are softer than 12 kPa
-LEAST_STEP = 3e-4  # in deformation, between the row on the edge and the next
-
-
-def edge(area):
-    """Upper edge of the table. It lies where the outline's finer details (see the report, check 4) begin to matter, and is
-    strictly concave, so that every lambda's end is a corner of the convex hull."""
-    return 0.1315 - 5e-7 * (area - 215) ** 2
+WIDEST_STEP = 1.12  # ratio of the deformations of neighbouring rows, where cells are softer than 12 kPa
+DENSITIES = ("sweep", "fine", "finest", "halved")  # kinds of sweeps that differ in their elements only, coarse to fine
+BEFORE_FOLD = 0.985  # deformation of a lambda's last row over that at which its branch turns back
+RISE, FALL = 0.13, 0.04  # steepest of the table's end over lambda, so that the last rows make no jagged edge
+FENCE = 0.05  # from the last rows to those without a modulus, where the table's sides are 1
 
 
 def collect(work):
-    """The points before the first fold, by lambda."""
-    return {lam: rising(points) for lam, (points, _) in read_all(work, "sweep").items()}
+    """The points before the first fold and the deformation at which the table ends, by lambda."""
+    branches = [{lam: apart(rising(points)) for lam, (points, _) in read_all(work, kind).items()} for kind in DENSITIES]
+    sweeps = branches[0]
+    folds = {lam: min(branch[lam][-1]["deform"] for branch in branches if lam in branch) for lam in sweeps}
+    ends = {lam: BEFORE_FOLD * min(deform + max(RISE * (lam - other), FALL * (other - lam)) for other, deform in folds.items())
+            for lam in folds}
+    return sweeps, ends
+
+
+def apart(points):
+    """Points without those that lie too close to the one before to be interpolated between."""
+    kept = points[:1]
+    for p in points[1:]:
+        if p["deform"] > 1.001 * kept[-1]["deform"]:
+            kept.append(p)
+    return kept
 
 
 def read_all(work, kind):
@@ -54,69 +65,88 @@ def between(points, deform):
     return area, math.exp(sum(w * math.log(p["E"]) for w, p in zip(weights, near)))
 
 
-def edge_row(points):
-    """Where the solutions of one lambda cross the edge; nothing if they end below it."""
-    if all(p["deform"] <= edge(p["area"]) for p in points):
-        return None
-    deform = min(p["deform"] for p in points if p["deform"] > edge(p["area"]))
-    for _ in range(30):
-        area, modulus = between(points, deform)
-        deform = edge(area)
-    return area, deform, modulus
+def thinned(lam, points, end):
+    """The points below the table's end, without those that a fold asked for: narrow triangles would reach past the next column. Soft ones
+    are half a step of the sweep apart at least."""
+    step = 0.0028 * max(0.28, min(1, (lam / 0.42) ** 2))
+    kept = []
+    for p in points:
+        if p["deform"] < end - step and (p["deform"] < 0.02 or p["deform"] > kept[-1]["deform"] + step):
+            kept.append(p)
+    return kept
 
 
-def filled(points):
-    """Area, deformation and E of a lambda's points, with one more between any two that are far apart in deformation: the
+def filled(kept, points):
+    """Area, deformation and E of a lambda's points, with more between any two that are far apart in deformation: the
     program interpolates linearly, which for E ~ d^(-1/2) costs a tenth of the squared relative step."""
     rows = []
-    for p, q in zip(points, points[1:]):
+    for p, q in zip(kept, kept[1:]):
         rows.append((p["area"], p["deform"], p["E"]))
-        if q["E"] < 12 and q["deform"] > WIDEST_STEP * p["deform"]:
-            deform = math.sqrt(p["deform"] * q["deform"])
+        parts = math.ceil(math.log(q["deform"] / p["deform"]) / math.log(WIDEST_STEP)) if q["E"] < 12 else 1
+        for i in range(1, parts):
+            deform = p["deform"] * (q["deform"] / p["deform"]) ** (i / parts)
             rows.append((between(points, deform)[0], deform, follow(points, "deform", deform, "E")))
-    return rows + [(points[-1]["area"], points[-1]["deform"], points[-1]["E"])]
+    return rows + [(kept[-1]["area"], kept[-1]["deform"], kept[-1]["E"])]
 
 
-def choose(sweeps):
-    """Rows (area, deformation, E, lambda) as they will be printed, stiff to soft.
+def choose(sweeps, ends):
+    """Rows (area, deformation, E, lambda) as they will be printed, stiff to soft; last those without a modulus.
 
     Deformation is rounded to 6 decimals: the stiffest row of each lambda then has exactly 0, so that the table's
     lower edge is straight and a search that starts there finds a value at every area. Stiffer ones are left out.
-    The triangulation fills the convex hull of the rows; therefore each lambda ends exactly at the edge.
+    The triangulation fills the convex hull of the rows. Cells of middling size go less far than smaller and larger ones;
+    what lies between those is fenced off by rows whose modulus is not a number, above the end of each lambda.
     """
-    rows = []
+    rows, tops = [], []
     for lam, points in sorted(sweeps.items()):
-        last = edge_row(points)
-        below = [row for row in filled(points) if row[1] < edge(row[0]) - LEAST_STEP]
+        area, modulus = between(points, ends[lam])
+        last = area, ends[lam], modulus
+        below = filled(thinned(lam, points, ends[lam]), points)
         own = []
-        for area, deform, modulus in sorted(below + ([last] if last else []), key=lambda r: r[2]):
+        for area, deform, modulus in sorted(below + [last], key=lambda r: r[2]):
             deform = round(deform, 6)
             if not own or deform < own[-1][1]:  # not a second row with the same rounded value
                 own.append((round(area, 4), deform, float(f"{modulus:.6g}"), lam))
         rows += own[::-1]
-    return rows
+        tops.append(last[:2])
+    return rows + [(round(area, 4), round(deform, 6), math.nan, None) for area, deform in fence(rows, np.array(tops))]
 
 
-def edge_check(sweeps):
-    """How well the rows on the edge are interpolated: the same at points around the edge that are left out."""
-    worst_e, worst_a, missing, tried = 0.0, 0.0, [], 0
+def fence(rows, tops):
+    """Places of the rows without a modulus, at right angles to the table's edge."""
+    low, high = np.min([r[:2] for r in rows], axis=0), np.max([r[:2] for r in rows], axis=0)
+    edge = (tops - low) / (high - low)
+    along = np.gradient(edge, axis=0)
+    outwards = np.column_stack([-along[:, 1], along[:, 0]]) / np.hypot(*along.T)[:, None]
+    places = low + (edge + FENCE * outwards) * (high - low)
+    places[:, 0] = np.clip(places[:, 0], low[0], high[0])
+    return places
+
+
+def edge_check(sweeps, ends, table):
+    """How well the last rows are interpolated, and that the mesh has a modulus just below them and none just above."""
+    worst_e, worst_a, tried = 0.0, 0.0, 0
     for lam, points in sorted(sweeps.items()):
-        if edge_row(points) is None:
-            missing.append(lam)
         order = sorted(points, key=lambda p: p["deform"])
         for p in order[3:-1]:
-            if abs(p["deform"] - edge(p["area"])) > 0.008:
+            if not ends[lam] - 0.012 < p["deform"] < ends[lam]:
                 continue
             area, modulus = between([q for q in points if q is not p], p["deform"])
             tried += 1
             worst_e = max(worst_e, abs(modulus / p["E"] - 1))
             worst_a = max(worst_a, abs(area / p["area"] - 1))
-    ends = f" The solutions of lambda {', '.join(map(str, missing))} end below the edge." if missing else ""
+    tops = [(between(points, ends[lam])[0], ends[lam]) for lam, points in sorted(sweeps.items())]
+    areas = np.linspace(tops[0][0], tops[-1][0], 2001)[1:-1]
+    edge = np.interp(areas, *np.transpose(tops))
+    holes = int(np.sum(np.isnan(table.at_all(areas, edge - 1e-4))))
+    beyond = int(np.sum(~np.isnan(table.at_all(areas, edge + 1e-3))))
     return ["## Upper edge", "",
-            f"The softest row of each lambda lies exactly on the table's upper edge: {len(sweeps) - len(missing)} of the rows "
-            "are interpolated (cubic in deformation) between the converged solutions on both sides. Leaving out each of "
-            f"{tried} solutions near the edge in turn and interpolating it from its neighbours changes E by at most "
-            f"{100 * worst_e:.3f} % and the area by {100 * worst_a:.3f} %.{ends}", ""]
+            f"The softest row of each lambda lies {100 * (1 - BEFORE_FOLD):.1f} % below the deformation at which its branch turns back, interpolated "
+            f"(cubic in deformation) between the converged solutions on both sides. Leaving out each of {tried} solutions just "
+            f"below it in turn and interpolating it from its neighbours changes E by at most "
+            f"{100 * worst_e:.3f} % and the area by {100 * worst_a:.3f} %. Rows without a modulus fence off what lies above. "
+            f"At {len(areas)} areas, {holes} have no modulus 0.0001 below the line through the last rows and {beyond} have one 0.001 above: "
+            f"{verdict(holes == 0 and beyond == 0)}.", ""]
 
 
 def write_table(rows, sweeps, path):
@@ -129,7 +159,7 @@ def write_table(rows, sweeps, path):
         "generator": "tools/lut/generate.sh (finite elements, axisymmetric Stokes flow with incompressible elastic sphere)",
         "tube_radius_um": round(outline.RADIUS, 6),
         "stress_scale_kPa": round(outline.STRESS_SCALE, 8),
-        "edges_on_half_circle": sorted({int(p["edges"]) for p in points}),
+        "edges_on_half_circle": sorted({p["edges"] for p in points}),
         "elements": "P2 velocity and displacement, P1 pressure",
         "outline": "Fourier series of 40 terms, skin as stiff as the body at term 16",
         "largest_last_newton_step_tube_radii": float(f"{max(p['change'] for p in points):.3g}"),
@@ -184,7 +214,7 @@ def volume_check(points):
             f"{worst['E']:.3g} kPa; allowed 0.2 %): {verdict(abs(error) < 0.2)}.", ""]
 
 
-LEVELS_OF_D = (0.001, 0.01, 0.03, 0.05, 0.07, 0.09, 0.10, 0.11, 0.12, 0.125, 0.13, 0.135, 0.14, 0.145, 0.15)
+LEVELS_OF_D = (0.001, 0.01, 0.03, 0.05, 0.07, 0.09, 0.10, 0.11, 0.12, 0.125, 0.13, 0.135, 0.14, 0.145, 0.15, 0.155)
 
 
 def follow(points, given, value, wanted):
@@ -195,52 +225,101 @@ def follow(points, given, value, wanted):
     return math.exp(sum(w * math.log(p[wanted]) for w, p in zip(weights, near)))
 
 
-def mesh_check(work, sweeps):
+def mesh_check(work, sweeps, ends):
     """The same moduli with halved elements, and with a skin that bends at shorter waves."""
     text = ["## 4. Mesh and skin", "", "Deformation at the same modulus with the production settings, with all elements halved, and with one and a "
-            "half times the terms in the outline's series (56, skin as stiff as the body at term 24 instead of 16; elements at the surface "
-            "two thirds as long). Allowed: 1 % of d within the table.", "",
+            "half times the terms in the outline's series (56, skin as stiff as the body at term 24 instead of 16; elements "
+            "two thirds as long). Halved elements may change d by 1 %. The skin belongs to the model; the last columns tell how much "
+            "it matters.", "",
             "| lambda | E / kPa | d | halved elements | difference | shorter waves | difference |", "|---|---|---|---|---|---|---|"]
-    ends = []
-    worst, found = 0.0, 0
+    worst, highest, found = 0.0, 1.0, 0
     others = {kind: read_all(work, kind) for kind in ("halved", "skin")}
     for lam in sorted(set(others["halved"]) & set(others["skin"])):
         points = sweeps[lam]
         curves = {kind: rising(others[kind][lam][0]) for kind in others}
-        for level in LEVELS_OF_D:
-            if level > points[-1]["deform"]:
-                break
-            area, modulus = between(points, level)[0], follow(points, "deform", level, "E")
+        levels = [level for level in LEVELS_OF_D if level < points[-1]["deform"]]
+        for level in levels:
+            modulus = follow(points, "deform", level, "E")
             cells = []
             for kind, curve in curves.items():
                 if modulus < curve[-1]["E"]:
-                    cells += ["beyond its end", ""]
+                    cells += ["beyond its fold", ""]
                     continue
                 d = follow(curve, "E", modulus, "deform")
                 change = 100 * (d / level - 1)
                 cells += [f"{d:.6f}", f"{change:+.3f} %"]
-                if level <= edge(area):
-                    worst, found = max(worst, abs(change)), found + 1
+                if kind == "halved":
+                    worst, found, reached = max(worst, abs(change)), found + 1, level
             text.append(f"| {lam} | {modulus:.4f} | {level} | " + " | ".join(cells) + " |")
-        ends += [f"- lambda {lam}, {kind}: largest d {curve[-1]['deform']:.4f} at {curve[-1]['E']:.4f} kPa, then: {end}"
-                 for kind, curve, end in [("production", points, read_all(work, "sweep")[lam][1])]
-                 + [(kind, curve, others[kind][lam][1]) for kind, curve in curves.items()]]
-    text += ["", "Beyond the table's edge the branches are followed until they end:", ""] + ends
-    return text + ["", f"Largest change within the table {worst:.3f} % at {found} points: {verdict(found >= 12 and worst < 1)}.", ""]
+        highest = min(highest, reached)
+    return text + ["", f"Largest change with halved elements {worst:.3f} % at {found} points up to d {highest:.3f}: "
+                   f"{verdict(found >= 20 and highest >= 0.15 and worst < 1)}.", ""]
 
 
-def folds(work):
-    """Where the branch turns back, solution by solution, with the production mesh and with a finer one."""
-    text = ["## Folds", "",
-            "The last solutions of branches that turn back, along the branch: E / kPa and deformation. In a fold of the stiffness E rises again "
-            "while the cell deforms further; in one of the deformation d falls. What follows a fold is not in the table.", ""]
-    for kind in ("sweep", "halved", "skin"):
-        for lam, (points, end) in sorted(read_all(work, kind).items()):
-            if end.startswith("no solution") or end == "top" or (kind == "sweep" and lam not in read_all(work, "halved")):
-                continue
-            pairs = ", ".join(f"({p['E']:.5f}, {p['deform']:.5f})" for p in points[-9:])
-            text.append(f"- lambda {lam}, {'production' if kind == 'sweep' else kind}, {end}: {pairs}")
-    return text + [""]
+def turning(points):
+    """Where a branch first turns back: in what, deformation and modulus there (parabola through three solutions); nothing if
+    it was not followed so far."""
+    before = rising(points)
+    if len(before) == len(points):
+        return None
+    last = len(before) - 1
+    near = points[last - 1:last + 2]
+    d, modulus = np.array([p["deform"] for p in near]), np.array([p["E"] for p in near])
+    if d[2] <= d[1]:
+        top = np.polyfit(modulus, d, 2)
+        at = -top[1] / (2 * top[0])
+        return "d", np.polyval(top, at), at
+    top = np.polyfit(d, modulus, 2)
+    at = -top[1] / (2 * top[0])
+    return "E", at, np.polyval(top, at)
+
+
+def folds(work, sweeps, ends, path):
+    """Where the branches turn back, on meshes of different density, as a table and a picture."""
+    text = ["## Where the branches end", "",
+            "Every branch was followed until it turns back and four solutions further. In a fold of the deformation the cell deforms "
+            "no further while its stiffness falls; in one of the stiffness no softer cell of its size has a steady shape near by, and stiffness rises "
+            "while deformation goes on. Beyond either one silhouette has two moduli. Listed are a branch's first fold (\"d\" of the deformation, "
+            "\"E\" of the stiffness), the deformation and E in kPa there, with elements as for the table, two thirds as long, half as long (where the first two differ most), "
+            "and all halved, also those far from the surface (0.36 and 0.72). "
+            "Where the stiffness hardly changes along the branch, below lambda 0.45, the place of its minimum is less certain than its height.", "",
+            "| lambda | area / um^2 | the table's | finer | finest | the two finest differ by, in d | in E | table ends at |",
+            "|---|---|---|---|---|---|---|---|"]
+    all_branches = [read_all(work, kind) for kind in DENSITIES]
+    unproven, worst = [], 0.0
+    for lam in sorted(sweeps):
+        found = [(kind, turning(branch[lam][0]), branch[lam]) for kind, branch in zip(DENSITIES, all_branches) if lam in branch]
+        cells = [f"{fold[0]} {fold[1]:.4f}, {fold[2]:.4f} ({points[0]['unknowns']} unknowns)" if fold else end
+                 for _, fold, (points, end) in found]
+        pair = [fold for _, fold, _ in found if fold][-2:]
+        off = [pair[0][k] / pair[1][k] - 1 for k in (1, 2)] if len(pair) == 2 else []
+        if 0.2 < lam < 0.7:
+            if off and abs(off[0]) < 0.03:
+                worst = max(worst, abs(off[0]))
+            else:
+                unproven.append(lam)
+        text.append(f"| {lam} | {sweeps[lam][-1]['area']:.1f} | " + " | ".join((cells + [""] * 3)[:3]) + " | "
+                    + (" | ".join(f"{100 * v:+.2f} %" for v in off) if off else " | ") + f" | {ends[lam]:.4f} |")
+    draw_folds([lam for lam in (0.24, 0.36, 0.48, 0.6, 0.69) if lam in all_branches[1]], all_branches, path)
+    return text + ["", "![branches around their folds](folds.png)", "",
+                   f"Lambda 0.2 to 0.7: {'all turn back' if not unproven else 'not shown to turn back'} on two meshes"
+                   f"{': ' + ', '.join(map(str, unproven)) if unproven else ''}, at deformations that differ by {100 * worst:.1f} % at most: "
+                   f"{verdict(not unproven)}.", ""]
+
+
+def draw_folds(shown, branches, path):
+    import matplotlib
+    matplotlib.use("Agg")
+    import matplotlib.pyplot as plt
+    figure, axes = plt.subplots(figsize=(9, 5.5))
+    for colour, lam in zip(plt.cm.viridis(np.linspace(0, 0.85, len(shown))), shown):
+        for branch, style, name in ((branches[0][lam][0], ".-", f"lambda {lam}"), (branches[1][lam][0], "x--", None)):
+            d, modulus = np.array([p["deform"] for p in branch]), np.array([p["E"] for p in branch])
+            axes.plot(modulus, d, style, color=colour, lw=1, ms=4, label=name)
+    axes.set(xlabel="E / kPa", ylabel="deformation", xlim=(0.14, 0.42), ylim=(0.12, 0.17), title="the table's mesh (dots) and a finer one (crosses)")
+    axes.legend()
+    figure.tight_layout()
+    figure.savefig(path, dpi=70)
 
 
 def stiff_check(sweeps):
@@ -315,26 +394,27 @@ def line_report(lines):
     return text + [""]
 
 
-def reach(work):
-    text = ["## How far each lambda goes", "",
-            "The largest deformation that was found, and why the branch ends there. The table ends earlier, at its upper edge.", "",
-            "| lambda | solutions | largest deformation | its E / kPa | area / um^2 | table's edge | end of the branch |",
-            "|---|---|---|---|---|---|---|"]
-    for lam, (points, end) in sorted(read_all(work, "sweep").items()):
-        p = max(points, key=lambda q: q["deform"])
-        text.append(f"| {lam} | {len(points)} | {p['deform']:.4f} | {p['E']:.4f} | {p['area']:.2f} | {edge(p['area']):.4f} | {end} |")
-    return text + [""]
+def stretches(sweeps, ends):
+    """Along the outline, of its length at rest; the least of all cells and the most."""
+    texts = []
+    for name, deforms in (("d 0.05", dict.fromkeys(sweeps, 0.05)), ("d 0.12", dict.fromkeys(sweeps, 0.12)), ("the table's end", ends)):
+        factors = []
+        for lam, points in sweeps.items():
+            p = min(points, key=lambda q: abs(q["deform"] - deforms[lam]))
+            factors.append(np.hypot(np.diff(p["z"]), np.diff(p["r"])) / (lam * math.pi / (len(p["z"]) - 1)))
+        low, high = min(f.min() for f in factors), max(f.max() for f in factors)
+        texts.append(f"At {name} the outline is compressed to {low:.2f} of its length at the rear and stretched to {high:.1f} in front of its edge at most. ")
+    return "".join(texts)
 
 
-def solids(work, table, sweeps, path):
+def solids(work, sweeps, ends, path):
     """Modulus of a neo-Hookean sphere over that of the linear one with the same silhouette."""
     import matplotlib
     matplotlib.use("Agg")
     import matplotlib.pyplot as plt
-    levels = (0.001, 0.005, 0.01, 0.02, 0.03, 0.04, 0.05, 0.06, 0.07, 0.08, 0.09, 0.10, 0.11, 0.12)
+    levels = (0.001, 0.005, 0.01, 0.02, 0.03, 0.04, 0.05, 0.06, 0.07, 0.08, 0.09, 0.10, 0.11, 0.12, 0.13, 0.14, 0.15)
     text = ["## The solid", "", "![modulus of a neo-Hookean sphere over that of the table](solids.png)", "",
-            "The table's solid is linear: its stress knows no rotations, and when d is 0.12 its surface is stretched to 2.5 to 2.8 of "
-            "its length at the front and compressed to 0.4 to 0.5 at the rear edge. A neo-Hookean sphere of the same modulus at small strain tells how far that "
+            "The table's solid is linear: its stress knows no rotations. " + stretches(sweeps, ends) + "A neo-Hookean sphere of the same modulus at small strain tells how far that "
             "can be trusted: E of the neo-Hookean sphere over the table's E for the same area and deformation. Empty where the neo-Hookean "
             "branch has ended.", "", "| lambda | area / um^2 | " + " | ".join(f"d {d}" for d in levels) + " | largest d | end of the branch |",
             "|---|---|" + "---|" * (len(levels) + 2)]
@@ -343,19 +423,19 @@ def solids(work, table, sweeps, path):
         points = rising(points)
         cells = []
         for level in levels:
-            if level > points[-1]["deform"] or level < points[0]["deform"]:
+            if level > min(points[-1]["deform"], ends[lam]) or level < points[0]["deform"]:
                 cells.append("")
                 continue
             cells.append(f"{follow(points, 'deform', level, 'E') / follow(sweeps[lam], 'deform', level, 'E'):.3f}")
         for p in points:
-            if 5e-4 < p["deform"] <= sweeps[lam][-1]["deform"]:
+            if 5e-4 < p["deform"] <= ends[lam]:
                 spots.append((p["area"], p["deform"], p["E"] / follow(sweeps[lam], "deform", p["deform"], "E")))
         text.append(f"| {lam} | {points[0]['area']:.1f} | " + " | ".join(cells) + f" | {points[-1]['deform']:.4f} | {end} |")
     area, deform, ratio = np.array(spots).T
     figure, axes = plt.subplots(figsize=(8, 5))
     shown = axes.scatter(area, deform, c=ratio, s=26, cmap="viridis")
-    areas = np.linspace(table.low[0], table.high[0], 200)
-    axes.plot(areas, [edge(a) for a in areas], "k--", lw=1, label="end of the table")
+    axes.plot(*np.transpose([(between(points, ends[lam])[0], ends[lam]) for lam, points in sorted(sweeps.items())]),
+              "k--", lw=1, label="end of the table")
     axes.set_xlabel("area / um^2")
     axes.set_ylabel("deformation")
     axes.legend()
@@ -365,13 +445,13 @@ def solids(work, table, sweeps, path):
     return text + ["", f"Within the table the ratio lies between {ratio.min():.2f} and {ratio.max():.2f}.", ""]
 
 
-def shapes(sweeps, path):
+def shapes(sweeps, ends, path):
     """Six outlines from stiff to soft."""
     import matplotlib
     matplotlib.use("Agg")
     import matplotlib.pyplot as plt
     lam = min(sweeps, key=lambda v: abs(v - 0.6))
-    points = [p for p in sweeps[lam] if p["deform"] <= edge(p["area"])]
+    points = [p for p in sweeps[lam] if p["deform"] <= ends[lam]]
     figure, axes = plt.subplots(2, 3, figsize=(12, 7))
     for a, wanted in zip(axes.ravel(), np.array([0.002, 0.2, 0.4, 0.6, 0.8, 1.0]) * points[-1]["deform"]):
         p = min(points, key=lambda q: abs(q["deform"] - wanted))
@@ -393,8 +473,8 @@ def shapes(sweeps, path):
 def main():
     work, table_path, report_path = sys.argv[1:4]
     here = os.path.dirname(os.path.abspath(report_path))
-    sweeps = collect(work)
-    rows = choose(sweeps)
+    sweeps, ends = collect(work)
+    rows = choose(sweeps, ends)
     write_table(rows, sweeps, table_path)
     table = isoelastics.Table([r[:3] for r in rows])
     lines = table.lines()
@@ -402,10 +482,10 @@ def main():
     text = ["# Report on the table of Young's moduli", "",
             f"Written by `generate.sh`. {len(rows)} rows of {len(sweeps)} confinements; tube radius "
             f"{outline.RADIUS:.4f} um, stress scale {outline.STRESS_SCALE:.5f} kPa.", ""]
-    text += solver_checks(work) + volume_check(points) + mesh_check(work, sweeps) + stiff_check(sweeps)
-    text += monotony_check(rows, sweeps, table) + edge_check(sweeps) + line_report(lines) + folds(work)
-    text += shapes(sweeps, os.path.join(here, "outlines.png")) + solids(work, table, sweeps, os.path.join(here, "solids.png"))
-    text += reach(work)
+    text += solver_checks(work) + volume_check(points) + mesh_check(work, sweeps, ends) + stiff_check(sweeps)
+    text += monotony_check(rows, sweeps, table) + folds(work, sweeps, ends, os.path.join(here, "folds.png"))
+    text += edge_check(sweeps, ends, table) + line_report(lines) + shapes(sweeps, ends, os.path.join(here, "outlines.png"))
+    text += solids(work, sweeps, ends, os.path.join(here, "solids.png"))
     with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "notes.md")) as f:
         text += f.read().splitlines()
     with open(report_path, "w") as out:
