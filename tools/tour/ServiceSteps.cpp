@@ -17,10 +17,12 @@
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTest>
 #include <QTextBrowser>
+#include <QTextCursor>
 #include <QTimer>
 
 #include <optional>
@@ -132,6 +134,16 @@ void searchManual(Tour& tour) {
         },
         "The search finds a word.");
     tour.pictureOf(*manual(tour), "manual-search");
+
+    const QTextCursor result = list->document()->find("Stiffness");
+    Tour::expect(!result.isNull(), "The result has the page's title.");
+    tour.clickAt(list->viewport(), list->cursorRect(result).center() - QPoint(10, 0));
+    Tour::expect(page(tour) == "stiffness.html", "A click on a result opens its page.");
+    auto* browser = part<QTextBrowser>(tour, "helpBrowser");
+    QTest::keyClick(browser, Qt::Key_End);
+    Tour::expect(browser->verticalScrollBar()->value() == browser->verticalScrollBar()->maximum(),
+                 "End shows the page's end.");
+    tour.pictureOf(*manual(tour), "manual-limits-of-moduli");
     manual(tour)->close();
 }
 
