@@ -232,7 +232,7 @@ def mesh_check(work, sweeps, ends):
             "two thirds as long). Halved elements may change d by 1 %. The skin belongs to the model; the last columns tell how much "
             "it matters.", "",
             "| lambda | E / kPa | d | halved elements | difference | shorter waves | difference |", "|---|---|---|---|---|---|---|"]
-    worst, highest, found = 0.0, 1.0, 0
+    worst, highest, found, bends = 0.0, 1.0, 0, []
     others = {kind: read_all(work, kind) for kind in ("halved", "skin")}
     for lam in sorted(set(others["halved"]) & set(others["skin"])):
         points = sweeps[lam]
@@ -252,7 +252,9 @@ def mesh_check(work, sweeps, ends):
                     worst, found, reached = max(worst, abs(change)), found + 1, level
             text.append(f"| {lam} | {modulus:.4f} | {level} | " + " | ".join(cells) + " |")
         highest = min(highest, reached)
-    return text + ["", f"Largest change with halved elements {worst:.3f} % at {found} points up to d {highest:.3f}: "
+        bends.append(f"lambda {lam} at d {turning(others['halved'][lam][0])[1]:.4f} with halved elements, {turning(others['skin'][lam][0])[1]:.4f} "
+                     "with shorter waves")
+    return text + ["", f"Where the branches turn back: {'; '.join(bends)}.", "", f"Largest change with halved elements {worst:.3f} % at {found} points up to d {highest:.3f}: "
                    f"{verdict(found >= 20 and highest >= 0.15 and worst < 1)}.", ""]
 
 
