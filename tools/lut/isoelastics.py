@@ -11,7 +11,8 @@ class Table:
         xy = self.rows[:, :2]
         self.low, self.high = xy.min(axis=0), xy.max(axis=0)
         self.xy = (xy - self.low) / (self.high - self.low)
-        self.triangles = bowyer_watson(self.xy)
+        triangles = bowyer_watson(self.xy)
+        self.triangles = triangles[~np.isnan(self.rows[triangles, 2]).any(axis=1)]
 
     def at(self, area, deform):
         """Modulus at points of one area (arrays), NaN outside the mesh."""

@@ -16,6 +16,11 @@ SAMPLES = 8000  # points on the whole outline; its inscribed polygon costs 4e-7 
 POLYGON_OFFSET = 1 - math.sqrt(math.pi / SAMPLES / math.tan(math.pi / SAMPLES))
 
 
+def soft_step(lam):
+    """Step in deformation from one soft solution to the next; finer for small lambda, whose columns of rows lie close together in area."""
+    return 0.0055 * max(0.28, min(1, (lam / 0.42) ** 2))
+
+
 def equivalent_radius():
     """Radius in um of the tube that carries the same flow rate at the same pressure gradient.
 
@@ -62,7 +67,8 @@ def hull(z, r):
 
 def read_sweep(path):
     """Points of one sweep file and why it ended: dicts with lambda, eps, steps, change, speed, volume (of the finite
-    elements), edges, triangles, unknowns, z, r, area (um^2), deform, E (kPa), outline_volume (of the spline), both volumes over the sphere's."""
+    elements), edges, triangles, unknowns, z, r, area (um^2), deform, E (kPa), outline_volume (of the spline), both
+    volumes over the sphere's."""
     points, current, left, reason = [], None, 0, "unfinished"
     with open(path) as lines:
         for line in lines:

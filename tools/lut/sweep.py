@@ -49,14 +49,13 @@ class Sweep:
         self.options, self.out = options, out
         o = options
         self.problem = cellflow.Problem(o.lam, o.edges, o.factor, o.law, o.terms, o.cutoff, o.grading)
-        p, face = self.problem, self.problem.face
-        out.write(f"mesh {len(p.angle) // 2} {p.mesh.num_cells()} {p.size}\n")
+        out.write(f"mesh {len(self.problem.angle) // 2} {self.problem.mesh.num_cells()} {self.problem.size}\n")
+        face = self.problem.face
         self.face = np.concatenate([face["dz"], face["dr"]])
         self.by_eps = (np.zeros(self.problem.size), 1.0)
         self.found = []   # unknowns of the last three solutions
         self.deforms = []
-        # finer for small lambda, whose columns of points lie close together in area
-        self.step = o.step or 0.0055 * max(0.28, min(1, (o.lam / 0.42) ** 2))
+        self.step = o.step or outline.soft_step(o.lam)
 
     def solve(self, control, target):
         begun = time.time()

@@ -9,6 +9,9 @@ import math
 import os
 import sys
 
+import matplotlib
+matplotlib.use("Agg")
+import matplotlib.pyplot as plt
 import numpy as np
 
 import isoelastics
@@ -57,18 +60,29 @@ def rising(points):
     return points
 
 
+def cubic(points, given, value, scale):
+    """The four points nearest to a value of one quantity, on a scale of it, and their weights in the cubic through them."""
+    near = sorted(points, key=lambda p: abs(scale(p[given]) - scale(value)))[:4]
+    x, places = scale(value), [scale(p[given]) for p in near]
+    return [(math.prod((x - y) / (own - y) for y in places if y != own), p) for own, p in zip(places, near)]
+
+
 def between(points, deform):
     """Area and E at a deformation, from the cubic through the four nearest points of one lambda."""
-    near = sorted(points, key=lambda p: abs(p["deform"] - deform))[:4]
-    weights = [math.prod((deform - q["deform"]) / (p["deform"] - q["deform"]) for q in near if q is not p) for p in near]
-    area = sum(w * p["area"] for w, p in zip(weights, near))
-    return area, math.exp(sum(w * math.log(p["E"]) for w, p in zip(weights, near)))
+    near = cubic(points, "deform", deform, float)
+    return sum(w * p["area"] for w, p in near), math.exp(sum(w * math.log(p["E"]) for w, p in near))
+
+
+def follow(points, given, value, wanted):
+    """One quantity of a lambda's points at a value of another, by the cubic in logarithms, in which deformation and modulus are
+    nearly proportional."""
+    return math.exp(sum(w * math.log(p[wanted]) for w, p in cubic(points, given, value, math.log)))
 
 
 def thinned(lam, points, end):
     """The points below the table's end, without those that a fold asked for: narrow triangles would reach past the next column. Soft ones
     are half a step of the sweep apart at least."""
-    step = 0.0028 * max(0.28, min(1, (lam / 0.42) ** 2))
+    step = outline.soft_step(lam) / 2
     kept = []
     for p in points:
         if p["deform"] < end - step and (p["deform"] < 0.02 or p["deform"] > kept[-1]["deform"] + step):
@@ -89,6 +103,11 @@ def filled(kept, points):
     return rows + [(kept[-1]["area"], kept[-1]["deform"], kept[-1]["E"])]
 
 
+def last_places(sweeps, ends):
+    """Area and deformation of the softest rows, by lambda."""
+    return np.array([(between(points, ends[lam])[0], ends[lam]) for lam, points in sorted(sweeps.items())])
+
+
 def choose(sweeps, ends):
     """Rows (area, deformation, E, lambda) as they will be printed, stiff to soft; last those without a modulus.
 
@@ -97,7 +116,7 @@ def choose(sweeps, ends):
     The triangulation fills the convex hull of the rows. Cells of middling size go less far than smaller and larger ones;
     what lies between those is fenced off by rows whose modulus is not a number, above the end of each lambda.
     """
-    rows, tops = [], []
+    rows = []
     for lam, points in sorted(sweeps.items()):
         area, modulus = between(points, ends[lam])
         last = area, ends[lam], modulus
@@ -108,8 +127,8 @@ def choose(sweeps, ends):
             if not own or deform < own[-1][1]:  # not a second row with the same rounded value
                 own.append((round(area, 4), deform, float(f"{modulus:.6g}"), lam))
         rows += own[::-1]
-        tops.append(last[:2])
-    return rows + [(round(area, 4), round(deform, 6), math.nan, None) for area, deform in fence(rows, np.array(tops))]
+    places = fence(rows, last_places(sweeps, ends))
+    return rows + [(round(area, 4), round(deform, 6), math.nan, None) for area, deform in places]
 
 
 def fence(rows, tops):
@@ -135,9 +154,9 @@ def edge_check(sweeps, ends, table):
             tried += 1
             worst_e = max(worst_e, abs(modulus / p["E"] - 1))
             worst_a = max(worst_a, abs(area / p["area"] - 1))
-    tops = [(between(points, ends[lam])[0], ends[lam]) for lam, points in sorted(sweeps.items())]
-    areas = np.linspace(tops[0][0], tops[-1][0], 2001)[1:-1]
-    edge = np.interp(areas, *np.transpose(tops))
+    tops = last_places(sweeps, ends)
+    areas = np.linspace(tops[0, 0], tops[-1, 0], 2001)[1:-1]
+    edge = np.interp(areas, *tops.T)
     holes = int(np.sum(np.isnan(table.at_all(areas, edge - 1e-4))))
     beyond = int(np.sum(~np.isnan(table.at_all(areas, edge + 1e-3))))
     return ["## Upper edge", "",
@@ -217,15 +236,7 @@ def volume_check(points):
 LEVELS_OF_D = (0.001, 0.01, 0.03, 0.05, 0.07, 0.09, 0.10, 0.11, 0.12, 0.125, 0.13, 0.135, 0.14, 0.145, 0.15, 0.155)
 
 
-def follow(points, given, value, wanted):
-    """One quantity of a lambda's points at a value of another, by the cubic through the four nearest in logarithms, in which
-    deformation and modulus are nearly proportional."""
-    near = sorted(points, key=lambda p: abs(math.log(p[given] / value)))[:4]
-    weights = [math.prod(math.log(value / q[given]) / math.log(p[given] / q[given]) for q in near if q is not p) for p in near]
-    return math.exp(sum(w * math.log(p[wanted]) for w, p in zip(weights, near)))
-
-
-def mesh_check(work, sweeps, ends):
+def mesh_check(work, sweeps):
     """The same moduli with halved elements, and with a skin that bends at shorter waves."""
     text = ["## 4. Mesh and skin", "", "Deformation at the same modulus with the production settings, with all elements halved, and with one and a "
             "half times the terms in the outline's series (56, skin as stiff as the body at term 24 instead of 16; elements "
@@ -237,8 +248,7 @@ def mesh_check(work, sweeps, ends):
     for lam in sorted(set(others["halved"]) & set(others["skin"])):
         points = sweeps[lam]
         curves = {kind: rising(others[kind][lam][0]) for kind in others}
-        levels = [level for level in LEVELS_OF_D if level < points[-1]["deform"]]
-        for level in levels:
+        for level in (level for level in LEVELS_OF_D if level < points[-1]["deform"]):
             modulus = follow(points, "deform", level, "E")
             cells = []
             for kind, curve in curves.items():
@@ -290,10 +300,10 @@ def folds(work, sweeps, ends, path):
     all_branches = [read_all(work, kind) for kind in DENSITIES]
     unproven, worst = [], 0.0
     for lam in sorted(sweeps):
-        found = [(kind, turning(branch[lam][0]), branch[lam]) for kind, branch in zip(DENSITIES, all_branches) if lam in branch]
+        found = [(turning(branch[lam][0]), *branch[lam]) for branch in all_branches if lam in branch]
         cells = [f"{fold[0]} {fold[1]:.4f}, {fold[2]:.4f} ({points[0]['unknowns']} unknowns)" if fold else end
-                 for _, fold, (points, end) in found]
-        pair = [fold for _, fold, _ in found if fold][-2:]
+                 for fold, points, end in found]
+        pair = [fold for fold, _, _ in found if fold][-2:]
         off = [pair[0][k] / pair[1][k] - 1 for k in (1, 2)] if len(pair) == 2 else []
         if 0.2 < lam < 0.7:
             if off and abs(off[0]) < 0.03:
@@ -310,9 +320,6 @@ def folds(work, sweeps, ends, path):
 
 
 def draw_folds(shown, branches, path):
-    import matplotlib
-    matplotlib.use("Agg")
-    import matplotlib.pyplot as plt
     figure, axes = plt.subplots(figsize=(9, 5.5))
     for colour, lam in zip(plt.cm.viridis(np.linspace(0, 0.85, len(shown))), shown):
         for branch, style, name in ((branches[0][lam][0], ".-", f"lambda {lam}"), (branches[1][lam][0], "x--", None)):
@@ -411,9 +418,6 @@ def stretches(sweeps, ends):
 
 def solids(work, sweeps, ends, path):
     """Modulus of a neo-Hookean sphere over that of the linear one with the same silhouette."""
-    import matplotlib
-    matplotlib.use("Agg")
-    import matplotlib.pyplot as plt
     levels = (0.001, 0.005, 0.01, 0.02, 0.03, 0.04, 0.05, 0.06, 0.07, 0.08, 0.09, 0.10, 0.11, 0.12, 0.13, 0.14, 0.15)
     text = ["## The solid", "", "![modulus of a neo-Hookean sphere over that of the table](solids.png)", "",
             "The table's solid is linear: its stress knows no rotations. " + stretches(sweeps, ends) + "A neo-Hookean sphere of the same modulus at small strain tells how far that "
@@ -436,8 +440,7 @@ def solids(work, sweeps, ends, path):
     area, deform, ratio = np.array(spots).T
     figure, axes = plt.subplots(figsize=(8, 5))
     shown = axes.scatter(area, deform, c=ratio, s=26, cmap="viridis")
-    axes.plot(*np.transpose([(between(points, ends[lam])[0], ends[lam]) for lam, points in sorted(sweeps.items())]),
-              "k--", lw=1, label="end of the table")
+    axes.plot(*last_places(sweeps, ends).T, "k--", lw=1, label="end of the table")
     axes.set_xlabel("area / um^2")
     axes.set_ylabel("deformation")
     axes.legend()
@@ -449,9 +452,6 @@ def solids(work, sweeps, ends, path):
 
 def shapes(sweeps, ends, path):
     """Six outlines from stiff to soft."""
-    import matplotlib
-    matplotlib.use("Agg")
-    import matplotlib.pyplot as plt
     lam = min(sweeps, key=lambda v: abs(v - 0.6))
     points = [p for p in sweeps[lam] if p["deform"] <= ends[lam]]
     figure, axes = plt.subplots(2, 3, figsize=(12, 7))
@@ -484,7 +484,7 @@ def main():
     text = ["# Report on the table of Young's moduli", "",
             f"Written by `generate.sh`. {len(rows)} rows of {len(sweeps)} confinements; tube radius "
             f"{outline.RADIUS:.4f} um, stress scale {outline.STRESS_SCALE:.5f} kPa.", ""]
-    text += solver_checks(work) + volume_check(points) + mesh_check(work, sweeps, ends) + stiff_check(sweeps)
+    text += solver_checks(work) + volume_check(points) + mesh_check(work, sweeps) + stiff_check(sweeps)
     text += monotony_check(rows, sweeps, table) + folds(work, sweeps, ends, os.path.join(here, "folds.png"))
     text += edge_check(sweeps, ends, table) + line_report(lines) + shapes(sweeps, ends, os.path.join(here, "outlines.png"))
     text += solids(work, sweeps, ends, os.path.join(here, "solids.png"))

@@ -14,14 +14,10 @@ namespace Tessaly {
 
 namespace {
 
-/// Edges that belong to one triangle with moduli only.
+/// Edges that belong to one triangle only.
 std::vector<std::pair<std::int32_t, std::int32_t>> boundaryEdges(const EModulusMesh& mesh) {
     std::map<std::pair<std::int32_t, std::int32_t>, int> uses;
-    const auto hasModulus = [&mesh](std::int32_t node) { return !std::isnan(mesh.z[static_cast<std::size_t>(node)]); };
     for (const auto& [a, b, c] : mesh.triangles) {
-        if (!hasModulus(a) || !hasModulus(b) || !hasModulus(c)) {
-            continue;
-        }
         ++uses[std::minmax(a, b)];
         ++uses[std::minmax(b, c)];
         ++uses[std::minmax(c, a)];

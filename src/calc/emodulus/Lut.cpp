@@ -45,23 +45,24 @@ bool isWhiteSpace(QChar c) {
 void appendRow(QStringView line, EModulusLut& lut) {
     std::array<double, 3> row{};
     const QChar* place = line.begin();
-    for (std::size_t column = 0; column < row.size(); ++column) {
+    for (double& value : row) {
         place = std::find_if_not(place, line.end(), isWhiteSpace);
         const QChar* end = std::find_if(place, line.end(), isWhiteSpace);
         bool ok = false;
-        const double value = QStringView(place, end).toDouble(&ok);
-        // "nan" and "inf" convert, but are no node of a mesh. A node without a modulus leaves its triangles without
-        // one.
-        const bool noModulus = column == 2 && std::isnan(value);
-        if (!ok || (!std::isfinite(value) && !noModulus)) {
+        value = QStringView(place, end).toDouble(&ok);
+        if (!ok) {
             return;
         }
-        row[column] = value;
         place = end;
     }
-    lut.area.push_back(row[0]);
-    lut.deform.push_back(row[1]);
-    lut.emodulus.push_back(row[2]);
+    // "nan" and "inf" convert, but are no node of a mesh. A node may lack its modulus.
+    const auto& [area, deform, modulus] = row;
+    if (!std::isfinite(area) || !std::isfinite(deform) || std::isinf(modulus)) {
+        return;
+    }
+    lut.area.push_back(area);
+    lut.deform.push_back(deform);
+    lut.emodulus.push_back(modulus);
 }
 
 } // namespace

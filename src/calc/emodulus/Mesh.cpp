@@ -253,6 +253,10 @@ EModulusMesh buildMesh(const EModulusLut& lut) {
         builder.insert(static_cast<std::int32_t>(node));
     }
     mesh.triangles = std::move(builder).finish();
+    std::erase_if(mesh.triangles, [&mesh](const std::array<std::int32_t, 3>& triangle) {
+        return std::ranges::any_of(
+            triangle, [&mesh](std::int32_t node) { return std::isnan(mesh.z[static_cast<std::size_t>(node)]); });
+    });
     fillGrid(mesh);
     return mesh;
 }
